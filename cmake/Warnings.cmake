@@ -1,0 +1,5 @@
+# What our own code is compiled with; GoogleTest and other libraries keep their own settings.
+add_library(gaizior_warnings INTERFACE)
+target_compile_options(gaizior_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wnull-dereference -Werror)

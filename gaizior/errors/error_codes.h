@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+namespace ZRErrors {
+
+/// The library-wide result code: 0 is success, every other value names one failure. Codes with bit 29 set carry a
+/// Windows error number, with bits 29 and 30 set a C run-time errno.
+enum ZRErrorT : std::uint32_t {
+#define ZR_ERROR(code, name, text) name = code,
+#define ZR_ERROR_UNNAMED(code, text)
+#include "gaizior/errors/error_codes.inc"
+#undef ZR_ERROR
+#undef ZR_ERROR_UNNAMED
+};
+
+} // namespace ZRErrors

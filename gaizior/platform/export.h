@@ -1,0 +1,15 @@
+#pragma once
+
+/// Marks what the shared library exports. GAIZIOR_BUILDING is set while the library itself is compiled,
+/// GAIZIOR_STATIC for whoever links it as a static library.
+#if defined(GAIZIOR_STATIC)
+#define GAIZIOR_API
+#elif defined(_WIN32)
+#if defined(GAIZIOR_BUILDING)
+#define GAIZIOR_API __declspec(dllexport)
+#else
+#define GAIZIOR_API __declspec(dllimport)
+#endif
+#else
+#define GAIZIOR_API __attribute__((visibility("default")))
+#endif
