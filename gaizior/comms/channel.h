@@ -1,0 +1,41 @@
+#pragma once
+
+#include "gaizior/errors/error_codes.h"
+#include "gaizior/platform/export.h"
+
+/// The message channel between the processes of one machine: one mailbox of 200 slots in shared memory. A process opens
+/// it once under a communications ID of its own, posts texts of at most 255 characters to other IDs and takes those
+/// addressed to its own, oldest first. All functions may be called from any thread. Time-outs are milliseconds;
+/// 0xFFFFFFFF and more wait for ever.
+///
+/// What happens is told through ZRDBprintf: failures at level 0, every step at level 5.
+extern "C" {
+
+/// Opens or creates the channel and registers `ownID`; messages left over for that ID from an earlier run are thrown
+/// away. A channel that is open already is closed first.
+/// @returns 0; e_Resource_AllocationFailed when the mutex or the event cannot be made; e_Command_TimedOut when the
+/// mutex
+///   was not free within 20 s; e_Command_Aborted when waiting for it failed; e_File_MappingFailed when the shared
+///   memory cannot be made or is too small; e_Object_BadMagic when the block is not a channel's (it is left as it is).
+///   After a failure the channel is closed.
+GAIZIOR_API ZRErrors::ZRErrorT ZcOpenComms(unsigned short ownID);
+
+/// Posts a copy of `message`, cut to 255 characters, for `destID`. `timeoutMs` limits each wait for the mutex. When all
+/// slots are taken a time-out of 0 gives up at once, any other after about 2.1 s.
+/// @returns 0; e_Command_TimedOut; e_Command_Aborted when a wait failed, `message` is null or the channel is not open.
+GAIZIOR_API ZRErrors::ZRErrorT ZcSendMessage(const char* message, unsigned long timeoutMs, unsigned short destID);
+
+/// Takes the oldest message for the own ID into `buffer` of `bufferSize` bytes, cut to fit and NUL-terminated; the slot
+/// is freed all the same. Polls every 100 ms, counts only those against `timeoutMs`, and sleeps 100 ms after a take.
+/// @returns 0; e_Command_TimedOut, also with a time-out of 0, then after one cycle; e_Command_Aborted when a wait
+///   failed, `buffer` is null, `bufferSize` is 0 or the channel is not open (any more).
+GAIZIOR_API ZRErrors::ZRErrorT ZcReceiveMessage(char* buffer, unsigned long bufferSize, unsigned long timeoutMs);
+
+/// Waits up to 1.9 s until nothing is in the pool, for whomever, writes what is left to the log and closes the channel.
+/// The messages stay for their addressees as long as another process has the channel open.
+GAIZIOR_API void ZcCloseComms();
+
+/// The operating-system error that a channel function recorded last: 258 after a time-out, 183 after an open that found
+/// the block, 6 after a call without an open channel.
+GAIZIOR_API unsigned int ZcGetCommsOSError();
+}
