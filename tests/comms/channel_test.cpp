@@ -1,0 +1,305 @@
+#include "gaizior/comms/channel.h"
+
+#include "gaizior/comms/channel_status.h"
+#include "gaizior/comms/message_pool.h"
+#include "gaizior/logging/debug_print.h"
+#include "gaizior/platform/timing.h"
+#include "gaizior/platform/unique_handle.h"
+#include "tests/support/scratch.h"
+#include "tests/support/watchdog.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace gaizior {
+namespace {
+
+constexpr unsigned short kOwnId = 11;
+constexpr unsigned short kOtherId = 12;
+
+std::mutex g_lineLock;
+std::vector<std::string> g_lines;
+
+void KeepLine(int, int, char* text) {
+    const std::lock_guard lock(g_lineLock);
+    g_lines.emplace_back(text);
+}
+
+/// A view of the block beside the channel's own; it keeps the block alive while the channel is closed.
+class BlockView {
+public:
+    BlockView()
+        : m_mapping(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(ZcChannel),
+                                         "Zircona_Comms_Queue")) {
+        m_pBlock = static_cast<ZcChannel*>(::MapViewOfFile(m_mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
+    }
+    BlockView(const BlockView&) = delete;
+    BlockView& operator=(const BlockView&) = delete;
+    ~BlockView() {
+        ::UnmapViewOfFile(m_pBlock);
+    }
+    ZcChannel* operator->() const {
+        return m_pBlock;
+    }
+    ZcChannel* Get() const {
+        return m_pBlock;
+    }
+    const unsigned char* Bytes() const {
+        return reinterpret_cast<const unsigned char*>(m_pBlock);
+    }
+
+private:
+    UniqueHandle m_mapping;
+    ZcChannel* m_pBlock;
+};
+
+class ChannelTest : public ::testing::Test {
+protected:
+    ChannelTest() {
+        seams::SetTimeDivisor(50);
+        g_lines.clear();
+        ZRDBNewRegisterCallback(&KeepLine);
+        ZRDBSetLevel(5);
+    }
+    ~ChannelTest() override {
+        ZcCloseComms();
+        ZRDBNewRegisterCallback(nullptr);
+        ZRDBSetLevel(0);
+        seams::SetTimeDivisor(1);
+    }
+
+    static std::string Receive() {
+        char buffer[256];
+        const ZRErrors::ZRErrorT error = ZcReceiveMessage(buffer, sizeof(buffer), 1000);
+        return error ? "error " + std::to_string(error) : buffer;
+    }
+
+    static bool Logged(const std::string& part) {
+        const std::lock_guard lock(g_lineLock);
+        return std::any_of(g_lines.begin(), g_lines.end(),
+                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
+    }
+
+    test::Watchdog watchdog;
+    test::PrivateNames names;
+};
+
+TEST_F(ChannelTest, AMessageArrivesWholeUpTo255Characters) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    EXPECT_EQ(ZcGetCommsOSError(), 0u);
+    for (const std::size_t length : {0u, 1u, 254u, 255u, 256u, 300u}) {
+        const std::string text(length, 'm');
+        ASSERT_EQ(ZcSendMessage(text.c_str(), 1000, kOwnId), ZRErrors::e_General_NoError);
+        EXPECT_EQ(Receive(), text.substr(0, 255)) << length;
+    }
+}
+
+TEST_F(ChannelTest, AShortBufferGetsTheMessageCutAndTheSlotIsFree) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcSendMessage("abcdef", 1000, kOwnId), ZRErrors::e_General_NoError);
+    char buffer[] = {'?', '?', '?', '!'};
+    EXPECT_EQ(ZcReceiveMessage(buffer, 3, 1000), ZRErrors::e_General_NoError);
+    EXPECT_EQ(std::string(buffer, 4), std::string("ab\0!", 4));
+    EXPECT_EQ(BlockView()->nMessages, 0);
+}
+
+TEST_F(ChannelTest, TheBlockHoldsTheDocumentedBytes) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcSendMessage("first", 1000, 0x0203), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcSendMessage("second", 1000, 0x0405), ZRErrors::e_General_NoError);
+    const BlockView view;
+    std::vector<unsigned char> expected(54412);
+    const auto put = [&](std::size_t offset, std::initializer_list<int> bytes) {
+        for (const int byte : bytes) {
+            expected[offset++] = static_cast<unsigned char>(byte);
+        }
+    };
+    put(0, {2, 0, 0, 0, 0x96, 0x19, 0x11, 0x27, 0, 0, 1, 0});
+    put(12, {'f', 'i', 'r', 's', 't'});
+    put(12 + 256, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
+    put(284, {'s', 'e', 'c', 'o', 'n', 'd'});
+    put(284 + 256, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
+    EXPECT_EQ(std::memcmp(view.Bytes(), expected.data(), expected.size()), 0);
+}
+
+TEST_F(ChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    const BlockView view;
+    ZcSendMessage("old", 1000, kOwnId);
+    ZcSendMessage("for another", 1000, kOtherId);
+    ZcSendMessage("old too", 1000, kOwnId);
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError) << "closes first";
+    EXPECT_EQ(ZcGetCommsOSError(), ERROR_ALREADY_EXISTS);
+    EXPECT_EQ(view->nMessages, 1);
+    EXPECT_TRUE(Logged("Purging messages for destination ID 11\r\n"));
+    EXPECT_TRUE(Logged("Message = <old>\r\n"));
+    EXPECT_TRUE(Logged("Purged 2 messages for destination ID 11\r\n"));
+    EXPECT_EQ(Receive(), "error 2013");
+    EXPECT_EQ(ZcGetCommsOSError(), static_cast<unsigned>(WAIT_TIMEOUT));
+}
+
+TEST_F(ChannelTest, ClosingDumpsWhatIsLeft) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    const BlockView view;
+    ZcSendMessage("stays", 1000, kOtherId);
+    g_lines.clear();
+    ZcCloseComms();
+    const std::vector<std::string> expected = {
+        "Dumping messages\r\n",        "pChan->nMessages:     1\r\n",     "pChan->start_of_list: 0\r\n",
+        "pChan->end_of_list:   0\r\n", "===========================\r\n", "DestID=12, Taken=1, Msg=<stays>\r\n",
+        "Dumped 1 messages\r\n"};
+    EXPECT_EQ(g_lines, expected);
+    EXPECT_EQ(view->nMessages, 1) << "its addressee may still come";
+    g_lines.clear();
+    ZcCloseComms();
+    EXPECT_EQ(g_lines, std::vector<std::string>{"No Pool to dump messages from!!\r\n"});
+}
+
+TEST_F(ChannelTest, AFullPoolRefusesAndDropsNothing) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    for (int i = 0; i < kZcSlotCount; ++i) {
+        ASSERT_EQ(ZcSendMessage("x", 1000, kOtherId), ZRErrors::e_General_NoError);
+    }
+    EXPECT_EQ(ZcSendMessage("no", 0, kOtherId), ZRErrors::e_Command_TimedOut);
+    EXPECT_EQ(ZcSendMessage("no", 1000, kOtherId), ZRErrors::e_Command_TimedOut);
+    EXPECT_EQ(BlockView()->nMessages, kZcSlotCount);
+    const BlockView view;
+    std::thread reader([&] {
+        SleepFor(500);
+        const UniqueHandle mutex(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, "Zircona_Comms_Mutex"));
+        ::WaitForSingleObject(mutex.Get(), INFINITE);
+        char buffer[256];
+        EXPECT_TRUE(MessagePool(*view.Get()).Take(kOtherId, buffer, sizeof(buffer)));
+        ::ReleaseMutex(mutex.Get());
+    });
+    EXPECT_EQ(ZcSendMessage("now there is room", 1000, kOtherId), ZRErrors::e_General_NoError);
+    reader.join();
+}
+
+TEST_F(ChannelTest, TheEventTellsWhetherThePoolHoldsMessages) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    const UniqueHandle event(::OpenEventA(SYNCHRONIZE, FALSE, "Zircona_Comms_Event"));
+    const auto isSet = [&] { return ::WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; };
+    EXPECT_FALSE(isSet());
+    ZcSendMessage("1", 1000, kOwnId);
+    ZcSendMessage("2", 1000, kOwnId);
+    EXPECT_TRUE(isSet());
+    EXPECT_EQ(Receive(), "1");
+    EXPECT_TRUE(isSet());
+    EXPECT_EQ(Receive(), "2");
+    EXPECT_FALSE(isSet());
+}
+
+TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
+    char buffer[4] = "abc";
+    EXPECT_EQ(ZcSendMessage("x", 0, 1), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessage(buffer, sizeof(buffer), 0), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(Logged("ZcReceiveMessage: ERROR: the channel is not open"));
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ZcSendMessage("kept", 1000, kOwnId);
+    EXPECT_EQ(ZcSendMessage(nullptr, 0, 1), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessage(nullptr, 9, 0), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessage(buffer, 0, 0), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(Receive(), "kept");
+}
+
+TEST_F(ChannelTest, AReceiveWithoutTimeStillMakesOneCycle) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    char buffer[8];
+    EXPECT_EQ(ZcReceiveMessage(buffer, sizeof(buffer), 0), ZRErrors::e_Command_TimedOut);
+    ZcSendMessage("there", 0, kOwnId);
+    EXPECT_EQ(ZcReceiveMessage(buffer, sizeof(buffer), 0), ZRErrors::e_General_NoError);
+}
+
+TEST_F(ChannelTest, AReceiverWhoseChannelIsClosedIsTold) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ZRErrors::ZRErrorT error = ZRErrors::e_General_NoError;
+    std::thread receiver([&] {
+        char buffer[8];
+        error = ZcReceiveMessage(buffer, sizeof(buffer), INFINITE);
+    });
+    SleepFor(500);
+    ZcCloseComms();
+    receiver.join();
+    EXPECT_EQ(error, ZRErrors::e_Command_Aborted);
+}
+
+struct TakenName {
+    const char* name;
+    ZRErrors::ZRErrorT expected;
+};
+
+TEST_F(ChannelTest, NamesThatBelongToAnotherKindOfObjectMakeTheOpenFail) {
+    for (const TakenName& taken : {TakenName{"Zircona_Comms_Mutex", ZRErrors::e_Resource_AllocationFailed},
+                                   TakenName{"Zircona_Comms_Queue", ZRErrors::e_File_MappingFailed}}) {
+        const UniqueHandle event(::CreateEventA(nullptr, TRUE, FALSE, taken.name));
+        EXPECT_EQ(ZcOpenComms(kOwnId), taken.expected) << taken.name;
+        EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE) << taken.name;
+    }
+    EXPECT_FALSE(Logged("Dumping")) << "a failed open only releases what it took";
+    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+}
+
+TEST_F(ChannelTest, ABlockOfAnotherMakeIsRefusedAndLeftAsItIs) {
+    const BlockView view;
+    view->magic = 0x12345678;
+    view->nMessages = 3;
+    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_Object_BadMagic);
+    EXPECT_EQ(view->nMessages, 3);
+    EXPECT_EQ(ZcSendMessage("x", 0, 1), ZRErrors::e_Command_Aborted) << "the process is left closed";
+}
+
+TEST_F(ChannelTest, ASnapshotShowsTheQueueAndTakesNothing) {
+    const auto block = std::make_unique<ZcChannel>();
+    EXPECT_EQ(ZcSnapshot(block.get(), 100), ZRErrors::e_File_MappingFailed) << "nobody has the channel open";
+    EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ZcSendMessage("1", 1000, kOtherId);
+    ZcSendMessage("2", 1000, kOwnId);
+    ASSERT_EQ(ZcSnapshot(block.get(), 100), ZRErrors::e_General_NoError);
+    ZcFindingsT findings;
+    EXPECT_EQ(ZcExamine(block.get(), &findings), ZRErrors::e_General_NoError);
+    EXPECT_EQ(findings.nQueued, 2);
+    EXPECT_STREQ(block->slots[findings.anOrder[1]].msg, "2");
+    block->slots[1].prev = 7;
+    EXPECT_EQ(ZcExamine(block.get(), &findings), ZRErrors::e_Object_InvalidData);
+    EXPECT_STREQ(findings.szDamage, "slot 1 follows slot 0 but names slot 7");
+    EXPECT_EQ(Receive(), "2");
+}
+
+TEST_F(ChannelTest, DamageInTheBlockIsLoggedAndMended) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ZcSendMessage("1", 1000, kOwnId);
+    ZcSendMessage("2", 1000, kOwnId);
+    BlockView()->start_of_list = 5000;
+    EXPECT_EQ(Receive(), "1");
+    EXPECT_TRUE(Logged("the block was damaged: the list leads to slot 5000; list rebuilt from 2 messages"));
+    EXPECT_EQ(Receive(), "2");
+}
+
+/// The owner of the mutex ends without releasing it: the next one takes it over and puts the block in order.
+TEST_F(ChannelTest, AnAbandonedMutexIsTakenOver) {
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    const BlockView view;
+    ZcSendMessage("survives", 1000, kOwnId);
+    std::thread([&] {
+        const UniqueHandle mutex(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, "Zircona_Comms_Mutex"));
+        ::WaitForSingleObject(mutex.Get(), INFINITE);
+        view->nMessages = 9;
+    }).join();
+    EXPECT_EQ(ZcSendMessage("next", 1000, kOwnId), ZRErrors::e_General_NoError);
+    EXPECT_TRUE(Logged("the count says 9, 1 slots are taken"));
+    EXPECT_EQ(Receive(), "survives");
+    EXPECT_EQ(Receive(), "next");
+}
+
+} // namespace
+} // namespace gaizior
