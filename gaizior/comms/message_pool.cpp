@@ -1,5 +1,7 @@
 #include "gaizior/comms/message_pool.h"
 
+#include "gaizior/platform/crash_point.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -20,6 +22,7 @@ void Commit(Field& field, Field value) {
     std::atomic_signal_fence(std::memory_order_seq_cst);
     std::atomic_ref<Field>(field).store(value, std::memory_order_relaxed);
     std::atomic_signal_fence(std::memory_order_seq_cst);
+    CrashPoint();
 }
 
 /// A whole text, or a damaged slot's first 255 characters.
@@ -237,6 +240,7 @@ PoolFindings Examine(const ZcChannel& block) {
 
 void MessagePool::Initialise(ZcChannel& block) {
     std::memset(&block, 0, sizeof(block));
+    CrashPoint();
     Commit(block.magic, kZcMagic);
 }
 
@@ -254,10 +258,10 @@ bool MessagePool::Post(const char* message, std::uint16_t destination) {
     const std::size_t length = ::strnlen(message, kZcMessageSize - 1);
     std::memcpy(slot.msg, message, length);
     std::memset(slot.msg + length, 0, kZcMessageSize - length);
-    slot.dest_id = destination;
-    slot.prev = m_block.end_of_list;
-    slot.self = i;
-    slot.next = i;
+    Commit(slot.dest_id, destination);
+    Commit(slot.prev, Index{m_block.end_of_list});
+    Commit(slot.self, i);
+    Commit(slot.next, i);
     Commit(slot.taken, kTaken);
     Commit(m_block.end_of_list, i);
     Commit(m_block.slots[slot.prev].next, i);

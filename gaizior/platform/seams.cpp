@@ -1,3 +1,4 @@
+#include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/timing.h"
 
 #ifdef GAIZIOR_SEAMS
@@ -11,6 +12,7 @@ namespace gaizior {
 namespace {
 
 std::atomic<unsigned> g_timeDivisor{1};
+std::atomic<unsigned> g_passesToCrash{0};
 std::mutex g_clockLock;
 std::optional<SYSTEMTIME> g_localTime;
 
@@ -27,11 +29,23 @@ void SetLocalTime(const SYSTEMTIME* time) {
     g_localTime = time ? std::optional(*time) : std::nullopt;
 }
 
+void CrashAfter(unsigned passes) {
+    g_passesToCrash = passes;
+}
+
 DWORD Shortened(DWORD milliseconds) {
     return milliseconds == INFINITE ? INFINITE : milliseconds / g_timeDivisor.load();
 }
 
 } // namespace seams
+
+void CrashPoint() {
+    if (g_passesToCrash != 0 && --g_passesToCrash == 0) {
+        const HANDLE self = ::OpenProcess(PROCESS_TERMINATE, FALSE, ::GetCurrentProcessId());
+        ::TerminateProcess(self, 9);
+        ::Sleep(INFINITE);
+    }
+}
 
 SYSTEMTIME LocalNow() {
     const std::lock_guard lock(g_clockLock);
