@@ -59,6 +59,8 @@ protected:
     int_type overflow(int_type character) override;
 
 private:
+    void Deliver();
+
     unsigned m_nMessageLevel = 0;
     unsigned m_nMode = 1;
 };
@@ -151,7 +153,7 @@ public:
 
     template <gaizior::StreamManipulator Manipulator>
     ZRLogStreamC& operator<<(Manipulator manipulator) {
-        if (std::ostream* stream = PassingOstream()) {
+        if (std::ostream* const stream = IsValidDebugLevel() ? TryOstream() : nullptr) {
             *stream << manipulator;
         }
         return *this;
@@ -159,11 +161,9 @@ public:
 
 private:
     template <class T>
-    ZRLogStreamC& InsertNumber(T value);
-    template <class T>
-    ZRLogStreamC& InsertFormatted(T value);
-    /// The ostream when the level passes and memory suffices, else null.
-    std::ostream* PassingOstream();
+    ZRLogStreamC& Insert(T value);
+    /// The ostream; null when memory does not suffice for it.
+    std::ostream* TryOstream();
 
     std::unique_ptr<std::ostream> m_pOstream;
 };
