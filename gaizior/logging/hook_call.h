@@ -1,0 +1,65 @@
+#pragma once
+
+#include "gaizior/platform/windows_api.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+
+/// What the log stream and the debug print share in calling code of the host's.
+namespace gaizior {
+
+/// Puts errno and the calling thread's last error back as they were when it was made: whoever logs a failure may ask
+/// for its number afterwards.
+class ErrorKeeper {
+public:
+    ErrorKeeper() = default;
+    ~ErrorKeeper() {
+        ::SetLastError(m_dwLastError);
+        errno = m_nErrno;
+    }
+    ErrorKeeper(const ErrorKeeper&) = delete;
+    ErrorKeeper& operator=(const ErrorKeeper&) = delete;
+
+private:
+    int m_nErrno = errno;
+    DWORD m_dwLastError = ::GetLastError();
+};
+
+/// Calls a hook of the host's, unless the same thread is in it already (`busy` is the hook's own and the thread's):
+/// a hook that comes back here would never end.
+/// @returns whether the hook was called and did not throw.
+template <class Call>
+bool CallHook(bool& busy, const Call& call) noexcept {
+    if (busy) {
+        return false;
+    }
+    const ErrorKeeper keeper;
+    busy = true;
+    bool done = false;
+    try {
+        call();
+        done = true;
+    } catch (...) {
+        // The host's failure must not become that of the code which logs.
+    }
+    busy = false;
+    return done;
+}
+
+/// Writes to the process's standard error stream, where lines go that no hook takes.
+inline void PrintToStandardError(const char* text) noexcept {
+    const ErrorKeeper keeper;
+    std::fputs(text, stderr);
+}
+
+/// Formats into `buffer` by C99's rules; always terminated, cut where the buffer ends, empty when the formatter fails
+/// or `format` is null.
+inline void FormatBounded(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept {
+    if (!format || std::vsnprintf(buffer, size, format, arguments) < 0) {
+        buffer[0] = '\0';
+    }
+}
+
+} // namespace gaizior

@@ -1,0 +1,169 @@
+#pragma once
+
+#include "gaizior/logging/printf_format.h"
+#include "gaizior/logging/strstream.h"
+#include "gaizior/platform/export.h"
+
+#include <concepts>
+#include <iomanip>
+#include <memory>
+#include <ostream>
+#include <string_view>
+
+/// The process-wide hooks of the log stream. They are called on the thread that logs, so they must be thread-safe.
+/// Exceptions that leave them are dropped; lines that a debug-print hook logs itself go to standard error.
+using ZRDebugPrintHookT = void (*)(unsigned level, int mode, char* text);
+using ZRSetLogNameHookT = void (*)(char* name);
+using ZRSetLevelHookT = void (*)(unsigned level);
+using ZRGetLevelHookT = unsigned (*)();
+
+/// The buffer of a log stream: collects a line and hands it, whole, to the debug-print hook.
+/// One thread at a time may use an object; the hooks are the process's and any thread may install them.
+class GAIZIOR_API ZRLogStrstreambufC : public std::strstreambuf {
+public:
+    ZRLogStrstreambufC();
+    /// Copies take the message level and the mode, never the text.
+    ZRLogStrstreambufC(const ZRLogStrstreambufC& other);
+    ZRLogStrstreambufC& operator=(const ZRLogStrstreambufC& other);
+    ~ZRLogStrstreambufC() override;
+
+    /// Sets the level of the line being built (lower is more important, 0 errors). @returns the level before.
+    unsigned SetMessageLevel(unsigned level);
+    /// Sets the mode that the hook receives with the next line; every delivered line sets it back to 1.
+    /// @returns the mode before.
+    unsigned SetMode(unsigned mode);
+
+    /// @returns the get-level hook's answer; without a hook the message level plus one, so that every line passes.
+    unsigned GetDebugLevel() const;
+    /// Asks the set-level hook, if there is one, for `level`. @returns GetDebugLevel() as it was before.
+    unsigned SetDebugLevel(unsigned level);
+    /// @returns whether the line being built is delivered: its level is below GetDebugLevel().
+    bool IsValidDebugLevel() const;
+    /// Hands the log file's new name to the set-log-name hook, if there is one.
+    void SetLogFileName(char* const name);
+
+    /// Install a process-wide hook. Null leaves the installed one: a hook can be replaced but never removed.
+    static void SetDBFn(ZRDebugPrintHookT hook);
+    static void SetDBSetLogNameFn(ZRSetLogNameHookT hook);
+    static void SetDBSetLevelFn(ZRSetLevelHookT hook);
+    static void SetDBGetLevelFn(ZRGetLevelHookT hook);
+    /// Store the installed hook, or null, into the caller's variable.
+    static void GetDBFn(ZRDebugPrintHookT& hook);
+    static void GetDBSetLogNameFn(ZRSetLogNameHookT& hook);
+    static void GetDBSetLevelFn(ZRSetLevelHookT& hook);
+    static void GetDBGetLevelFn(ZRGetLevelHookT& hook);
+
+protected:
+    /// Delivers the text, if there is any, and begins the next line.
+    int sync() override;
+    int_type overflow(int_type character) override;
+
+private:
+    void Deliver();
+
+    unsigned m_nMessageLevel = 0;
+    unsigned m_nMode = 1;
+};
+
+/// Sets the message level of the log stream that it is inserted into, whether or not that level passes.
+/// On another ostream it does nothing.
+class ZRLevel {
+public:
+    explicit constexpr ZRLevel(unsigned level) : m_nLevel(level) {}
+    constexpr unsigned Get() const {
+        return m_nLevel;
+    }
+
+private:
+    unsigned m_nLevel;
+};
+
+GAIZIOR_API std::ostream& operator<<(std::ostream& stream, ZRLevel level);
+
+/// Write the mark that tells a line's severity: " ERROR: ", " INFO: ", " WARNING: ".
+GAIZIOR_API std::ostream& ZRErrorMark(std::ostream& stream);
+GAIZIOR_API std::ostream& ZRInfoMark(std::ostream& stream);
+GAIZIOR_API std::ostream& ZRWarningMark(std::ostream& stream);
+
+namespace gaizior {
+
+/// The manipulators with an argument of <iomanip>, whose types the standard leaves unnamed.
+template <class T>
+concept StreamManipulator =
+    std::same_as<T, decltype(std::setw(0))> || std::same_as<T, decltype(std::setprecision(0))> ||
+    std::same_as<T, decltype(std::setfill(' '))> || std::same_as<T, decltype(std::setbase(0))> ||
+    std::same_as<T, decltype(std::setiosflags(std::ios_base::fmtflags{}))> ||
+    std::same_as<T, decltype(std::resetiosflags(std::ios_base::fmtflags{}))>;
+
+} // namespace gaizior
+
+/// A short-lived output stream for one diagnostic line (or several): made on the stack, filled, destroyed.
+///
+///     ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+///     log << ZRLevel(0) << "ZRFooC::Bar(): " << ZRErrorMark << "what happened" << std::endl;
+///
+/// Nothing is formatted for a line whose level does not pass. Numbers look the same whatever the process's locale is.
+/// Logging keeps errno and the last error and never throws. An object belongs to one thread.
+class GAIZIOR_API ZRLogStreamC : public ZRLogStrstreambufC {
+public:
+    /// Begins a line of message level 0 and mode 1, and installs each hook that is not null for the whole process.
+    ZRLogStreamC(ZRDebugPrintHookT debugPrint, ZRSetLogNameHookT setLogName, ZRSetLevelHookT setLevel,
+                 ZRGetLevelHookT getLevel);
+    /// Copies take the message level and the mode, never the text.
+    ZRLogStreamC(const ZRLogStreamC& other);
+    ZRLogStreamC& operator=(const ZRLogStreamC& other);
+    /// Delivers an unfinished line with an end of line added.
+    ~ZRLogStreamC() override;
+
+    /// Stores the four installed hooks, or nulls.
+    void GetHooks(ZRDebugPrintHookT& debugPrint, ZRSetLogNameHookT& setLogName, ZRSetLevelHookT& setLevel,
+                  ZRGetLevelHookT& getLevel) const;
+    /// The stream's ostream, made on the first call; it is the stream's. Writing to it asks for no level.
+    /// Throws std::bad_alloc when it cannot be made.
+    std::ostream& GetOstream();
+    ZRLogStrstreambufC& GetBuffer();
+    /// @returns what a new stream's buffer answers: the present debug level, 1 without a hook. Any thread.
+    static unsigned GetDebugLevel();
+    /// @returns whether a line of `level` would be delivered; costs one level query, no stream. Any thread.
+    static bool IsLevelEnabled(unsigned level);
+    /// Delivers what has been written so far.
+    void flush();
+
+    /// Sets the message level and, when it passes, delivers one line of the given mode: the text of the printf format,
+    /// cut after 32,767 characters, and an end of line.
+    void Format(unsigned level, unsigned mode, const char* format, ...) GAIZIOR_PRINTF(4, 5);
+
+    /// Insert when the level passes. A null text counts as empty.
+    ZRLogStreamC& operator<<(const char* text);
+    ZRLogStreamC& operator<<(std::string_view text);
+    ZRLogStreamC& operator<<(char character);
+    ZRLogStreamC& operator<<(bool value);
+    ZRLogStreamC& operator<<(int value);
+    ZRLogStreamC& operator<<(unsigned int value);
+    ZRLogStreamC& operator<<(long value);
+    ZRLogStreamC& operator<<(unsigned long value);
+    ZRLogStreamC& operator<<(long long value);
+    ZRLogStreamC& operator<<(unsigned long long value);
+    ZRLogStreamC& operator<<(double value);
+    ZRLogStreamC& operator<<(const void* pointer);
+    ZRLogStreamC& operator<<(std::ostream& (*manipulator)(std::ostream&));
+    ZRLogStreamC& operator<<(std::ios& (*manipulator)(std::ios&));
+    ZRLogStreamC& operator<<(std::ios_base& (*manipulator)(std::ios_base&));
+    ZRLogStreamC& operator<<(ZRLevel level);
+
+    template <gaizior::StreamManipulator Manipulator>
+    ZRLogStreamC& operator<<(Manipulator manipulator) {
+        if (std::ostream* const stream = IsValidDebugLevel() ? TryOstream() : nullptr) {
+            *stream << manipulator;
+        }
+        return *this;
+    }
+
+private:
+    template <class T>
+    ZRLogStreamC& Insert(T value);
+    /// The ostream; null when memory does not suffice for it.
+    std::ostream* TryOstream();
+
+    std::unique_ptr<std::ostream> m_pOstream;
+};
