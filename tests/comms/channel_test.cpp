@@ -27,7 +27,7 @@ constexpr unsigned short kOtherId = 12;
 std::mutex g_lineLock;
 std::vector<std::string> g_lines;
 
-void KeepLine(int, int, char* text) {
+void KeepLine(int, int, const char* text) {
     const std::lock_guard lock(g_lineLock);
     g_lines.emplace_back(text);
 }
