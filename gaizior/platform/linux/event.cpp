@@ -1,0 +1,94 @@
+#include "gaizior/platform/linux/futex.h"
+#include "gaizior/platform/linux/last_error.h"
+#include "gaizior/platform/linux/named_object.h"
+#include "gaizior/platform/linux/object.h"
+
+#include <array>
+
+namespace gaizior::platform {
+namespace {
+
+/// Hands a manual-reset event to everybody who waits for it: also those go on who would find it reset already.
+void SignalAll(ObjectLock& lock) {
+    lock.Set(kSignalled);
+    while (const ThreadState* const thread = lock.HandOver(WAIT_OBJECT_0, false)) {
+        Wake(thread);
+    }
+}
+
+/// Sets an event for which somebody may be waiting. @returns false for a closed handle.
+bool SetWithWaiters(const Reference& reference) {
+    const ThreadState* next = nullptr;
+    {
+        ObjectLock lock(reference);
+        if (!lock) {
+            return false;
+        }
+        if (lock.Word() & kManual) {
+            SignalAll(lock);
+        } else if (!(next = lock.HandOver(WAIT_OBJECT_0, false))) {
+            lock.Set(kSignalled);
+        }
+    }
+    Wake(next);
+    return true;
+}
+
+/// Sets or resets an unnamed event. @returns false when the handle leads to no such event.
+bool ChangeEvent(const Reference& reference, bool set) {
+    for (;;) {
+        const std::uint64_t word = reference.Load();
+        if (KindOf(word) != Kind::Event) {
+            return false;
+        }
+        if (set && (word & kWaiters)) {
+            return SetWithWaiters(reference);
+        }
+        // The swap is made also where it changes nothing: it hands on what this thread did before.
+        std::uint64_t expected = word;
+        if (reference.object->word.compare_exchange_strong(expected, set ? word | kSignalled : word & ~kSignalled)) {
+            return true;
+        }
+    }
+}
+
+} // namespace
+} // namespace gaizior::platform
+
+using namespace gaizior::platform;
+
+HANDLE gaizior_windows_api::CreateEventA(SECURITY_ATTRIBUTES*, BOOL manualReset, BOOL initiallySet, const char* name) {
+    const std::uint64_t bits = (manualReset ? kManual : 0) | (initiallySet ? kSignalled : 0);
+    if (name) {
+        bool existed = false;
+        auto named = NamedObject::OpenSync(Kind::NamedEvent, name, NamedObject::Mode::CreateOrOpen, bits, existed);
+        return NewNamedHandle(Kind::NamedEvent, std::move(named), existed);
+    }
+    return NewHandle(Kind::Event, bits);
+}
+
+HANDLE gaizior_windows_api::OpenEventA(DWORD, BOOL, const char* name) {
+    return OpenNamedHandle(Kind::NamedEvent, name);
+}
+
+BOOL gaizior_windows_api::SetEvent(HANDLE event) {
+    if (ChangeEvent(Reference(event), true)) {
+        return TRUE;
+    }
+    const std::shared_ptr<NamedObject> named = NamedOf(event, Kind::NamedEvent);
+    if (named) {
+        named->SetEvent();
+    }
+    return named != nullptr;
+}
+
+BOOL gaizior_windows_api::ResetEvent(HANDLE event) {
+    if (ChangeEvent(Reference(event), false)) {
+        return TRUE;
+    }
+    const std::shared_ptr<NamedObject> named = NamedOf(event, Kind::NamedEvent);
+    if (named) {
+        named->ResetEvent();
+    }
+    return named != nullptr;
+}

@@ -1,0 +1,52 @@
+#include "gaizior/platform/linux/last_error.h"
+#include "gaizior/platform/linux/named_object.h"
+#include "gaizior/platform/linux/object.h"
+
+using namespace gaizior::platform;
+
+HANDLE gaizior_windows_api::CreateMutexA(SECURITY_ATTRIBUTES*, BOOL initiallyOwned, const char* name) {
+    HANDLE handle = nullptr;
+    bool existed = false;
+    if (name) {
+        auto named = NamedObject::OpenSync(Kind::NamedMutex, name, NamedObject::Mode::CreateOrOpen, 0, existed);
+        handle = NewNamedHandle(Kind::NamedMutex, std::move(named), existed);
+    } else {
+        handle = NewHandle(Kind::Mutex, kSignalled);
+    }
+    if (handle && initiallyOwned && !existed) {
+        ::WaitForSingleObject(handle, INFINITE);
+    }
+    return handle;
+}
+
+HANDLE gaizior_windows_api::OpenMutexA(DWORD, BOOL, const char* name) {
+    return OpenNamedHandle(Kind::NamedMutex, name);
+}
+
+BOOL gaizior_windows_api::ReleaseMutex(HANDLE handle) {
+    const Reference reference(handle);
+    if (KindOf(reference.Load()) != Kind::Mutex) {
+        const std::shared_ptr<NamedObject> named = NamedOf(handle, Kind::NamedMutex);
+        const DWORD error = named ? named->ReleaseMutex() : ::GetLastError();
+        return error == ERROR_SUCCESS || Fail(error);
+    }
+    Object& mutex = *reference.object;
+    if (mutex.owner.load(std::memory_order_relaxed) != CurrentThread().id) {
+        return Fail(ERROR_NOT_OWNER);
+    }
+    if (--mutex.recursion > 0) {
+        return TRUE;
+    }
+    UnlinkOwned(mutex);
+    const ThreadState* next = nullptr;
+    {
+        ObjectLock lock(mutex);
+        mutex.owner.store(0, std::memory_order_relaxed);
+        next = lock.HandOver(WAIT_OBJECT_0, true);
+        if (!next) {
+            lock.Set(kSignalled);
+        }
+    }
+    Wake(next);
+    return TRUE;
+}

@@ -1,0 +1,391 @@
+#include "gaizior/platform/linux/named_object.h"
+
+#include "gaizior/platform/linux/last_error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <new>
+
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace gaizior::platform {
+
+/// The file of a named event or mutex. Processes of different makes meet here: a change of it is a new version.
+struct NamedObject::SyncFile {
+    static constexpr char kMagic[16] = "gaizior object\0";
+    static constexpr std::uint32_t kVersion = 1;
+
+    char magic[16];
+    std::uint32_t version;
+    std::uint32_t size;
+    std::uint32_t kind;
+    std::uint32_t isManual;
+    std::atomic<std::uint32_t> event; ///< kSet, kSleepers
+    std::uint32_t reserved[7];
+    pthread_mutex_t mutex;
+    unsigned char unused[64 - sizeof(pthread_mutex_t)];
+};
+
+namespace {
+
+using SyncFile = NamedObject::SyncFile;
+static_assert(sizeof(SyncFile) == 128 && offsetof(SyncFile, event) == 32 && offsetof(SyncFile, mutex) == 64);
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free && sizeof(pthread_mutex_t) <= 64);
+
+constexpr std::uint32_t kSet = 1;
+constexpr std::uint32_t kSleepers = 2;
+constexpr mode_t kMode = 0600; // a name belongs to one user
+constexpr int kOpenAttempts = 5000;
+constexpr std::size_t kLongestName = 255;
+
+/// What this process has open, so that all its handles of a name share one object.
+std::mutex g_openLock;
+std::map<std::string, std::weak_ptr<NamedObject>>& OpenObjects() {
+    static auto* const objects = new std::map<std::string, std::weak_ptr<NamedObject>>;
+    return *objects;
+}
+
+std::string Folder() {
+    const char* const folder = std::getenv("GAIZIOR_SHM_DIR");
+    return folder && *folder ? folder : "/dev/shm";
+}
+
+/// Whether the name can be a file's; sets the last error if not.
+bool IsNameValid(const char* name) {
+    const std::size_t length = std::strlen(name);
+    if (length == 0 || std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
+        return Fail(ERROR_INVALID_NAME);
+    }
+    if (std::strpbrk(name, "/\\")) {
+        return Fail(ERROR_PATH_NOT_FOUND);
+    }
+    return length <= kLongestName || Fail(ERROR_FILENAME_EXCED_RANGE);
+}
+
+/// The lock on an open file says that a name is in use: readers hold it, a writer makes or removes the file. It belongs
+/// to the open file, so it ends with its last descriptor, however the process ends.
+bool SetFileLock(int file, short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_len = 1;
+    return ::fcntl(file, F_OFD_SETLK, &lock) == 0;
+}
+
+bool LeadsTo(const std::string& path, int file) {
+    struct stat byName {};
+    struct stat byFile {};
+    return ::lstat(path.c_str(), &byName) == 0 && ::fstat(file, &byFile) == 0 && byName.st_ino == byFile.st_ino &&
+           byName.st_dev == byFile.st_dev;
+}
+
+/// Opens the name's file, or makes it: opening comes first, since even root may be refused another's file in a sticky
+/// folder when it asks to create it. An empty result has set the last error.
+UniqueFd OpenFile(const std::string& path, bool create) {
+    for (;;) {
+        UniqueFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+        if (file || errno != ENOENT || !create) {
+            if (!file) {
+                FailErrno();
+            }
+            return file;
+        }
+        file = UniqueFd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_CREAT | O_EXCL, kMode));
+        if (file) {
+            ::fchmod(file.Get(), kMode); // whatever the umask took away
+            return file;
+        }
+        if (errno != EEXIST) {
+            FailErrno();
+            return file;
+        }
+    }
+}
+
+/// Only a plain file of the same user is ours to use.
+bool IsOurs(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) {
+        return FailErrno();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    return status.st_uid == ::geteuid() || Fail(ERROR_ACCESS_DENIED);
+}
+
+bool ReadHeader(int file, SyncFile& header) {
+    struct stat status {};
+    return ::fstat(file, &status) == 0 && status.st_size == sizeof(SyncFile) &&
+           ::pread(file, static_cast<void*>(&header), sizeof(header), 0) == sizeof(header) &&
+           std::memcmp(header.magic, SyncFile::kMagic, sizeof(header.magic)) == 0;
+}
+
+void NapOneMillisecond() {
+    const timespec nap{0, 1'000'000};
+    ::nanosleep(&nap, nullptr);
+}
+
+void InitialiseMutex(pthread_mutex_t& mutex) {
+    pthread_mutexattr_t attributes;
+    ::pthread_mutexattr_init(&attributes);
+    ::pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    ::pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    ::pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    ::pthread_mutex_init(&mutex, &attributes);
+    ::pthread_mutexattr_destroy(&attributes);
+}
+
+} // namespace
+
+std::shared_ptr<NamedObject> NamedObject::OpenSync(Kind kind, const char* name, Mode mode, std::uint64_t bits,
+                                                   bool& existed) {
+    return Open(kind, name, mode, sizeof(SyncFile), bits, existed);
+}
+
+std::shared_ptr<NamedObject> NamedObject::OpenSection(const char* name, Mode mode, std::size_t size, bool& existed) {
+    if (name) {
+        return Open(Kind::Section, name, mode, size, 0, existed);
+    }
+    existed = false;
+    UniqueFd file(::memfd_create("gaizior section", MFD_CLOEXEC));
+    if (!file || ::ftruncate(file.Get(), static_cast<off_t>(size)) != 0) {
+        return FailErrnoNull();
+    }
+    return std::make_shared<NamedObject>(std::move(file), std::string());
+}
+
+std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, Mode mode, std::size_t size,
+                                               std::uint64_t bits, bool& existed) {
+    if (!IsNameValid(name)) {
+        return nullptr;
+    }
+    const std::string path = Folder() + "/" + name;
+    const std::lock_guard lock(g_openLock);
+    std::erase_if(OpenObjects(), [](const auto& entry) { return entry.second.expired(); });
+    std::weak_ptr<NamedObject>& known = OpenObjects()[path];
+    if (std::shared_ptr<NamedObject> object = known.lock(); object && object->LeadsHere()) {
+        existed = true;
+        return object->Adopt(kind) ? object : nullptr;
+    }
+    // Another process may be making or removing the file: its lock then cannot be had, or the path leads elsewhere.
+    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+        UniqueFd file = OpenFile(path, mode == Mode::CreateOrOpen);
+        if (!file || !IsOurs(file.Get())) {
+            return nullptr;
+        }
+        const bool isFirst = SetFileLock(file.Get(), F_WRLCK);
+        if ((!isFirst && !SetFileLock(file.Get(), F_RDLCK)) || !LeadsTo(path, file.Get())) {
+            NapOneMillisecond();
+            continue;
+        }
+        // From here on the destructor gives the name up, and with it a file that could not be begun.
+        const auto object = std::make_shared<NamedObject>(std::move(file), path);
+        if (isFirst && mode == Mode::Open) {
+            return FailNull(ERROR_FILE_NOT_FOUND); // left over by holders that all died
+        }
+        existed = !isFirst;
+        if (isFirst ? !object->Begin(kind, size, bits) : !object->Adopt(kind)) {
+            return nullptr;
+        }
+        known = object;
+        return object;
+    }
+    return FailNull(ERROR_ACCESS_DENIED);
+}
+
+/// Makes the file anew. The header comes last and the lock lets others in only then: who dies before leaves a file that
+/// the next one begins again.
+bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
+    if (::ftruncate(File(), 0) != 0) {
+        return FailErrno();
+    }
+    // Allocated at once: a full folder is told here and not by a signal at the first access.
+    if (const int error = ::posix_fallocate(File(), 0, static_cast<off_t>(size))) {
+        return Fail(ErrorOfErrno(error));
+    }
+    if (kind != Kind::Section) {
+        if (!Map()) {
+            return false;
+        }
+        InitialiseMutex(m_pSync->mutex);
+        m_pSync->event = bits & kSignalled ? kSet : 0;
+        m_pSync->isManual = bits & kManual ? 1 : 0;
+        m_pSync->kind = static_cast<std::uint32_t>(kind);
+        m_pSync->size = sizeof(SyncFile);
+        m_pSync->version = SyncFile::kVersion;
+        std::memcpy(m_pSync->magic, SyncFile::kMagic, sizeof(m_pSync->magic));
+    }
+    return SetFileLock(File(), F_RDLCK) || FailErrno();
+}
+
+/// Names share one space: what exists must be of the kind that is wanted, and of this make.
+bool NamedObject::Adopt(Kind kind) {
+    SyncFile header{};
+    const bool isSync = ReadHeader(File(), header);
+    if (kind == Kind::Section) {
+        return !isSync || Fail(ERROR_INVALID_HANDLE);
+    }
+    if (!isSync || header.version != SyncFile::kVersion || header.size != sizeof(SyncFile) ||
+        header.kind != static_cast<std::uint32_t>(kind)) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    return m_pSync || Map();
+}
+
+bool NamedObject::Map() {
+    void* const memory = ::mmap(nullptr, sizeof(SyncFile), PROT_READ | PROT_WRITE, MAP_SHARED, File(), 0);
+    if (memory == MAP_FAILED) {
+        return FailErrno();
+    }
+    m_pSync = static_cast<SyncFile*>(memory);
+    return true;
+}
+
+bool NamedObject::LeadsHere() const {
+    return LeadsTo(m_path, File());
+}
+
+/// The last process that lets go removes the file: only then can it have the lock to itself.
+NamedObject::~NamedObject() {
+    const DWORD error = ::GetLastError();
+    // The kernel walks through a mutex that a thread still owns when that thread ends: its page stays.
+    if (m_pSync && m_nAcquired == 0) {
+        ::munmap(m_pSync, sizeof(SyncFile));
+    }
+    if (!m_path.empty()) {
+        SetFileLock(File(), F_UNLCK);
+        if (SetFileLock(File(), F_WRLCK) && LeadsHere()) {
+            ::unlink(m_path.c_str());
+        }
+    }
+    ::SetLastError(error);
+}
+
+void NamedObject::SetEvent() {
+    // A dead sleeper must not swallow the wake, so all are woken, also where only one can take the event.
+    const std::uint32_t before = m_pSync->event.fetch_or(kSet);
+    if (before & kSleepers) {
+        m_pSync->event.fetch_and(~kSleepers);
+        FutexWake(m_pSync->event, INT_MAX, true);
+    }
+}
+
+void NamedObject::ResetEvent() {
+    m_pSync->event.fetch_and(~kSet);
+}
+
+DWORD NamedObject::ReleaseMutex() {
+    if (::pthread_mutex_unlock(&m_pSync->mutex) != 0) {
+        return ERROR_NOT_OWNER;
+    }
+    --m_nAcquired;
+    return ERROR_SUCCESS;
+}
+
+Take NamedObject::TryTake(Kind kind) {
+    if (kind == Kind::NamedMutex) {
+        return Taken(::pthread_mutex_trylock(&m_pSync->mutex));
+    }
+    if (m_pSync->isManual) {
+        return m_pSync->event.load() & kSet ? Take::Taken : Take::No;
+    }
+    std::uint32_t value = m_pSync->event.load();
+    while (value & kSet) {
+        if (m_pSync->event.compare_exchange_weak(value, value & ~kSet)) {
+            return Take::Taken;
+        }
+    }
+    return Take::No;
+}
+
+Take NamedObject::TakeMutex(const Deadline& deadline) {
+    if (deadline.IsInfinite()) {
+        return Taken(::pthread_mutex_lock(&m_pSync->mutex));
+    }
+    const timespec end{deadline.Nanoseconds() / 1'000'000'000, deadline.Nanoseconds() % 1'000'000'000};
+    return Taken(::pthread_mutex_clocklock(&m_pSync->mutex, CLOCK_MONOTONIC, &end));
+}
+
+Take NamedObject::Taken(int result) {
+    if (result != 0 && result != EOWNERDEAD) {
+        return Take::No;
+    }
+    ++m_nAcquired;
+    if (result == 0) {
+        return Take::Taken;
+    }
+    ::pthread_mutex_consistent(&m_pSync->mutex);
+    return Take::Abandoned;
+}
+
+/// The word that the C library keeps the mutex's owner in, by which threads that wait for several objects sleep.
+std::atomic<std::uint32_t>& NamedObject::MutexWord() const {
+    static_assert(sizeof(m_pSync->mutex.__data.__lock) == sizeof(std::atomic<std::uint32_t>));
+    return reinterpret_cast<std::atomic<std::uint32_t>&>(m_pSync->mutex.__data.__lock);
+}
+
+FutexWord NamedObject::PrepareSleep(Kind kind) {
+    const bool isMutex = kind == Kind::NamedMutex;
+    std::atomic<std::uint32_t>& word = isMutex ? MutexWord() : m_pSync->event;
+    const std::uint32_t mark = isMutex ? static_cast<std::uint32_t>(FUTEX_WAITERS) : kSleepers;
+    std::uint32_t value = word.load();
+    do {
+        const bool isFree = isMutex ? (value & FUTEX_TID_MASK) == 0 : (value & kSet) != 0;
+        if (isFree) {
+            return {nullptr, 0, true};
+        }
+    } while (!word.compare_exchange_weak(value, value | mark));
+    return {&word, value | mark, true};
+}
+
+void NamedObject::PassWakeOn(Kind kind) const {
+    if (kind == Kind::NamedMutex) {
+        FutexWake(MutexWord(), 1, true);
+    }
+}
+
+std::shared_ptr<NamedObject> NamedOf(HANDLE handle, Kind kind) {
+    const ObjectLock lock{Reference(handle)};
+    if (!lock || lock.GetKind() != kind) {
+        return FailNull(ERROR_INVALID_HANDLE);
+    }
+    return lock->named;
+}
+
+HANDLE NewNamedHandle(Kind kind, std::shared_ptr<NamedObject> named, bool existed) {
+    if (!named) {
+        return nullptr;
+    }
+    Object* const object = NewObject(kind, 0);
+    if (!object) {
+        return nullptr;
+    }
+    ObjectLock lock(*object);
+    lock->named = std::move(named);
+    ::SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return HandleOf(*object);
+}
+
+HANDLE OpenNamedHandle(Kind kind, const char* name) {
+    if (!name) {
+        return FailNull(ERROR_INVALID_PARAMETER);
+    }
+    bool existed = false;
+    auto named = kind == Kind::Section ? NamedObject::OpenSection(name, NamedObject::Mode::Open, 0, existed)
+                                       : NamedObject::OpenSync(kind, name, NamedObject::Mode::Open, 0, existed);
+    return NewNamedHandle(kind, std::move(named), false);
+}
+
+} // namespace gaizior::platform

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "gaizior/platform/linux/futex.h"
+#include "gaizior/platform/linux/object.h"
+#include "gaizior/platform/linux/unique_fd.h"
+
+#include <memory>
+#include <string>
+
+/// What processes share under a name: a file of the shared-memory folder. See docs/platform.md for its life.
+namespace gaizior::platform {
+
+enum class Take { No, Taken, Abandoned };
+
+/// A named event, mutex or section as this process holds it: all its handles and views share one.
+class NamedObject {
+public:
+    enum class Mode { CreateOrOpen, Open };
+    /// Lays out the mapped, zeroed file of a new event or mutex.
+    struct SyncFile;
+
+    /// `bits` of a new event: kManual, kSignalled. `existed` tells whether somebody held the name already.
+    /// @returns null with the last error set.
+    static std::shared_ptr<NamedObject> OpenSync(Kind kind, const char* name, Mode mode, std::uint64_t bits,
+                                                 bool& existed);
+    static std::shared_ptr<NamedObject> OpenSection(const char* name, Mode mode, std::size_t size, bool& existed);
+
+    NamedObject(UniqueFd file, std::string path) : m_file(std::move(file)), m_path(std::move(path)) {}
+    NamedObject(const NamedObject&) = delete;
+    NamedObject& operator=(const NamedObject&) = delete;
+    ~NamedObject();
+
+    int File() const {
+        return m_file.Get();
+    }
+
+    void SetEvent();
+    void ResetEvent();
+    /// @returns 0 or a Windows error number.
+    DWORD ReleaseMutex();
+    Take TryTake(Kind kind);
+    /// Waits for this mutex alone. @returns No when the deadline passed.
+    Take TakeMutex(const Deadline& deadline);
+
+    /// Announces a sleeper. @returns what to sleep on; its `word` is null when the object can be taken now.
+    FutexWord PrepareSleep(Kind kind);
+    /// Passes on a wake that a sleeper got and did not use.
+    void PassWakeOn(Kind kind) const;
+
+private:
+    static std::shared_ptr<NamedObject> Open(Kind kind, const char* name, Mode mode, std::size_t size,
+                                             std::uint64_t bits, bool& existed);
+    bool Begin(Kind kind, std::size_t size, std::uint64_t bits);
+    bool Adopt(Kind kind);
+    bool Map();
+    bool LeadsHere() const;
+    Take Taken(int result);
+    std::atomic<std::uint32_t>& MutexWord() const;
+
+    UniqueFd m_file;
+    std::string m_path;
+    SyncFile* m_pSync = nullptr;
+    std::atomic<int> m_nAcquired{0}; ///< how often threads of this process hold the mutex
+};
+
+/// The named object that an open handle of that kind leads to; null, with the last error set, for any other.
+std::shared_ptr<NamedObject> NamedOf(HANDLE handle, Kind kind);
+/// A handle for a named object; sets the last error to 0 or ERROR_ALREADY_EXISTS.
+HANDLE NewNamedHandle(Kind kind, std::shared_ptr<NamedObject> named, bool existed);
+/// A handle for an existing named object; null with the last error set.
+HANDLE OpenNamedHandle(Kind kind, const char* name);
+
+} // namespace gaizior::platform

@@ -1,0 +1,295 @@
+#include "gaizior/platform/linux/object.h"
+
+#include "gaizior/platform/linux/futex.h"
+#include "gaizior/platform/linux/last_error.h"
+#include "gaizior/platform/linux/named_object.h"
+
+#include <array>
+#include <mutex>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include <sched.h>
+#include <unistd.h>
+
+namespace gaizior::platform {
+namespace {
+
+constexpr std::uint32_t kPlacesPerChunk = 256;
+constexpr std::uint32_t kMaximumChunks = 65536;
+constexpr std::uint64_t kGenerationMask = 0x3FFFFFFF;
+constexpr int kPlaceShift = 2; // handles are multiples of 4, as on Windows
+constexpr int kSpins = 100;
+
+/// The places for objects. Never destroyed: handles are closed until the very end of the process.
+class Table {
+public:
+    Object* Allocate() {
+        const std::lock_guard lock(m_lock);
+        if (m_free.empty() && !Grow()) {
+            return nullptr;
+        }
+        Object* const object = m_free.back();
+        m_free.pop_back();
+        return object;
+    }
+
+    void Free(Object& object) {
+        const std::lock_guard lock(m_lock);
+        m_free.push_back(&object); // cannot fail: Grow reserved room for every place
+    }
+
+    Object* At(std::uint64_t place) const {
+        if (place >= std::uint64_t{kMaximumChunks} * kPlacesPerChunk) {
+            return nullptr;
+        }
+        Object* const chunk = m_chunks[place / kPlacesPerChunk].load(std::memory_order_acquire);
+        return chunk ? chunk + place % kPlacesPerChunk : nullptr;
+    }
+
+private:
+    bool Grow() {
+        if (m_nChunks == kMaximumChunks) {
+            return false;
+        }
+        try {
+            m_free.reserve((m_nChunks + std::size_t{1}) * kPlacesPerChunk);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+        Object* const chunk = new (std::nothrow) Object[kPlacesPerChunk];
+        if (!chunk) {
+            return false;
+        }
+        for (std::uint32_t i = kPlacesPerChunk; i-- > 0;) {
+            chunk[i].place = m_nChunks * kPlacesPerChunk + i;
+            m_free.push_back(&chunk[i]);
+        }
+        m_chunks[m_nChunks++].store(chunk, std::memory_order_release);
+        return true;
+    }
+
+    std::mutex m_lock;
+    std::vector<Object*> m_free;
+    std::uint32_t m_nChunks = 0;
+    std::array<std::atomic<Object*>, kMaximumChunks> m_chunks{};
+};
+
+Table& TheTable() {
+    static Table* const table = new Table;
+    return *table;
+}
+
+constinit thread_local ThreadState t_state;
+
+/// Abandons what a thread owns when it ends, whoever started it.
+struct EndOfThread {
+    ~EndOfThread() {
+        AbandonOwned();
+    }
+    void Arm() const {}
+};
+thread_local const EndOfThread t_endOfThread;
+
+std::uint64_t NextGeneration(std::uint64_t word) {
+    const std::uint64_t next = ((word >> kGenerationShift) + 1) & kGenerationMask;
+    return next ? next : 1;
+}
+
+/// Waits until nobody changes the object.
+std::uint64_t LoadUnlocked(const Object& object) {
+    for (int spins = 0;; ++spins) {
+        const std::uint64_t word = object.word.load();
+        if (!(word & kLocked)) {
+            return word;
+        }
+        if (spins >= kSpins) {
+            ::sched_yield();
+        }
+    }
+}
+
+} // namespace
+
+ThreadState& CurrentThread() {
+    if (t_state.id == 0) {
+        t_state.id = static_cast<DWORD>(::gettid());
+    }
+    return t_state;
+}
+
+Object* NewObject(Kind kind, std::uint64_t state) {
+    Object* const object = TheTable().Allocate();
+    if (!object) {
+        Fail(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    const std::uint64_t generation = NextGeneration(object->word.load(std::memory_order_relaxed));
+    object->owner.store(0, std::memory_order_relaxed);
+    object->exitCode.store(STILL_ACTIVE, std::memory_order_relaxed);
+    object->word.store(generation << kGenerationShift | std::uint64_t{static_cast<std::uint8_t>(kind)} << kKindShift |
+                       state);
+    return object;
+}
+
+HANDLE HandleOf(const Object& object) {
+    const std::uint64_t generation = object.word.load() >> kGenerationShift;
+    const std::uint64_t place = (std::uint64_t{object.place} + 1) << kPlaceShift;
+    return reinterpret_cast<HANDLE>(generation << kGenerationShift | place);
+}
+
+HANDLE NewHandle(Kind kind, std::uint64_t state) {
+    const Object* const object = NewObject(kind, state);
+    if (!object) {
+        return nullptr;
+    }
+    ::SetLastError(ERROR_SUCCESS);
+    return HandleOf(*object);
+}
+
+Reference::Reference(HANDLE handle) {
+    const auto value = reinterpret_cast<std::uint64_t>(handle);
+    const std::uint64_t place = value & 0xFFFFFFFF;
+    if (place == 0 || place % (1u << kPlaceShift) != 0) {
+        return;
+    }
+    object = TheTable().At((place >> kPlaceShift) - 1);
+    generation = value >> kGenerationShift;
+}
+
+std::uint64_t Reference::Load() const {
+    const std::uint64_t word = object ? LoadUnlocked(*object) : 0;
+    return Matches(word) ? word : 0;
+}
+
+ObjectLock::ObjectLock(const Reference& reference) {
+    for (std::uint64_t word = reference.Load(); word != 0; word = reference.Load()) {
+        if (reference.object->word.compare_exchange_weak(word, word | kLocked)) {
+            m_pObject = reference.object;
+            m_word = word;
+            return;
+        }
+    }
+}
+
+void ObjectLock::Close() {
+    m_word = NextGeneration(m_word) << kGenerationShift | (m_word & 0xFFFFFFFF) | kClosed;
+}
+
+void ObjectLock::Link(WaitNode& node) {
+    node.next = nullptr;
+    node.previous = m_pObject->last;
+    (node.previous ? node.previous->next : m_pObject->first) = &node;
+    m_pObject->last = &node;
+    node.isLinked.store(true, std::memory_order_relaxed);
+    Set(kWaiters);
+}
+
+void ObjectLock::Unlink(WaitNode& node) {
+    (node.previous ? node.previous->next : m_pObject->first) = node.next;
+    (node.next ? node.next->previous : m_pObject->last) = node.previous;
+    if (!m_pObject->first) {
+        Clear(kWaiters);
+    }
+    node.isLinked.store(false, std::memory_order_release);
+}
+
+ThreadState* ObjectLock::HandOver(std::uint32_t resultBase, bool ownership) {
+    for (WaitNode* node = m_pObject->first; node; node = node->next) {
+        ThreadState* const thread = node->thread;
+        std::uint32_t expected = kWaiting;
+        if (thread->result.compare_exchange_strong(expected, resultBase + node->index)) {
+            // The thread goes on when its node is unlinked, and not before.
+            if (ownership) {
+                m_pObject->owner.store(thread->id, std::memory_order_relaxed);
+                m_pObject->recursion = 1;
+            }
+            Unlink(*node);
+            return thread;
+        }
+    }
+    return nullptr;
+}
+
+void ObjectLock::Unlock() {
+    Object* const object = std::exchange(m_pObject, nullptr);
+    if (!object) {
+        return;
+    }
+    const bool isForgotten =
+        (m_word & kClosed) && !object->first && object->pins == 0 && object->owner.load(std::memory_order_relaxed) == 0;
+    if (!isForgotten) {
+        object->word.store(m_word);
+        return;
+    }
+    void* const context = std::exchange(object->context, nullptr);
+    const auto release = std::exchange(object->release, nullptr);
+    const std::shared_ptr<NamedObject> named = std::move(object->named);
+    object->word.store(m_word & ~std::uint64_t{0xFFFFFFFF});
+    TheTable().Free(*object);
+    if (release) {
+        release(context);
+    }
+}
+
+void Wake(const ThreadState* thread) {
+    if (thread) {
+        FutexWake(thread->result, 1, false);
+    }
+}
+
+void LinkOwned(Object& mutex) {
+    t_endOfThread.Arm();
+    ThreadState& thread = CurrentThread();
+    mutex.previousOwned = nullptr;
+    mutex.nextOwned = thread.owned;
+    if (thread.owned) {
+        thread.owned->previousOwned = &mutex;
+    }
+    thread.owned = &mutex;
+}
+
+void UnlinkOwned(Object& mutex) {
+    (mutex.previousOwned ? mutex.previousOwned->nextOwned : CurrentThread().owned) = mutex.nextOwned;
+    if (mutex.nextOwned) {
+        mutex.nextOwned->previousOwned = mutex.previousOwned;
+    }
+}
+
+void AbandonOwned() {
+    while (Object* const mutex = CurrentThread().owned) {
+        UnlinkOwned(*mutex);
+        ThreadState* next = nullptr;
+        {
+            ObjectLock lock(*mutex);
+            mutex->owner.store(0, std::memory_order_relaxed);
+            next = lock.HandOver(WAIT_ABANDONED_0, true);
+            if (!next) {
+                lock.Set(kSignalled | kAbandoned);
+            }
+        }
+        Wake(next);
+    }
+}
+
+} // namespace gaizior::platform
+
+BOOL gaizior_windows_api::CloseHandle(HANDLE handle) {
+    using namespace gaizior::platform;
+    ObjectLock lock{Reference(handle)};
+    if (!lock) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    lock.Close();
+    // A mutex that nobody waits for goes with its handle; otherwise its owner's end still releases the waiters.
+    if (lock->owner.load(std::memory_order_relaxed) == CurrentThread().id && !lock->first) {
+        UnlinkOwned(*lock);
+        lock->owner.store(0, std::memory_order_relaxed);
+    }
+    return TRUE;
+}
+
+DWORD gaizior_windows_api::GetCurrentThreadId() {
+    return gaizior::platform::CurrentThread().id;
+}

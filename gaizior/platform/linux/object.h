@@ -1,0 +1,164 @@
+#pragma once
+
+#include "gaizior/platform/windows_api.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+/// What stands behind a handle. A handle is an index into one process-wide table and the generation of what was put
+/// there. The place in the table is the object itself: one atomic word holds its generation, kind and state, so that
+/// setting an event or taking what is free is one compare-and-swap, which fails for a closed handle. Places are never
+/// given back to the system, so a stale handle may look at one at any time.
+namespace gaizior::platform {
+
+class NamedObject;
+struct Object;
+
+enum class Kind : std::uint8_t { None, Event, Mutex, Semaphore, Thread, Process, NamedEvent, NamedMutex, Section };
+
+// The lower half of an object's word; the upper half is its generation.
+inline constexpr std::uint64_t kSignalled = 1u << 0; ///< event set, mutex free, semaphore above 0, thread ended
+inline constexpr std::uint64_t kLocked = 1u << 1;    ///< somebody changes the object, for a few instructions
+inline constexpr std::uint64_t kWaiters = 1u << 2;   ///< its list of waiters is not empty
+inline constexpr std::uint64_t kAbandoned = 1u << 3; ///< the mutex's last owner ended without releasing it
+inline constexpr std::uint64_t kManual = 1u << 4;    ///< stays signalled when it is taken
+inline constexpr std::uint64_t kClosed = 1u << 5;    ///< no handle leads here any more
+inline constexpr int kKindShift = 8;
+inline constexpr int kGenerationShift = 32;
+
+constexpr Kind KindOf(std::uint64_t word) {
+    return static_cast<Kind>(word >> kKindShift & 0xFF);
+}
+
+/// A thread as a waiter and as an owner of mutexes.
+struct ThreadState {
+    /// What the thread sleeps on: kWaiting, kClaimed, or the result that whoever signalled an object handed to it.
+    std::atomic<std::uint32_t> result{0};
+    DWORD id = 0;
+    Object* owned = nullptr; ///< the unnamed mutexes that it owns; only the thread itself changes the list
+};
+
+inline constexpr std::uint32_t kWaiting = 0xFFFFFFFF; ///< asleep or about to: may be handed an object
+inline constexpr std::uint32_t kClaimed = 0xFFFFFFFE; ///< looks after itself: must not be handed one
+
+/// The calling thread.
+ThreadState& CurrentThread();
+
+/// One thread's place in one object's list of waiters; lives on the waiting thread's stack.
+struct WaitNode {
+    ThreadState* thread = nullptr;
+    std::uint32_t index = 0; ///< of the object among those waited for
+    WaitNode* next = nullptr;
+    WaitNode* previous = nullptr;
+    /// Cleared under the object's lock as the last that is done to the node.
+    std::atomic<bool> isLinked{false};
+};
+
+struct alignas(64) Object {
+    std::atomic<std::uint64_t> word{0};
+    std::uint32_t place = 0; ///< in the table
+
+    // Under the lock:
+    WaitNode* first = nullptr;
+    WaitNode* last = nullptr;
+    int pins = 0; ///< references of those who will signal it
+
+    // A mutex's: `owner` is read by anybody, the rest is the owner's.
+    std::atomic<DWORD> owner{0};
+    std::uint32_t recursion = 0;
+    Object* nextOwned = nullptr;
+    Object* previousOwned = nullptr;
+
+    // A semaphore's, under the lock:
+    LONG count = 0;
+    LONG maximum = 0;
+
+    // A thread's or a process's:
+    std::atomic<DWORD> exitCode{STILL_ACTIVE};
+    void* context = nullptr;
+    void (*release)(void*) = nullptr;
+
+    // A named object's or a section's, under the lock:
+    std::shared_ptr<NamedObject> named;
+};
+
+/// Makes an object, unlocked, without a waiter, and its handle. Null when memory runs out.
+Object* NewObject(Kind kind, std::uint64_t state);
+HANDLE HandleOf(const Object& object);
+/// Makes an object that is all in its word; the last error is 0 then. @returns its handle or null.
+HANDLE NewHandle(Kind kind, std::uint64_t state);
+
+/// The place that a handle leads to and the generation it wants there; null for what cannot be a handle.
+struct Reference {
+    Object* object = nullptr;
+    std::optional<std::uint64_t> generation; ///< none wants whatever is there
+
+    explicit Reference(HANDLE handle);
+    /// To an object that cannot vanish (it is pinned, owned, or waited for by the caller), be its handle open or not.
+    explicit Reference(Object& present) : object(&present) {}
+    bool Matches(std::uint64_t word) const {
+        return object && (!generation || word >> kGenerationShift == *generation);
+    }
+    /// The object's word when nobody is changing it; 0, which matches nothing, when the handle is closed.
+    std::uint64_t Load() const;
+};
+
+/// Holds an object's lock bit. Everything that is not a single change of the word happens under it.
+class ObjectLock {
+public:
+    /// Locks what the handle leads to, or nothing when it is closed.
+    explicit ObjectLock(const Reference& reference);
+    explicit ObjectLock(Object& present) : ObjectLock(Reference(present)) {}
+    ObjectLock(const ObjectLock&) = delete;
+    ObjectLock& operator=(const ObjectLock&) = delete;
+    ~ObjectLock() {
+        Unlock();
+    }
+    explicit operator bool() const {
+        return m_pObject != nullptr;
+    }
+    Object& operator*() const {
+        return *m_pObject;
+    }
+    Object* operator->() const {
+        return m_pObject;
+    }
+    std::uint64_t Word() const {
+        return m_word;
+    }
+    Kind GetKind() const {
+        return KindOf(m_word);
+    }
+    void Set(std::uint64_t bits) {
+        m_word |= bits;
+    }
+    void Clear(std::uint64_t bits) {
+        m_word &= ~bits;
+    }
+    /// Takes the handle's right to the object away.
+    void Close();
+    void Link(WaitNode& node);
+    void Unlink(WaitNode& node);
+    /// Gives the object to the first waiter that can take it and unlinks its node. @returns that thread, to be woken
+    /// after the lock is released, or null. For a mutex `ownership` makes the thread its owner.
+    ThreadState* HandOver(std::uint32_t resultBase, bool ownership);
+    /// Releases the lock; the place is free again when nothing leads to the object any more.
+    void Unlock();
+
+private:
+    Object* m_pObject = nullptr;
+    std::uint64_t m_word = 0;
+};
+
+/// Wakes a thread that HandOver returned; null is nobody.
+void Wake(const ThreadState* thread);
+
+/// Keeps the mutexes of a thread so that they can be abandoned when it ends.
+void LinkOwned(Object& mutex);
+void UnlinkOwned(Object& mutex);
+/// Abandons all mutexes of the calling thread, which is about to end.
+void AbandonOwned();
+
+} // namespace gaizior::platform

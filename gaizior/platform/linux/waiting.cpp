@@ -1,0 +1,243 @@
+#include "gaizior/platform/linux/futex.h"
+#include "gaizior/platform/linux/last_error.h"
+#include "gaizior/platform/linux/named_object.h"
+#include "gaizior/platform/linux/take.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <span>
+
+#include <sched.h>
+
+namespace gaizior::platform {
+namespace {
+
+/// A wake for a named mutex can be lost with a process that dies between being woken and taking it.
+constexpr DWORD kLongestNamedSleep = 100;
+
+DWORD ResultOf(Take take, DWORD index) {
+    return (take == Take::Abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + index;
+}
+
+/// One of the objects that a thread waits for: an in-process one through a node in its list of waiters, a named one by
+/// sleeping on its word.
+struct Waited {
+    WaitNode node;
+    Object* object = nullptr;
+    std::shared_ptr<NamedObject> named;
+    Kind kind = Kind::None;
+    bool hasSlept = false;
+
+    Take TryTake() const {
+        return named ? named->TryTake(kind) : platform::TryTake(*object);
+    }
+};
+
+/// A wait that cannot be satisfied at once. Enqueues the thread with every in-process object; from then on whoever
+/// signals one hands it over, unless the thread has claimed itself to look after the objects on its own.
+class Wait {
+public:
+    /// `places` are as many as the handles.
+    Wait(std::span<const HANDLE> handles, std::span<Waited> places, DWORD milliseconds)
+        : m_handles(handles), m_places(places), m_deadline(milliseconds), m_thread(CurrentThread()) {}
+    ~Wait() {
+        for (Waited& waited : Enqueued()) {
+            Dequeue(waited);
+        }
+    }
+    Wait(const Wait&) = delete;
+    Wait& operator=(const Wait&) = delete;
+
+    DWORD Run() {
+        m_thread.result.store(kClaimed);
+        if (!Enqueue()) {
+            return WAIT_FAILED;
+        }
+        for (;;) {
+            if (const std::optional<DWORD> taken = TakeLowest()) {
+                return *taken;
+            }
+            if (m_deadline.HasPassed()) {
+                return WAIT_TIMEOUT;
+            }
+            if (const std::optional<DWORD> handed = Sleep()) {
+                return *handed;
+            }
+        }
+    }
+
+private:
+    std::span<Waited> Enqueued() {
+        return m_places.first(m_count);
+    }
+
+    bool Enqueue() {
+        for (const HANDLE handle : m_handles) {
+            Waited& waited = m_places[m_count];
+            ObjectLock lock{Reference(handle)};
+            waited.kind = lock ? lock.GetKind() : Kind::None;
+            if (waited.kind == Kind::None || waited.kind == Kind::Section) {
+                return Fail(ERROR_INVALID_HANDLE);
+            }
+            waited.named = lock->named;
+            if (!waited.named) {
+                waited.object = &*lock;
+                waited.node.thread = &m_thread;
+                waited.node.index = m_count;
+                lock.Link(waited.node);
+                m_hasNodes = true;
+            }
+            ++m_count;
+        }
+        return true;
+    }
+
+    std::optional<DWORD> TakeLowest() {
+        for (DWORD i = 0; i < m_count; ++i) {
+            const Take take = m_places[i].TryTake();
+            if (take != Take::No) {
+                m_places[i].hasSlept = false;
+                return ResultOf(take, i);
+            }
+        }
+        return std::nullopt;
+    }
+
+    /// @returns what was handed over meanwhile, if anything was.
+    std::optional<DWORD> Sleep() {
+        m_thread.result.store(kWaiting);
+        std::array<FutexWord, MAXIMUM_WAIT_OBJECTS + 1> words;
+        std::size_t count = 0;
+        if (m_hasNodes) {
+            words[count++] = {&m_thread.result, kWaiting, false};
+        }
+        bool isNamedMutex = false;
+        bool canSleep = true;
+        for (Waited& waited : Enqueued()) {
+            if (!waited.named) {
+                canSleep = canSleep && !LooksSignalled(*waited.object);
+                continue;
+            }
+            const FutexWord word = waited.named->PrepareSleep(waited.kind);
+            canSleep = canSleep && word.word;
+            words[count++] = word;
+            waited.hasSlept = true;
+            isNamedMutex = isNamedMutex || waited.kind == Kind::NamedMutex;
+        }
+        if (canSleep) {
+            FutexWait(std::span(words).first(count), isNamedMutex ? m_deadline.AtMost(kLongestNamedSleep) : m_deadline);
+        }
+        std::uint32_t result = kWaiting;
+        if (m_thread.result.compare_exchange_strong(result, kClaimed)) {
+            return std::nullopt;
+        }
+        return Receive(result);
+    }
+
+    /// Whoever handed the object over still works on its list until the node is unlinked.
+    DWORD Receive(DWORD result) {
+        Waited& waited = m_places[result % WAIT_ABANDONED_0];
+        while (waited.node.isLinked.load(std::memory_order_acquire)) {
+            ::sched_yield();
+        }
+        if (waited.kind == Kind::Mutex) {
+            LinkOwned(*waited.object);
+        }
+        return result;
+    }
+
+    static void Dequeue(Waited& waited) {
+        if (waited.node.isLinked.load(std::memory_order_acquire)) {
+            ObjectLock(*waited.object).Unlink(waited.node);
+        }
+        if (waited.named && waited.hasSlept) {
+            waited.named->PassWakeOn(waited.kind);
+        }
+    }
+
+    std::span<const HANDLE> m_handles;
+    std::span<Waited> m_places;
+    Deadline m_deadline;
+    ThreadState& m_thread;
+    DWORD m_count = 0;
+    bool m_hasNodes = false;
+};
+
+/// Takes what an open handle leads to if it is free. @returns nothing, with the last error set, for any other handle.
+std::optional<Take> TryTakeAny(HANDLE handle) {
+    if (const std::optional<Take> take = TryTake(handle)) {
+        return take;
+    }
+    const ObjectLock lock{Reference(handle)};
+    if (!lock || !lock->named || lock.GetKind() == Kind::Section) {
+        Fail(ERROR_INVALID_HANDLE);
+        return std::nullopt;
+    }
+    return lock->named->TryTake(lock.GetKind());
+}
+
+bool IsOpen(HANDLE handle) {
+    const Kind kind = KindOf(Reference(handle).Load());
+    return kind != Kind::None && kind != Kind::Section;
+}
+
+DWORD WaitForMutex(HANDLE handle, DWORD milliseconds) {
+    const std::shared_ptr<NamedObject> mutex = NamedOf(handle, Kind::NamedMutex);
+    const Take take = mutex ? mutex->TakeMutex(Deadline(milliseconds)) : Take::No;
+    if (take == Take::No && (!mutex || milliseconds == INFINITE)) {
+        Fail(ERROR_INVALID_HANDLE);
+        return WAIT_FAILED;
+    }
+    return take == Take::No ? WAIT_TIMEOUT : ResultOf(take, 0);
+}
+
+} // namespace
+} // namespace gaizior::platform
+
+DWORD gaizior_windows_api::WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
+    using namespace gaizior::platform;
+    const std::optional<Take> take = TryTakeAny(handle);
+    if (!take) {
+        return WAIT_FAILED;
+    }
+    if (*take != Take::No) {
+        return ResultOf(*take, 0);
+    }
+    if (milliseconds == 0) {
+        return WAIT_TIMEOUT;
+    }
+    if (KindOf(Reference(handle).Load()) == Kind::NamedMutex) {
+        return WaitForMutex(handle, milliseconds);
+    }
+    Waited place;
+    return Wait(std::span(&handle, 1), std::span(&place, 1), milliseconds).Run();
+}
+
+DWORD gaizior_windows_api::WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
+                                                  DWORD milliseconds) {
+    using namespace gaizior::platform;
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || !handles || (waitAll && count > 1)) {
+        Fail(ERROR_INVALID_PARAMETER);
+        return WAIT_FAILED;
+    }
+    const std::span<const HANDLE> all(handles, count);
+    if (!std::all_of(all.begin(), all.end(), &IsOpen)) {
+        Fail(ERROR_INVALID_HANDLE);
+        return WAIT_FAILED;
+    }
+    for (DWORD i = 0; i < count; ++i) {
+        const std::optional<Take> take = TryTakeAny(handles[i]);
+        if (!take) {
+            return WAIT_FAILED;
+        }
+        if (*take != Take::No) {
+            return ResultOf(*take, i);
+        }
+    }
+    if (milliseconds == 0) {
+        return WAIT_TIMEOUT;
+    }
+    std::array<Waited, MAXIMUM_WAIT_OBJECTS> places;
+    return Wait(all, places, milliseconds).Run();
+}
