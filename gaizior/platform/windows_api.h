@@ -229,22 +229,42 @@ struct PROCESS_INFORMATION {
 inline constexpr DWORD PROCESS_TERMINATE = 0x0001;
 inline constexpr DWORD PROCESS_QUERY_LIMITED_INFORMATION = 0x1000;
 inline constexpr DWORD CREATE_NEW_PROCESS_GROUP = 0x00000200;
+inline constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
 
 /// Starts a program. `application` is its path; null takes the first word of `commandLine`, looked for beside the
-/// running program, in the current directory and on PATH. The command line is split by Windows' quoting rules.
-/// Standard streams are the caller's; environment and directory are inherited when null. CREATE_NEW_PROCESS_GROUP
-/// keeps the terminal's Ctrl-C from the child. @returns FALSE with ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED ...
+/// running program, in the current directory and on PATH unless it holds a separator. Backslashes in program and
+/// directory separate as slashes do. The command line is split by Windows' quoting rules; null is the program alone.
+/// Of the caller's descriptors the child gets the standard ones and no other. `environment` is a block of texts, each
+/// ended by a NUL, with an empty one at the end; environment and directory are inherited when null.
+/// CREATE_NEW_PROCESS_GROUP keeps the terminal's Ctrl-C from the child; CREATE_NO_WINDOW changes nothing. Attributes,
+/// `inheritHandles` and the window's wishes in `startup` are ignored.
+/// Both handles (the second stands for the first thread) are signalled when the process has ended; the caller closes
+/// them. The child is waited for by the library: nobody else may collect it.
+/// @returns FALSE with ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED (not executable), ERROR_BAD_EXE_FORMAT,
+///          ERROR_DIRECTORY, ERROR_FILENAME_EXCED_RANGE (arguments too long), ERROR_INVALID_PARAMETER (other flags,
+///          neither program nor command line), ERROR_NOT_SUPPORTED (standard handles in `startup`), or another error
+///          of the system's. Any thread.
 GAIZIOR_API BOOL CreateProcessA(const char* application, char* commandLine, SECURITY_ATTRIBUTES* processAttributes,
                                 SECURITY_ATTRIBUTES* threadAttributes, BOOL inheritHandles, DWORD flags,
                                 void* environment, const char* directory, STARTUPINFOA* startup,
                                 PROCESS_INFORMATION* information);
-/// A handle of a running process, signalled when it ends. Null with ERROR_INVALID_PARAMETER when there is none.
+/// A handle of a running process, signalled when it ends; the caller closes it. `access` is checked by
+/// TerminateProcess and GetExitCodeProcess, waiting is always allowed.
+/// @returns null with ERROR_INVALID_PARAMETER when there is no such process, ERROR_ACCESS_DENIED when it may not be
+///          ended though PROCESS_TERMINATE was asked for. Any thread.
 GAIZIOR_API HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD processId);
+/// Ends a process at once; it gets no chance to clean up. Handles in this process report `exitCode` for a child of
+/// this process. @returns FALSE with ERROR_INVALID_HANDLE, ERROR_ACCESS_DENIED (no right to, or it has ended). Any
+/// thread.
 GAIZIOR_API BOOL TerminateProcess(HANDLE process, UINT exitCode);
 /// The exit code, STILL_ACTIVE while it runs. A process that a signal ended reports 128 plus the signal's number.
+/// @returns FALSE with ERROR_INVALID_HANDLE, ERROR_ACCESS_DENIED (no right to), ERROR_NOT_SUPPORTED when the process
+///          has ended and was not a child of this one: only a parent learns the code. Any thread.
 GAIZIOR_API BOOL GetExitCodeProcess(HANDLE process, DWORD* exitCode);
 GAIZIOR_API DWORD GetCurrentProcessId();
-/// The path of the running program (`module` null) or of the library (`module` not null).
+/// The absolute path of the running program (`module` null) or of the library (any other `module`).
+/// @returns its length; `size` with ERROR_INSUFFICIENT_BUFFER when path and NUL do not fit (what fits is written, with
+///          a NUL); 0 with an error of the system's. Any thread.
 GAIZIOR_API DWORD GetModuleFileNameA(HMODULE module, char* buffer, DWORD size);
 
 inline constexpr DWORD CTRL_C_EVENT = 0;
@@ -253,7 +273,11 @@ inline constexpr DWORD CTRL_CLOSE_EVENT = 2;
 using PHANDLER_ROUTINE = BOOL (*)(DWORD);
 
 /// Adds (or removes) a handler that is told of Ctrl-C (SIGINT), Ctrl-Break (SIGQUIT) and close (SIGTERM, SIGHUP), on
-/// a thread of its own. Handlers are asked last added first until one returns TRUE; otherwise the process ends.
+/// a thread of its own. Handlers are asked last added first until one returns TRUE; otherwise the signal ends the
+/// process. Without handlers the signals do what they did before the first was added; a SIGHUP that the process was
+/// started to ignore stays ignored. A null handler with TRUE makes this process, and the children it starts from then
+/// on, ignore Ctrl-C; with FALSE it is heard again.
+/// @returns FALSE with ERROR_INVALID_PARAMETER when a handler to remove was never added. Any thread, handlers too.
 GAIZIOR_API BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);
 
 // --- Interlocked operations ------------------------------------------------------------------------------------
@@ -300,14 +324,19 @@ GAIZIOR_API BOOL UnmapViewOfFile(const void* view);
 
 // --- Time ------------------------------------------------------------------------------------------------------
 
+/// At least `milliseconds`; 0 gives way to other threads, INFINITE never returns.
 GAIZIOR_API void Sleep(DWORD milliseconds);
-/// Milliseconds of a clock that never turns back.
+/// Milliseconds since the machine started, those that it was suspended included; never turns back.
 GAIZIOR_API ULONGLONG GetTickCount64();
+/// Local time in the machine's (or TZ's) zone of this moment.
 GAIZIOR_API void GetLocalTime(SYSTEMTIME* time);
+/// Universal time, as a date and as 100 ns since the beginning of 1601.
 GAIZIOR_API void GetSystemTime(SYSTEMTIME* time);
 GAIZIOR_API void GetSystemTimeAsFileTime(FILETIME* time);
+/// The week day of `systemTime` is ignored.
 /// @returns FALSE with ERROR_INVALID_PARAMETER for fields that are no date and time between 1601 and 30827.
 GAIZIOR_API BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
+/// Drops what is shorter than a millisecond. @returns FALSE with ERROR_INVALID_PARAMETER above 0x7FFFFFFFFFFFFFFF.
 GAIZIOR_API BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime);
 
 // --- Message boxes ---------------------------------------------------------------------------------------------
@@ -319,7 +348,8 @@ inline constexpr UINT MB_SETFOREGROUND = 0x00010000;
 inline constexpr UINT MB_TOPMOST = 0x00040000;
 inline constexpr int IDOK = 1;
 
-/// Hands the box to the installed handler; without one writes caption and text to standard error, returns IDOK.
+/// Hands the box to the installed handler and returns its answer; without one writes caption ("Error" for null) and
+/// text to standard error and returns IDOK. Any thread; the handler is called on the caller's.
 GAIZIOR_API int MessageBoxA(HWND owner, const char* text, const char* caption, UINT type);
 
 using MessageBoxHandler = int (*)(HWND owner, const char* text, const char* caption, UINT type);

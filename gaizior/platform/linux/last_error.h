@@ -3,6 +3,7 @@
 #include "gaizior/platform/windows_api.h"
 
 #include <cstddef>
+#include <new>
 
 namespace gaizior::platform {
 
@@ -22,6 +23,17 @@ BOOL FailErrno();
 inline std::nullptr_t FailErrnoNull() {
     FailErrno();
     return nullptr;
+}
+
+/// Runs the body of a call, which must not throw: without memory it fails with ERROR_NOT_ENOUGH_MEMORY.
+template <typename Body>
+auto NoThrow(Body&& body) -> decltype(body()) {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        Fail(ERROR_NOT_ENOUGH_MEMORY);
+        return {};
+    }
 }
 
 } // namespace gaizior::platform

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <string>
 
 namespace {
 
@@ -18,9 +17,8 @@ int MessageBoxA(HWND owner, const char* text, const char* caption, UINT type) {
         return handler(owner, text, caption, type);
     }
     const int before = errno;
-    // One string, so that the lines of two threads do not mix. "Error" is what Windows shows for a null caption.
-    const std::string line = std::string(caption ? caption : "Error") + ": " + (text ? text : "") + "\n";
-    std::fputs(line.c_str(), stderr);
+    // "Error" is what Windows shows for a null caption.
+    std::fprintf(stderr, "%s: %s\n", caption ? caption : "Error", text ? text : "");
     errno = before;
     return IDOK;
 }

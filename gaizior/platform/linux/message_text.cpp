@@ -10,10 +10,9 @@ namespace {
 using gaizior::platform::ErrnoMapping;
 using gaizior::platform::Fail;
 using gaizior::platform::FindMessageText;
-using gaizior::platform::MessageText;
 
 static_assert(std::ranges::all_of(gaizior::platform::kErrnoMap,
-                                  [](const ErrnoMapping& row) { return FindMessageText(row.error) != nullptr; }),
+                                  [](const ErrnoMapping& row) { return !FindMessageText(row.error).empty(); }),
               "every number that an errno value can become has a text");
 
 } // namespace
@@ -29,22 +28,22 @@ DWORD FormatMessageA(DWORD flags, const void* /*source*/, DWORD messageId, DWORD
         Fail(ERROR_INVALID_PARAMETER);
         return 0;
     }
-    const MessageText* message = FindMessageText(messageId);
-    if (!message) {
+    const std::string_view text = FindMessageText(messageId);
+    if (text.empty()) {
         Fail(ERROR_MR_MID_NOT_FOUND);
         return 0;
     }
-    if (!ignoreInserts && message->text.find('%') != std::string_view::npos) {
+    if (!ignoreInserts && text.find('%') != std::string_view::npos) {
         Fail(ERROR_INVALID_PARAMETER);
         return 0;
     }
     const std::string_view end = oneLine ? " " : "\r\n";
-    const std::size_t length = message->text.size() + end.size();
+    const std::size_t length = text.size() + end.size();
     if (length >= size) {
         Fail(ERROR_INSUFFICIENT_BUFFER);
         return 0;
     }
-    *std::ranges::copy(end, std::ranges::copy(message->text, buffer).out).out = '\0';
+    *std::ranges::copy(end, std::ranges::copy(text, buffer).out).out = '\0';
     return static_cast<DWORD>(length);
 }
 

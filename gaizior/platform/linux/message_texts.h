@@ -69,10 +69,10 @@ static_assert(std::ranges::adjacent_find(kMessageTexts, std::ranges::greater_equ
                   std::end(kMessageTexts),
               "the look-up is a binary search");
 
-/// The text of a number; null when it has none.
-constexpr const MessageText* FindMessageText(DWORD number) {
+/// The text of a number; empty when it has none.
+constexpr std::string_view FindMessageText(DWORD number) {
     const auto* found = std::ranges::lower_bound(kMessageTexts, number, {}, &MessageText::number);
-    return found != std::end(kMessageTexts) && found->number == number ? found : nullptr;
+    return found != std::end(kMessageTexts) && found->number == number ? found->text : std::string_view();
 }
 
 } // namespace gaizior::platform

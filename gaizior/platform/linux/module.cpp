@@ -14,6 +14,7 @@ namespace {
 
 using gaizior::platform::Fail;
 using gaizior::platform::FailErrno;
+using gaizior::platform::NoThrow;
 
 /// Empty, with errno set, when it cannot be told.
 std::string PathOfProgram() {
@@ -34,6 +35,17 @@ std::string PathOfLibrary() {
     return path ? path.get() : "";
 }
 
+DWORD CopyPath(const std::string& path, char* buffer, DWORD size) {
+    if (path.empty()) {
+        FailErrno();
+        return 0;
+    }
+    const std::size_t length = std::min<std::size_t>(path.size(), size - 1);
+    *std::copy_n(path.begin(), length, buffer) = '\0';
+    SetLastError(length < path.size() ? ERROR_INSUFFICIENT_BUFFER : ERROR_SUCCESS);
+    return length < path.size() ? size : static_cast<DWORD>(length);
+}
+
 } // namespace
 
 inline namespace gaizior_windows_api {
@@ -43,19 +55,7 @@ DWORD GetModuleFileNameA(HMODULE module, char* buffer, DWORD size) {
         Fail(ERROR_INSUFFICIENT_BUFFER);
         return 0;
     }
-    const std::string path = module ? PathOfLibrary() : PathOfProgram();
-    if (path.empty()) {
-        FailErrno();
-        return 0;
-    }
-    const std::size_t length = std::min<std::size_t>(path.size(), size - 1);
-    *std::copy_n(path.begin(), length, buffer) = '\0';
-    if (length < path.size()) {
-        Fail(ERROR_INSUFFICIENT_BUFFER);
-        return size;
-    }
-    SetLastError(ERROR_SUCCESS);
-    return static_cast<DWORD>(length);
+    return NoThrow([&] { return CopyPath(module ? PathOfLibrary() : PathOfProgram(), buffer, size); });
 }
 
 } // namespace gaizior_windows_api

@@ -1,9 +1,9 @@
 #include "gaizior/platform/linux/last_error.h"
 
-#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <ctime>
+#include <thread>
 
 #include <sched.h>
 #include <unistd.h>
@@ -65,15 +65,8 @@ void Sleep(DWORD milliseconds) {
     while (milliseconds == INFINITE) {
         ::pause();
     }
-    timespec until = Now(CLOCK_MONOTONIC);
-    until.tv_sec += milliseconds / 1000;
-    until.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
-    if (until.tv_nsec >= 1'000'000'000) {
-        until.tv_nsec -= 1'000'000'000;
-        ++until.tv_sec;
-    }
-    while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
-    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    std::this_thread::sleep_until(end); // goes on after signals
 }
 
 ULONGLONG GetTickCount64() {
