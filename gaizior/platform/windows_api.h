@@ -155,10 +155,10 @@ GAIZIOR_API BOOL CloseHandle(HANDLE handle);
 ///          WAIT_FAILED with the last error set (ERROR_INVALID_HANDLE).
 GAIZIOR_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
-/// Waits until any of `count` (1 to 64) different objects is signalled and takes the one of the lowest index, once.
+/// Waits until any of `count` (1 to 64) objects is signalled and takes the one of the lowest index, once.
 /// In-process and named objects may be mixed. A wait for all of them is refused with ERROR_INVALID_PARAMETER.
 /// @returns WAIT_OBJECT_0 + index, WAIT_ABANDONED_0 + index, WAIT_TIMEOUT, or WAIT_FAILED with the last error set
-///          (ERROR_INVALID_PARAMETER for a count out of range or a handle twice, ERROR_INVALID_HANDLE).
+///          (ERROR_INVALID_PARAMETER for a count out of range, ERROR_INVALID_HANDLE for a handle that is not open).
 GAIZIOR_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);
 
 // --- Events, mutexes, semaphores -------------------------------------------------------------------------------
@@ -312,7 +312,7 @@ inline constexpr DWORD FILE_MAP_ALL_ACCESS = 0xF001F;
 
 /// Makes or opens shared memory: `file` must be INVALID_HANDLE_VALUE, `protection` PAGE_READWRITE. New memory is
 /// zero. The last error is ERROR_ALREADY_EXISTS when it existed (it keeps its size), else 0; failures as for
-/// CreateEventA. A section lives while a handle or a view of it does, in any process.
+/// CreateEventA. The name goes with the last handle in any process; a view keeps its memory beyond that.
 GAIZIOR_API HANDLE CreateFileMappingA(HANDLE file, SECURITY_ATTRIBUTES* attributes, DWORD protection, DWORD sizeHigh,
                                       DWORD sizeLow, const char* name);
 /// Opens existing named shared memory; null with ERROR_FILE_NOT_FOUND when there is none.

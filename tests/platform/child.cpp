@@ -2,11 +2,13 @@
 // each part ended by a NUL, the file complete as soon as it is there.
 //   arguments FILE ...   its further arguments           surroundings FILE   current folder, GAIZIOR_TEST_VALUE
 //   exit CODE            ends with that code             sleep               ends only when it is ended
+//   hold FILE KIND NAME  a mutex, which it owns, an event, which it sets, or a section, until it is ended
 //   console FILE WHAT    waits for a console event       descriptors FILE    its open descriptors but the standard ones
 
 #include "gaizior/platform/windows_api.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -51,6 +53,20 @@ Parts Descriptors() {
     }
 }
 
+/// Keeps a name in use until it is ended.
+[[noreturn]] void Hold(const std::string& file, std::string_view kind, const char* name) {
+    if (kind == "mutex") {
+        ::WaitForSingleObject(::CreateMutexA(nullptr, FALSE, name), INFINITE);
+    } else if (kind == "event") {
+        ::SetEvent(::CreateEventA(nullptr, TRUE, FALSE, name));
+    } else {
+        const HANDLE section = ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name);
+        std::strcpy(static_cast<char*>(::MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0)), "written by the child");
+    }
+    Tell(file, {});
+    SleepForEver();
+}
+
 BOOL EndWithEvent(DWORD event) {
     std::_Exit(static_cast<int>(40 + event));
 }
@@ -92,6 +108,8 @@ int main(int count, char** arguments) {
         Tell(words[2], Descriptors());
     } else if (task == "exit" && count == 3) {
         return std::stoi(words[2]);
+    } else if (task == "hold" && count == 5) {
+        Hold(words[2], words[3], words[4].c_str());
     } else if (task == "sleep") {
         SleepForEver();
     } else if (task == "console" && count == 4) {

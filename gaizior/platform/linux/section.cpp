@@ -10,15 +10,10 @@
 namespace gaizior::platform {
 namespace {
 
-/// A mapped part of a section. The section lives as long as one of these or a handle does.
-struct View {
-    std::shared_ptr<NamedObject> section;
-    std::size_t size;
-};
-
+/// The sizes of what is mapped. A view keeps its memory; the name goes with the last handle, as on Windows.
 std::mutex g_viewLock;
-std::map<const void*, View>& Views() {
-    static auto* const views = new std::map<const void*, View>;
+std::map<const void*, std::size_t>& Views() {
+    static auto* const views = new std::map<const void*, std::size_t>;
     return *views;
 }
 
@@ -56,7 +51,7 @@ HANDLE gaizior_windows_api::OpenFileMappingA(DWORD, BOOL, const char* name) {
 }
 
 void* gaizior_windows_api::MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, SIZE_T size) {
-    std::shared_ptr<NamedObject> section = NamedOf(mapping, Kind::Section);
+    const std::shared_ptr<NamedObject> section = NamedOf(mapping, Kind::Section);
     if (!section) {
         return nullptr;
     }
@@ -71,21 +66,17 @@ void* gaizior_windows_api::MapViewOfFile(HANDLE mapping, DWORD access, DWORD off
         return FailErrnoNull();
     }
     const std::lock_guard lock(g_viewLock);
-    Views()[view] = {std::move(section), viewSize};
+    Views()[view] = viewSize;
     return view;
 }
 
 BOOL gaizior_windows_api::UnmapViewOfFile(const void* view) {
-    View unmapped{};
-    {
-        const std::lock_guard lock(g_viewLock);
-        const auto found = Views().find(view);
-        if (found == Views().end()) {
-            return Fail(ERROR_INVALID_ADDRESS);
-        }
-        unmapped = std::move(found->second);
-        Views().erase(found);
+    const std::lock_guard lock(g_viewLock);
+    const auto found = Views().find(view);
+    if (found == Views().end()) {
+        return Fail(ERROR_INVALID_ADDRESS);
     }
-    ::munmap(const_cast<void*>(view), unmapped.size);
+    ::munmap(const_cast<void*>(view), found->second);
+    Views().erase(found);
     return TRUE;
 }

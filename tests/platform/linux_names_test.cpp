@@ -1,0 +1,81 @@
+#include "gaizior/platform/unique_handle.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace gaizior {
+namespace {
+
+/// How names look to those who look into the shared-memory folder.
+class LinuxNames : public ::testing::Test {
+protected:
+    std::string File(const char* name) const {
+        return (names.Path() / name).string();
+    }
+
+    UniqueHandle Section(const char* name, DWORD size = 54412) const {
+        return UniqueHandle(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name));
+    }
+
+    test::PrivateNames names;
+};
+
+TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
+    const mode_t before = ::umask(0777);
+    {
+        const UniqueHandle section = Section("Some_Queue");
+        const UniqueHandle mutex(::CreateMutexA(nullptr, TRUE, "Some_Mutex"));
+        struct stat status {};
+        ASSERT_EQ(::stat(File("Some_Queue").c_str(), &status), 0);
+        EXPECT_EQ(status.st_size, 54412) << "the section's bytes and nothing else";
+        EXPECT_EQ(status.st_mode & 0777, 0600u) << "whatever the umask";
+        EXPECT_TRUE(UniqueHandle(::CreateMutexA(nullptr, FALSE, "Some_Mutex")));
+        EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
+    }
+    ::umask(before);
+    EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
+}
+
+TEST_F(LinuxNames, AFileThatNobodyHoldsIsBegunAnew) {
+    std::ofstream(File("left_over")) << "what a killed process left behind";
+    const UniqueHandle section = Section("left_over", 20);
+    EXPECT_EQ(::GetLastError(), ERROR_SUCCESS);
+    const void* view = ::MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 20);
+    ASSERT_NE(view, nullptr);
+    EXPECT_STREQ(static_cast<const char*>(view), "");
+    ::UnmapViewOfFile(view);
+}
+
+TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefused) {
+    std::filesystem::create_directory(File("folder"));
+    std::filesystem::create_symlink(File("elsewhere"), File("link"));
+    std::ofstream(File("foreign")) << "x";
+    ASSERT_EQ(::geteuid() == 0 ? ::chown(File("foreign").c_str(), 12345, 12345) : 0, 0);
+    struct Case {
+        const char* name;
+        DWORD error;
+    };
+    std::vector<Case> cases = {{"folder", ERROR_ACCESS_DENIED},
+                               {"link", ERROR_CANT_RESOLVE_FILENAME},
+                               {"a/b", ERROR_PATH_NOT_FOUND},
+                               {"a\\b", ERROR_PATH_NOT_FOUND},
+                               {"..", ERROR_INVALID_NAME}};
+    if (::geteuid() == 0) {
+        cases.push_back({"foreign", ERROR_ACCESS_DENIED});
+    }
+    for (const Case& refused : cases) {
+        EXPECT_FALSE(Section(refused.name)) << refused.name;
+        EXPECT_EQ(::GetLastError(), refused.error) << refused.name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(File("elsewhere")));
+    EXPECT_TRUE(std::filesystem::exists(File("foreign")));
+}
+
+} // namespace
+} // namespace gaizior
