@@ -21,8 +21,8 @@ GAIZIOR_API const char* ZRErrToStr(ZRErrors::ZRErrorT code);
 /// 0x338), 2 for every other code. Any thread may call it.
 GAIZIOR_API int DetermineErrorClass(ZRErrors::ZRErrorT code);
 
-/// Gives "Error: NUMBER (0xNUMBER) " and the system's text of a Windows error number, without the line end; for a number
-/// without a text "Format message failed.  Error: NUMBER".
+/// Gives "Error: NUMBER (0xNUMBER) " and the system's text of a Windows error number, without the line end; for a
+/// number without a text "Format message failed.  Error: NUMBER".
 /// @param number the number, or null for the calling thread's last error.
 /// @returns the calling thread's buffer of 1,024 bytes, the library's, valid until the thread's next call. Never null.
 /// The last error and errno are left as they were. Any thread may call it.
