@@ -1,7 +1,7 @@
 #pragma once
 
 #include <algorithm>
-#include <charconv>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -30,7 +30,9 @@ public:
 
     /// As "%d" writes it.
     void AppendDecimal(std::uint32_t number) {
-        AppendDigits(static_cast<std::int32_t>(number), 10);
+        const bool negative = static_cast<std::int32_t>(number) < 0;
+        Append(negative ? "-" : "");
+        AppendDigits(negative ? 0 - number : number, 10);
     }
 
     /// As "%X" writes it.
@@ -49,11 +51,14 @@ private:
         }
     }
 
-    void AppendDigits(auto number, int base) {
-        char digits[16];
-        char* const end = std::to_chars(digits, digits + sizeof digits, number, base).ptr;
-        std::transform(digits, end, digits, [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
-        Append({digits, end});
+    void AppendDigits(std::uint32_t number, std::uint32_t base) {
+        std::array<char, 10> digits;
+        std::size_t first = digits.size();
+        do {
+            digits[--first] = "0123456789ABCDEF"[number % base];
+            number /= base;
+        } while (number != 0);
+        Append(std::string_view(digits.data(), digits.size()).substr(first));
     }
 
     std::span<char> m_buffer;
