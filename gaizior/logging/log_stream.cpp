@@ -145,7 +145,7 @@ void ZRLogStrstreambufC::FreeLine(void* line) {
 }
 
 int ZRLogStrstreambufC::sync() {
-    if (pcount() > 0) {
+    if (pptr() != pbase()) {
         Deliver();
     }
     m_nMode = 1;
@@ -153,6 +153,7 @@ int ZRLogStrstreambufC::sync() {
 }
 
 void ZRLogStrstreambufC::Deliver() {
+    freeze(false); // whoever looked at the text with str() froze it
     if (traits_type::eq_int_type(sputc('\0'), traits_type::eof())) {
         *(pptr() - 1) = '\0'; // out of memory: the line's last character gives way
     }
