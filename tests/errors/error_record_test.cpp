@@ -11,15 +11,9 @@ namespace {
 
 TEST(ErrorRecord, KeepsTheTailOfALongTextAndNothingBeyondItsBytes) {
     const std::string digits = "0123456789012345678901234567890123456789";
-    const struct {
-        const char* text;
-        std::string kept;
-    } cases[] = {{digits.c_str(), digits.substr(9)},
-                 {digits.c_str() + 9, digits.substr(9)},
-                 {digits.c_str() + 8, digits.substr(9)},
-                 {"short", "short"},
-                 {nullptr, ""}};
-    for (const auto& [text, kept] : cases) {
+    for (const char* const text :
+         {digits.c_str(), digits.c_str() + 8, digits.c_str() + 9, "", static_cast<const char*>(nullptr)}) {
+        const std::string kept = text && *text ? digits.substr(9) : "";
         unsigned char bytes[48];
         std::memset(bytes, 0xEE, sizeof bytes);
         auto* const record = reinterpret_cast<ZRErrors::ZRErrorRecordT*>(bytes + 1);

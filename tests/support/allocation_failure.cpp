@@ -26,16 +26,13 @@ void* AllocateOrThrow(std::size_t size) {
 
 } // namespace
 
-AllocationFailure::AllocationFailure(int number) {
+void FailNthAllocation(int number) {
     t_left = number;
     t_happened = false;
 }
 
-AllocationFailure::~AllocationFailure() {
+bool EndAllocationFailure() {
     t_left = 0;
-}
-
-bool AllocationFailure::Happened() {
     return t_happened;
 }
 
