@@ -1,31 +1,13 @@
 #pragma once
 
-#include "gaizior/platform/windows_api.h"
+#include "gaizior/logging/error_keeper.h"
 
-#include <cerrno>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 
 /// What the log stream and the debug print share in calling code of the host's.
 namespace gaizior {
-
-/// Puts errno and the calling thread's last error back as they were when it was made: whoever logs a failure may ask
-/// for its number afterwards.
-class ErrorKeeper {
-public:
-    ErrorKeeper() = default;
-    ~ErrorKeeper() {
-        ::SetLastError(m_dwLastError);
-        errno = m_nErrno;
-    }
-    ErrorKeeper(const ErrorKeeper&) = delete;
-    ErrorKeeper& operator=(const ErrorKeeper&) = delete;
-
-private:
-    int m_nErrno = errno;
-    DWORD m_dwLastError = ::GetLastError();
-};
 
 /// Calls a hook of the host's, unless the same thread is in it already (`busy` is the hook's own and the thread's):
 /// a hook that comes back here would never end.

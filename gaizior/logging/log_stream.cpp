@@ -57,42 +57,11 @@ std::optional<unsigned> AskLevel() {
     return std::nullopt;
 }
 
-bool Passes(unsigned level) {
-    const std::optional<unsigned> debugLevel = AskLevel();
-    return !debugLevel || level < *debugLevel;
-}
-
-/// The base asks for a small piece at construction, which a suppressed line must not pay for: it gets none, and
-/// overflow() takes the first piece when there is a character to keep.
-void* AllocateLine(std::size_t size) {
-    const gaizior::ErrorKeeper keeper;
-    return size < kFirstLineSize ? nullptr : std::malloc(size);
-}
-
 } // namespace
 
+constinit std::atomic<ZRGetLevelHookT> ZRLogStrstreambufC::s_pTrustedGetLevel{nullptr};
+
 // --- The buffer ------------------------------------------------------------------------------------------------------
-
-ZRLogStrstreambufC::ZRLogStrstreambufC() : std::strstreambuf(&AllocateLine, &std::free) {}
-
-ZRLogStrstreambufC::ZRLogStrstreambufC(const ZRLogStrstreambufC& other)
-    : std::strstreambuf(&AllocateLine, &std::free), m_nMessageLevel(other.m_nMessageLevel), m_nMode(other.m_nMode) {}
-
-ZRLogStrstreambufC& ZRLogStrstreambufC::operator=(const ZRLogStrstreambufC& other) {
-    m_nMessageLevel = other.m_nMessageLevel;
-    m_nMode = other.m_nMode;
-    return *this;
-}
-
-ZRLogStrstreambufC::~ZRLogStrstreambufC() = default;
-
-unsigned ZRLogStrstreambufC::SetMessageLevel(unsigned level) {
-    return std::exchange(m_nMessageLevel, level);
-}
-
-unsigned ZRLogStrstreambufC::SetMode(unsigned mode) {
-    return std::exchange(m_nMode, mode);
-}
 
 unsigned ZRLogStrstreambufC::GetDebugLevel() const {
     return AskLevel().value_or(m_nMessageLevel + 1);
@@ -106,8 +75,9 @@ unsigned ZRLogStrstreambufC::SetDebugLevel(unsigned level) {
     return before;
 }
 
-bool ZRLogStrstreambufC::IsValidDebugLevel() const {
-    return Passes(m_nMessageLevel);
+bool ZRLogStrstreambufC::AskWhetherEnabled(unsigned level) {
+    const std::optional<unsigned> debugLevel = AskLevel();
+    return !debugLevel || level < *debugLevel;
 }
 
 void ZRLogStrstreambufC::SetLogFileName(char* const name) {
@@ -129,7 +99,17 @@ void ZRLogStrstreambufC::SetDBSetLevelFn(ZRSetLevelHookT hook) {
 }
 
 void ZRLogStrstreambufC::SetDBGetLevelFn(ZRGetLevelHookT hook) {
-    Install(g_getLevel, hook);
+    if (hook) {
+        s_pTrustedGetLevel.store(nullptr, std::memory_order_release);
+        Install(g_getLevel, hook);
+    }
+}
+
+void ZRLogStrstreambufC::SetTrustedDBGetLevelFn(ZRGetLevelHookT hook) {
+    if (hook) {
+        Install(g_getLevel, hook);
+        s_pTrustedGetLevel.store(hook, std::memory_order_release);
+    }
 }
 
 void ZRLogStrstreambufC::GetDBFn(ZRDebugPrintHookT& hook) {
@@ -148,8 +128,24 @@ void ZRLogStrstreambufC::GetDBGetLevelFn(ZRGetLevelHookT& hook) {
     hook = Installed(g_getLevel);
 }
 
+/// The base asks for a small piece at construction, which a suppressed line must not pay for: it gets none, and
+/// overflow() takes the first piece when there is a character to keep.
+void* ZRLogStrstreambufC::AllocateLine(std::size_t size) {
+    if (size < kFirstLineSize) {
+        return nullptr;
+    }
+    const int before = errno;
+    void* const line = std::malloc(size);
+    errno = before;
+    return line;
+}
+
+void ZRLogStrstreambufC::FreeLine(void* line) {
+    std::free(line);
+}
+
 int ZRLogStrstreambufC::sync() {
-    if (pcount() > 0) {
+    if (pptr() != pbase()) {
         Deliver();
     }
     m_nMode = 1;
@@ -157,10 +153,11 @@ int ZRLogStrstreambufC::sync() {
 }
 
 void ZRLogStrstreambufC::Deliver() {
+    freeze(false); // whoever looked at the text with str() froze it
     if (traits_type::eq_int_type(sputc('\0'), traits_type::eof())) {
         *(pptr() - 1) = '\0'; // out of memory: the line's last character gives way
     }
-    char* const text = str();
+    char* const text = pbase();
     if (*text != '\0') {
         const ZRDebugPrintHookT hook = Installed(g_debugPrint);
         const bool taken = hook && gaizior::CallHook(t_entered.m_bDebugPrint,
@@ -169,18 +166,21 @@ void ZRLogStrstreambufC::Deliver() {
             gaizior::PrintToStandardError(text);
         }
     }
-    freeze(false);
     setp(pbase(), epptr());
 }
 
 ZRLogStrstreambufC::int_type ZRLogStrstreambufC::overflow(int_type character) {
     if (!pbase()) {
-        if (char* const line = static_cast<char*>(AllocateLine(kFirstLineSize))) {
-            setp(line, line + kFirstLineSize);
-            setg(line, line, line);
-        }
+        BeginBuffer();
     }
     return std::strstreambuf::overflow(character);
+}
+
+void ZRLogStrstreambufC::BeginBuffer() {
+    if (char* const line = static_cast<char*>(AllocateLine(kFirstLineSize))) {
+        setp(line, line + kFirstLineSize);
+        setg(line, line, line);
+    }
 }
 
 // --- Manipulators ----------------------------------------------------------------------------------------------------
@@ -204,83 +204,14 @@ std::ostream& ZRWarningMark(std::ostream& stream) {
     return stream << kWarningMark;
 }
 
-// --- Insertion without an ostream ------------------------------------------------------------------------------------
-
-// An ostream costs more than the rest of the line. Plain texts and numbers need none as long as nobody has asked for
-// one, and so nobody can have changed a format: they go into the buffer as an untouched ostream would put them.
-// PutPlain returns whether it could do so.
-
-namespace {
-
-bool PutPlain(std::streambuf& buffer, std::string_view text) {
-    buffer.sputn(text.data(), static_cast<std::streamsize>(text.size()));
-    return true;
-}
-
-bool PutPlain(std::streambuf& buffer, char character) {
-    buffer.sputc(character);
-    return true;
-}
-
-template <std::integral T>
-bool PutPlain(std::streambuf& buffer, T value) {
-    char digits[std::numeric_limits<T>::digits10 + 3];
-    const char* const end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-    return PutPlain(buffer, std::string_view(digits, end));
-}
-
-bool PutPlain(std::streambuf& buffer, bool value) {
-    return PutPlain(buffer, value ? '1' : '0');
-}
-
-bool PutEndOfLine(std::streambuf& buffer) {
-    buffer.sputc('\n');
-    buffer.pubsync();
-    return true;
-}
-
-bool PutPlain(std::streambuf& buffer, std::ostream& (*manipulator)(std::ostream&)) {
-    if (manipulator == &std::endl<char, std::char_traits<char>>) {
-        return PutEndOfLine(buffer);
-    }
-    if (manipulator == &ZRErrorMark) {
-        return PutPlain(buffer, kErrorMark);
-    }
-    if (manipulator == &ZRWarningMark) {
-        return PutPlain(buffer, kWarningMark);
-    }
-    return manipulator == &ZRInfoMark && PutPlain(buffer, kInfoMark);
-}
-
-/// What only an ostream can do: real numbers, pointers, formats.
-template <class T>
-bool PutPlain(std::streambuf&, T) {
-    return false;
-}
-
-} // namespace
-
 // --- The stream ------------------------------------------------------------------------------------------------------
 
-ZRLogStreamC::ZRLogStreamC(ZRDebugPrintHookT debugPrint, ZRSetLogNameHookT setLogName, ZRSetLevelHookT setLevel,
-                           ZRGetLevelHookT getLevel) {
+void ZRLogStreamC::SetHooks(ZRDebugPrintHookT debugPrint, ZRSetLogNameHookT setLogName, ZRSetLevelHookT setLevel,
+                            ZRGetLevelHookT getLevel) {
     SetDBFn(debugPrint);
     SetDBSetLogNameFn(setLogName);
     SetDBSetLevelFn(setLevel);
     SetDBGetLevelFn(getLevel);
-}
-
-ZRLogStreamC::ZRLogStreamC(const ZRLogStreamC& other) : ZRLogStrstreambufC(other) {}
-
-ZRLogStreamC& ZRLogStreamC::operator=(const ZRLogStreamC& other) {
-    ZRLogStrstreambufC::operator=(other);
-    return *this;
-}
-
-ZRLogStreamC::~ZRLogStreamC() {
-    if (pcount() > 0) {
-        PutEndOfLine(*this);
-    }
 }
 
 void ZRLogStreamC::GetHooks(ZRDebugPrintHookT& debugPrint, ZRSetLogNameHookT& setLogName, ZRSetLevelHookT& setLevel,
@@ -310,10 +241,6 @@ unsigned ZRLogStreamC::GetDebugLevel() {
     return ZRLogStreamC(nullptr, nullptr, nullptr, nullptr).GetBuffer().GetDebugLevel();
 }
 
-bool ZRLogStreamC::IsLevelEnabled(unsigned level) {
-    return Passes(level);
-}
-
 void ZRLogStreamC::flush() {
     if (m_pOstream) {
         m_pOstream->flush();
@@ -334,78 +261,16 @@ void ZRLogStreamC::Format(unsigned level, unsigned mode, const char* format, ...
     va_start(arguments, format);
     gaizior::FormatBounded(text, sizeof text, format, arguments);
     va_end(arguments);
-    PutPlain(*this, std::string_view(text));
-    PutEndOfLine(*this);
+    Append(text);
+    EndLine();
 }
 
-ZRLogStreamC& ZRLogStreamC::operator<<(const char* text) {
-    return Insert(text ? std::string_view(text) : std::string_view());
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(std::string_view text) {
-    return Insert(text);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(char character) {
-    return Insert(character);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(bool value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(int value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(unsigned int value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(long value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(unsigned long value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(long long value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(unsigned long long value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(double value) {
-    return Insert(value);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(const void* pointer) {
-    return Insert(pointer);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-    return Insert(manipulator);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(std::ios& (*manipulator)(std::ios&)) {
-    return Insert(manipulator);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
-    return Insert(manipulator);
-}
-
-ZRLogStreamC& ZRLogStreamC::operator<<(ZRLevel level) {
-    SetMessageLevel(level.Get());
-    return *this;
-}
+// An ostream costs more than the rest of the line. Plain texts and numbers need none as long as nobody has asked for
+// one, and so nobody can have changed a format: they go into the buffer as an untouched ostream would put them.
 
 template <class T>
 ZRLogStreamC& ZRLogStreamC::Insert(T value) {
-    if (IsValidDebugLevel() && (m_pOstream || !PutPlain(*this, value))) {
+    if (m_pOstream || !PutPlain(value)) {
         if (std::ostream* const stream = TryOstream()) {
             const gaizior::ErrorKeeper keeper;
             *stream << value;
@@ -413,6 +278,61 @@ ZRLogStreamC& ZRLogStreamC::Insert(T value) {
     }
     return *this;
 }
+
+/// @returns false, and does nothing, for what takes an ostream: real numbers, pointers, formats.
+template <class T>
+bool ZRLogStreamC::PutPlain(T value) {
+    if constexpr (std::same_as<T, std::string_view>) {
+        Append(value);
+    } else if constexpr (std::same_as<T, char>) {
+        sputc(value);
+    } else if constexpr (std::same_as<T, bool>) {
+        sputc(value ? '1' : '0');
+    } else if constexpr (std::integral<T>) {
+        char digits[std::numeric_limits<T>::digits10 + 3];
+        Append(std::string_view(digits, std::to_chars(std::begin(digits), std::end(digits), value).ptr));
+    } else if constexpr (std::same_as<T, std::ostream& (*)(std::ostream&)>) {
+        return PutManipulator(value);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool ZRLogStreamC::PutManipulator(std::ostream& (*manipulator)(std::ostream&)) {
+    if (manipulator == &std::endl<char, std::char_traits<char>>) {
+        EndLine();
+    } else if (manipulator == &ZRErrorMark) {
+        Append(kErrorMark);
+    } else if (manipulator == &ZRInfoMark) {
+        Append(kInfoMark);
+    } else if (manipulator == &ZRWarningMark) {
+        Append(kWarningMark);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void ZRLogStreamC::EndLine() {
+    sputc('\n');
+    pubsync();
+}
+
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(std::string_view);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(char);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(bool);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(int);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(unsigned int);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(long);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(unsigned long);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(long long);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(unsigned long long);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(double);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(const void*);
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(std::ostream& (*)(std::ostream&));
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(std::ios& (*)(std::ios&));
+template GAIZIOR_API ZRLogStreamC& ZRLogStreamC::Insert(std::ios_base& (*)(std::ios_base&));
 
 std::ostream* ZRLogStreamC::TryOstream() {
     try {

@@ -4,14 +4,19 @@
 #include "gaizior/logging/strstream.h"
 #include "gaizior/platform/export.h"
 
+#include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <iomanip>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <string_view>
+#include <utility>
 
 /// The process-wide hooks of the log stream. They are called on the thread that logs, so they must be thread-safe.
-/// Exceptions that leave them are dropped; lines that a debug-print hook logs itself go to standard error.
+/// What they throw is dropped, errno and the last error stay as they were, and a hook that logs is not called again
+/// from within: lines that the debug-print hook logs go to standard error, those that the get-level hook logs all pass.
 using ZRDebugPrintHookT = void (*)(unsigned level, int mode, char* text);
 using ZRSetLogNameHookT = void (*)(char* name);
 using ZRSetLevelHookT = void (*)(unsigned level);
@@ -21,24 +26,41 @@ using ZRGetLevelHookT = unsigned (*)();
 /// One thread at a time may use an object; the hooks are the process's and any thread may install them.
 class GAIZIOR_API ZRLogStrstreambufC : public std::strstreambuf {
 public:
-    ZRLogStrstreambufC();
+    ZRLogStrstreambufC() : std::strstreambuf(&AllocateLine, &FreeLine) {}
     /// Copies take the message level and the mode, never the text.
-    ZRLogStrstreambufC(const ZRLogStrstreambufC& other);
-    ZRLogStrstreambufC& operator=(const ZRLogStrstreambufC& other);
-    ~ZRLogStrstreambufC() override;
+    ZRLogStrstreambufC(const ZRLogStrstreambufC& other) : ZRLogStrstreambufC() {
+        *this = other;
+    }
+    ZRLogStrstreambufC& operator=(const ZRLogStrstreambufC& other) {
+        m_nMessageLevel = other.m_nMessageLevel;
+        m_nMode = other.m_nMode;
+        return *this;
+    }
+    ~ZRLogStrstreambufC() override {}
 
     /// Sets the level of the line being built (lower is more important, 0 errors). @returns the level before.
-    unsigned SetMessageLevel(unsigned level);
+    unsigned SetMessageLevel(unsigned level) {
+        return std::exchange(m_nMessageLevel, level);
+    }
     /// Sets the mode that the hook receives with the next line; every delivered line sets it back to 1.
     /// @returns the mode before.
-    unsigned SetMode(unsigned mode);
+    unsigned SetMode(unsigned mode) {
+        return std::exchange(m_nMode, mode);
+    }
 
     /// @returns the get-level hook's answer; without a hook the message level plus one, so that every line passes.
     unsigned GetDebugLevel() const;
     /// Asks the set-level hook, if there is one, for `level`. @returns GetDebugLevel() as it was before.
     unsigned SetDebugLevel(unsigned level);
     /// @returns whether the line being built is delivered: its level is below GetDebugLevel().
-    bool IsValidDebugLevel() const;
+    bool IsValidDebugLevel() const {
+        return IsLevelEnabled(m_nMessageLevel);
+    }
+    /// @returns whether a line of `level` would be delivered; costs one level query and no stream. Any thread.
+    static bool IsLevelEnabled(unsigned level) {
+        const ZRGetLevelHookT hook = s_pTrustedGetLevel.load(std::memory_order_acquire);
+        return hook ? level < hook() : AskWhetherEnabled(level);
+    }
     /// Hands the log file's new name to the set-log-name hook, if there is one.
     void SetLogFileName(char* const name);
 
@@ -47,6 +69,9 @@ public:
     static void SetDBSetLogNameFn(ZRSetLogNameHookT hook);
     static void SetDBSetLevelFn(ZRSetLevelHookT hook);
     static void SetDBGetLevelFn(ZRGetLevelHookT hook);
+    /// Installs a get-level hook that only reports a number: it does not log, does not throw and leaves errno and the
+    /// last error alone. It is asked without precautions, which makes a suppressed line several times cheaper.
+    static void SetTrustedDBGetLevelFn(ZRGetLevelHookT hook);
     /// Store the installed hook, or null, into the caller's variable.
     static void GetDBFn(ZRDebugPrintHookT& hook);
     static void GetDBSetLogNameFn(ZRSetLogNameHookT& hook);
@@ -57,9 +82,28 @@ protected:
     /// Delivers the text, if there is any, and begins the next line.
     int sync() override;
     int_type overflow(int_type character) override;
+    /// Adds to the line; a short way past the virtual xsputn.
+    void Append(std::string_view text) {
+        if (!pbase()) {
+            BeginBuffer();
+        }
+        if (text.size() <= static_cast<std::size_t>(epptr() - pptr())) {
+            std::char_traits<char>::copy(pptr(), text.data(), text.size());
+            pbump(static_cast<int>(text.size()));
+        } else {
+            sputn(text.data(), static_cast<std::streamsize>(text.size()));
+        }
+    }
 
 private:
+    static void* AllocateLine(std::size_t size);
+    static void FreeLine(void* line);
+    static bool AskWhetherEnabled(unsigned level);
+    void BeginBuffer();
     void Deliver();
+
+    /// The get-level hook while it is a trusted one, else null.
+    static std::atomic<ZRGetLevelHookT> s_pTrustedGetLevel;
 
     unsigned m_nMessageLevel = 0;
     unsigned m_nMode = 1;
@@ -108,12 +152,23 @@ class GAIZIOR_API ZRLogStreamC : public ZRLogStrstreambufC {
 public:
     /// Begins a line of message level 0 and mode 1, and installs each hook that is not null for the whole process.
     ZRLogStreamC(ZRDebugPrintHookT debugPrint, ZRSetLogNameHookT setLogName, ZRSetLevelHookT setLevel,
-                 ZRGetLevelHookT getLevel);
+                 ZRGetLevelHookT getLevel) {
+        if (debugPrint || setLogName || setLevel || getLevel) {
+            SetHooks(debugPrint, setLogName, setLevel, getLevel);
+        }
+    }
     /// Copies take the message level and the mode, never the text.
-    ZRLogStreamC(const ZRLogStreamC& other);
-    ZRLogStreamC& operator=(const ZRLogStreamC& other);
+    ZRLogStreamC(const ZRLogStreamC& other) : ZRLogStrstreambufC(other) {}
+    ZRLogStreamC& operator=(const ZRLogStreamC& other) {
+        ZRLogStrstreambufC::operator=(other);
+        return *this;
+    }
     /// Delivers an unfinished line with an end of line added.
-    ~ZRLogStreamC() override;
+    ~ZRLogStreamC() override {
+        if (pptr() != pbase()) {
+            EndLine();
+        }
+    }
 
     /// Stores the four installed hooks, or nulls.
     void GetHooks(ZRDebugPrintHookT& debugPrint, ZRSetLogNameHookT& setLogName, ZRSetLevelHookT& setLevel,
@@ -124,8 +179,6 @@ public:
     ZRLogStrstreambufC& GetBuffer();
     /// @returns what a new stream's buffer answers: the present debug level, 1 without a hook. Any thread.
     static unsigned GetDebugLevel();
-    /// @returns whether a line of `level` would be delivered; costs one level query, no stream. Any thread.
-    static bool IsLevelEnabled(unsigned level);
     /// Delivers what has been written so far.
     void flush();
 
@@ -134,23 +187,51 @@ public:
     void Format(unsigned level, unsigned mode, const char* format, ...) GAIZIOR_PRINTF(4, 5);
 
     /// Insert when the level passes. A null text counts as empty.
-    ZRLogStreamC& operator<<(const char* text);
-    ZRLogStreamC& operator<<(std::string_view text);
-    ZRLogStreamC& operator<<(char character);
-    ZRLogStreamC& operator<<(bool value);
-    ZRLogStreamC& operator<<(int value);
-    ZRLogStreamC& operator<<(unsigned int value);
-    ZRLogStreamC& operator<<(long value);
-    ZRLogStreamC& operator<<(unsigned long value);
-    ZRLogStreamC& operator<<(long long value);
-    ZRLogStreamC& operator<<(unsigned long long value);
-    ZRLogStreamC& operator<<(double value);
-    ZRLogStreamC& operator<<(const void* pointer);
-    ZRLogStreamC& operator<<(std::ostream& (*manipulator)(std::ostream&));
-    ZRLogStreamC& operator<<(std::ios& (*manipulator)(std::ios&));
-    ZRLogStreamC& operator<<(std::ios_base& (*manipulator)(std::ios_base&));
-    ZRLogStreamC& operator<<(ZRLevel level);
-
+    ZRLogStreamC& operator<<(const char* text) {
+        return IsValidDebugLevel() ? Insert(text ? std::string_view(text) : std::string_view()) : *this;
+    }
+    ZRLogStreamC& operator<<(std::string_view text) {
+        return IsValidDebugLevel() ? Insert(text) : *this;
+    }
+    ZRLogStreamC& operator<<(char character) {
+        return IsValidDebugLevel() ? Insert(character) : *this;
+    }
+    ZRLogStreamC& operator<<(bool value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(int value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(unsigned int value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(long value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(unsigned long value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(long long value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(unsigned long long value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(double value) {
+        return IsValidDebugLevel() ? Insert(value) : *this;
+    }
+    ZRLogStreamC& operator<<(const void* pointer) {
+        return IsValidDebugLevel() ? Insert(pointer) : *this;
+    }
+    ZRLogStreamC& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
+        return IsValidDebugLevel() ? Insert(manipulator) : *this;
+    }
+    ZRLogStreamC& operator<<(std::ios& (*manipulator)(std::ios&)) {
+        return IsValidDebugLevel() ? Insert(manipulator) : *this;
+    }
+    ZRLogStreamC& operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
+        return IsValidDebugLevel() ? Insert(manipulator) : *this;
+    }
     template <gaizior::StreamManipulator Manipulator>
     ZRLogStreamC& operator<<(Manipulator manipulator) {
         if (std::ostream* const stream = IsValidDebugLevel() ? TryOstream() : nullptr) {
@@ -158,10 +239,20 @@ public:
         }
         return *this;
     }
+    ZRLogStreamC& operator<<(ZRLevel level) {
+        SetMessageLevel(level.Get());
+        return *this;
+    }
 
 private:
+    static void SetHooks(ZRDebugPrintHookT debugPrint, ZRSetLogNameHookT setLogName, ZRSetLevelHookT setLevel,
+                         ZRGetLevelHookT getLevel);
     template <class T>
     ZRLogStreamC& Insert(T value);
+    template <class T>
+    bool PutPlain(T value);
+    bool PutManipulator(std::ostream& (*manipulator)(std::ostream&));
+    void EndLine();
     /// The ostream; null when memory does not suffice for it.
     std::ostream* TryOstream();
 

@@ -287,10 +287,11 @@ void NamedObject::ResetEvent() {
 }
 
 DWORD NamedObject::ReleaseMutex() {
-    if (::pthread_mutex_unlock(&m_pSync->mutex) != 0) {
+    if ((MutexWord().load(std::memory_order_relaxed) & FUTEX_TID_MASK) != ::GetCurrentThreadId()) {
         return ERROR_NOT_OWNER;
     }
     --m_nAcquired;
+    ::pthread_mutex_unlock(&m_pSync->mutex);
     return ERROR_SUCCESS;
 }
 
@@ -330,7 +331,7 @@ Take NamedObject::Taken(int result) {
     return Take::Abandoned;
 }
 
-/// The word that the C library keeps the mutex's owner in, by which threads that wait for several objects sleep.
+/// The word that the C library keeps the mutex's owner in; threads that wait for several objects sleep on it.
 std::atomic<std::uint32_t>& NamedObject::MutexWord() const {
     static_assert(sizeof(m_pSync->mutex.__data.__lock) == sizeof(std::atomic<std::uint32_t>));
     return reinterpret_cast<std::atomic<std::uint32_t>&>(m_pSync->mutex.__data.__lock);

@@ -1,0 +1,174 @@
+#include "gaizior/errors/error_stack.h"
+
+#include "gaizior/errors/error_text.h"
+#include "gaizior/logging/log_stream.h"
+#include "gaizior/platform/timing.h"
+#include "tests/support/allocation_failure.h"
+#include "tests/support/watchdog.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace {
+
+using gaizior::test::FailAllocation;
+
+std::string g_log;
+
+struct Protected : ZRErrorC {
+    using ZRErrorC::m_hMutex;
+};
+
+std::string TextOf(ZRErrors::ZRErrorT code) {
+    char buffer[gaizior::kErrorTextSize];
+    return std::string(gaizior::FormatErrorText(code, buffer));
+}
+
+std::string Print(ZRErrorC& entry, bool thisOnly, bool clear) {
+    char* const text = entry.ToString(thisOnly, clear);
+    const std::string result = text ? text : "(null)";
+    ZRErrorC::FreeString(text);
+    return result;
+}
+
+/// The number of stacked entries, each linked both ways.
+int CountStack() {
+    int count = 0;
+    for (const ZRListLinkC *entry = ZRErrorC::GetStack(), *previous = nullptr; entry; entry = entry->m_pNext, ++count) {
+        EXPECT_EQ(entry->m_pPrev, std::exchange(previous, entry));
+    }
+    return count;
+}
+
+std::string PrintStack() {
+    return Print(*ZRErrorC::NoError, false, false);
+}
+
+class ErrorStack : public testing::Test {
+protected:
+    void SetUp() override {
+        ZRLogStreamC([](unsigned, int, char* text) { g_log += text; }, nullptr, nullptr, nullptr);
+        const SYSTEMTIME time{2005, 2, 2, 1, 9, 5, 3, 7};
+        gaizior::seams::SetLocalTime(&time);
+        ZRErrorC::ClearStack();
+        g_log.clear();
+    }
+    void TearDown() override {
+        gaizior::seams::SetLocalTime(nullptr);
+        gaizior::seams::SetTimeDivisor(1);
+    }
+    gaizior::test::Watchdog m_watchdog;
+};
+
+TEST_F(ErrorStack, IsTheSentinelWhileItIsEmpty) {
+    for (ZRErrorC* const sentinel : {ZRErrorC::NoError, ZRErrorC::ErrCreateZRErr}) {
+        ZRErrorC::DisposeHandle(sentinel);
+        EXPECT_EQ(ZRErrorC::Stack(sentinel), 0u);
+    }
+    EXPECT_EQ(ZRErrorC::GetStack(), ZRErrorC::NoError);
+    EXPECT_TRUE(ZRErrorC::IsEmpty() && ZRErrorC::IsEmpty(nullptr) && !ZRErrorC::IsEmpty(ZRErrorC::ErrCreateZRErr));
+    EXPECT_EQ(PrintStack(), "<Error Stack Empty>\n");
+}
+
+TEST_F(ErrorStack, PrintsOneLineForEachEntryOldestFirst) {
+    ::SetLastError(ERROR_ALREADY_EXISTS);
+    EXPECT_EQ(ZRErrorC::Stack("ZRFooC::Bar(): ", ZRErrors::e_Command_TimedOut, "x"), 0u);
+    EXPECT_EQ(ZRErrorC::Stack(nullptr, ZRErrors::ZRErrorT{0x20000006}, nullptr), 0u);
+    EXPECT_EQ(::GetLastError(), ERROR_ALREADY_EXISTS);
+    const std::string at = "At: 09:05:03.007 on: 01/02/2005, ERROR: 0x";
+    const std::string first =
+        at + "000007dd " + TextOf(ZRErrors::e_Command_TimedOut) + ", in FUNCTION: ZRFooC::Bar():  REASON: x\r\n";
+    const std::string second =
+        at + "20000006 " + TextOf(ZRErrors::ZRErrorT{0x20000006}) + ", in FUNCTION:  REASON: \r\n";
+    EXPECT_EQ(Print(*ZRErrorC::GetStack(), true, false), first);
+    EXPECT_EQ(Print(*ZRErrorC::ErrCreateZRErr, false, true), first + second);
+    EXPECT_TRUE(ZRErrorC::IsEmpty());
+}
+
+TEST_F(ErrorStack, TakesEachEntryOfAChainOnceAndLeavesItToItsOwner) {
+    ZRErrorC* const chain = ZRErrorC::Error("a", ZRErrors::e_Buffer_TooSmall, "first", 1);
+    EXPECT_EQ(g_log, " ERROR: a124 Reason: first\n");
+    chain->m_pNext = ZRErrorC::Error("b", ZRErrors::e_Arguments_Bad, "second", 0);
+    gaizior::seams::SetLocalTime(nullptr);
+    for (ZRErrorC* const entries : {chain, chain, ZRErrorC::GetStack()}) {
+        EXPECT_EQ(ZRErrorC::Stack(entries), 0u);
+    }
+    const std::string both = Print(*chain, true, false) + Print(static_cast<ZRErrorC&>(*chain->m_pNext), true, false);
+    ZRErrorC::DisposeHandle(chain->ToHandle());
+    EXPECT_EQ(PrintStack(), both);
+    EXPECT_EQ(CountStack(), 2);
+
+    ZRErrorC& source = ZRErrorC::ToError(ZRErrorC::GetStack());
+    ZRErrorC copy(source), clone;
+    copy.Clone(source); // no longer shares the texts
+    copy.Clone(copy);
+    clone.Clone(source);
+    clone.Clone(copy);
+    EXPECT_EQ(clone.m_pNext, nullptr);
+    const std::string text = Print(source, true, true);
+    EXPECT_EQ(ZRErrorC::Stack(&clone), 0u) << "the flag of an entry that was on the stack is not copied";
+    EXPECT_EQ(PrintStack(), text);
+    EXPECT_EQ(Print(copy, true, false), text);
+}
+
+TEST_F(ErrorStack, GoesAheadWhenItsLockCannotBeHad) {
+    gaizior::seams::SetTimeDivisor(60000);
+    ZRErrorC::Stack("makes the mutex", ZRErrors::e_Arguments_Bad, nullptr);
+    const HANDLE mutex = Protected::m_hMutex;
+    std::jthread([mutex] {
+        ::WaitForSingleObject(mutex, INFINITE);
+        std::jthread([] { ZRErrorC::Stack("timed out", ZRErrors::e_Arguments_Bad, nullptr); });
+    }).join(); // and its owner dies with it
+    ZRErrorC::Stack("abandoned", ZRErrors::e_Arguments_Bad, nullptr);
+    Protected::m_hMutex = reinterpret_cast<HANDLE>(0x7654320);
+    ZRErrorC::Stack("broken", ZRErrors::e_Arguments_Bad, nullptr);
+    Protected::m_hMutex = mutex;
+    EXPECT_EQ(g_log, " ERROR: ZRErrorC::LockStack(): 1Timed out waiting for m_hMutex\n"
+                     " WARNING: ZRErrorC::LockStack(): m_hMutex was abandoned\n"
+                     " ERROR: ZRErrorC::LockStack(): 1waiting for m_hMutex: " +
+                         TextOf(ZRErrors::ZRErrorT{0x20000006}) + "\n");
+    EXPECT_EQ(CountStack(), 4);
+}
+
+TEST_F(ErrorStack, ReportsEveryAllocationThatFails) {
+    ZRErrors::ZRErrorT result{};
+    const auto stack = [&] { result = ZRErrorC::Stack("function", ZRErrors::e_Arguments_Bad, "reason"); };
+    for (int n = 1; g_log.clear(), FailAllocation(n, stack); ++n) {
+        EXPECT_EQ(result, n == 1 ? 0x800u : 0u);
+        EXPECT_EQ(ZRErrorC::IsEmpty(), n == 1) << "an entry without one of its texts is better than none";
+        EXPECT_NE(g_log, "");
+    }
+    const std::string before = PrintStack();
+    char* text = nullptr;
+    const auto print = [&] { text = ZRErrorC::NoError->ToString(false, true); };
+    for (int n = 1; g_log.clear(), FailAllocation(n, print); ++n) {
+        EXPECT_TRUE(!text && !ZRErrorC::IsEmpty() && !g_log.empty());
+    }
+    EXPECT_EQ(text, before);
+    EXPECT_TRUE(ZRErrorC::IsEmpty());
+    ZRErrorC::FreeString(text);
+
+    ZRErrorC chain;
+    const auto copy = [&] { result = ZRErrorC::Stack(&chain); };
+    EXPECT_TRUE(FailAllocation(1, copy) && result == 0x7D1);
+    EXPECT_EQ(g_log, " ERROR: ZRErrorC::Stack: Allocating copy for stack\n");
+    EXPECT_TRUE(!FailAllocation(2, copy) && result == 0 && CountStack() == 1);
+}
+
+TEST_F(ErrorStack, TakesThousandsOfEntriesFromManyThreadsWhileOthersPrintIt) {
+    const auto stack = [] {
+        for (int n = 0; n < 3000; ++n) {
+            ZRErrorC::Stack("thread", ZRErrors::e_Arguments_Bad, "reason");
+        }
+    };
+    {
+        const std::jthread one(stack), two(stack), three(stack);
+        EXPECT_NE(PrintStack() + PrintStack() + PrintStack(), "");
+    }
+    EXPECT_EQ(CountStack(), 9000);
+}
+
+} // namespace
