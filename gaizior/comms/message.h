@@ -1,0 +1,74 @@
+#pragma once
+
+#include "gaizior/errors/error_codes.h"
+#include "gaizior/platform/export.h"
+
+#include <cstdint>
+#include <istream>
+#include <ostream>
+
+/// One command or reply between processes: type, code, ID, value and two texts. The stream operators write and read it
+/// as an element of XML or, with the format flag off, read it from its packet text.
+///
+/// An object belongs to one thread at a time. It owns its texts, at most 65,534 characters each, and frees them in its
+/// destructor.
+class GAIZIOR_API ZRCommMsgC {
+public:
+    /// An empty message; `bXML` chooses the text form.
+    explicit ZRCommMsgC(bool bXML = true);
+    /// Copies share the texts, a decision of this system: only one of the two may keep them, the other must be made to
+    /// forget them before it is destroyed. Assignment duplicates them.
+    ZRCommMsgC(const ZRCommMsgC& other) = default;
+    /// When memory runs out the failure is logged and the texts that could not be duplicated are missing.
+    ZRCommMsgC& operator=(const ZRCommMsgC& other);
+    virtual ~ZRCommMsgC();
+
+    /// Frees both texts.
+    void Clear();
+    /// @returns the format flag before; not 0 is XML.
+    int SetFormat(int format);
+
+    /// Store a copy of a text, of which the present one may be a part; null and "" store null.
+    /// @returns 0; e_Buffer_TooSmall for a text of 65,535 characters or more, e_Memory_AllocationFailed: nothing is
+    ///   changed then.
+    ZRErrors::ZRErrorT SetMessageString(const char* text);
+    ZRErrors::ZRErrorT SetQualifierString(const char* text);
+    /// @returns the stored text, the object's, or null.
+    const char* GetMessageString() const;
+    const char* GetQualifierString() const;
+
+    /// Writes the text form. Of the packet form nothing is written, a decision of this system: it goes through
+    /// ZRCreateMessage. The stream is left in hexadecimal.
+    friend GAIZIOR_API std::ostream& operator<<(std::ostream& stream, ZRCommMsgC& message);
+    /// Reads the text form. What was read before a failure stays; the failure is logged and sets the stream's failbit.
+    friend GAIZIOR_API std::istream& operator>>(std::istream& stream, ZRCommMsgC& message);
+
+    std::int32_t m_Type = 0;
+    std::int32_t m_Code = 0;
+    std::uint16_t m_ID = 0;
+    std::int32_t m_Val = 0;
+
+protected:
+    /// Writes the text form, and a NUL behind it when `noTerminator` is 0.
+    /// @returns 0, or what ZRCreateMessage returns for the packet form in 256 bytes.
+    ZRErrors::ZRErrorT ToString(std::ostream& stream, int noTerminator) const;
+    /// Reads the text form. @returns 0; for XML e_Object_InvalidName, e_Xml_ReadFailed, e_Xml_SeekFailed,
+    ///   e_Arguments_Bad for an attribute of another name; for the packet form what ZRExtractMessage returns.
+    ZRErrors::ZRErrorT FromString(std::istream& stream);
+
+private:
+    ZRErrors::ZRErrorT Clone(const ZRCommMsgC& other);
+    static ZRErrors::ZRErrorT DuplicateString(const char* text, char** copy, std::uint16_t* length);
+
+    ZRErrors::ZRErrorT ToQ2String() const;
+    void ToXMLString(std::ostream& stream) const;
+    ZRErrors::ZRErrorT FromQ2String(std::istream& stream);
+    ZRErrors::ZRErrorT FromXMLString(std::istream& stream);
+    ZRErrors::ZRErrorT StoreParameter(const char* name, const char* value);
+
+    std::uint16_t m_nStringLength = 0; ///< with the NUL; 0 when there is no text
+    std::uint16_t m_nQualifierLength = 0;
+    char* m_pString = nullptr;
+    char* m_pQualifier = nullptr;
+    int m_nFormat;
+};
