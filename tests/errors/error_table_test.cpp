@@ -39,30 +39,22 @@ TEST(ErrorTable, ANameOfNoRowFindsNothing) {
     EXPECT_TRUE(ZRErrorFromName("e_Phs_NoPlate", nullptr));
 }
 
-TEST(ErrorTable, EachDeviceMessageIsASentenceOfItsOwnThatEndsInItsName) {
+TEST(ErrorTable, DeviceMessagesEndInTheirNameAndRecorderMessagesTellTheSuspectInOneColumn) {
+    const std::set<std::string> suspects = {"(HW/SW)", "(HW/  )", "(  /SW)"};
     std::set<std::string> sentences;
+    std::set<std::size_t> columns;
     for (const ZRErrorRowT& row : Rows()) {
         const std::string text = row.pText;
-        const std::size_t end = row.pName ? text.rfind(std::string(" Error: ") + row.pName) : text.npos;
-        if (end != text.npos && row.nCode != ZRErrors::e_DummyLastError) {
-            EXPECT_EQ(text.substr(end), std::string(" Error: ") + row.pName);
-            EXPECT_EQ(text.find_first_of(".@"), end - 1) << text;
-            EXPECT_TRUE(sentences.insert(text.substr(0, end)).second) << text;
+        const std::string name = std::string(" Error: ") + (row.pName ? row.pName : "");
+        if (row.pName && text.ends_with(name) && row.nCode != ZRErrors::e_DummyLastError) {
+            EXPECT_EQ(text.find_first_of(".@"), text.size() - name.size() - 1) << text;
+            EXPECT_TRUE(sentences.insert(text.substr(0, text.find('.'))).second) << text;
+        } else if (row.nCode >= 0x13011 && row.nCode <= 0x130FD) {
+            columns.insert(text.size());
+            EXPECT_TRUE(suspects.contains(text.substr(text.size() - 7))) << text;
         }
     }
     EXPECT_EQ(sentences.size(), 568u);
-}
-
-TEST(ErrorTable, RecorderMessagesTellTheSuspectInOneColumn) {
-    const std::set<std::string> tags = {"(HW/SW)", "(HW/  )", "(  /SW)"};
-    std::set<std::size_t> columns;
-    for (const ZRErrorRowT& row : Rows()) {
-        if (row.nCode >= 0x13011 && row.nCode <= 0x130FD) {
-            const std::string text = row.pText;
-            columns.insert(text.size() - 7);
-            EXPECT_TRUE(tags.contains(text.substr(text.size() - 7))) << text;
-        }
-    }
     EXPECT_EQ(columns.size(), 1u);
 }
 
