@@ -4,7 +4,6 @@
 
 #include <cstdarg>
 #include <cstddef>
-#include <cstdio>
 
 /// What the log stream and the debug print share in calling code of the host's.
 namespace gaizior {
@@ -31,17 +30,10 @@ bool CallHook(bool& busy, const Call& call) noexcept {
 }
 
 /// Writes to the process's standard error stream, where lines go that no hook takes.
-inline void PrintToStandardError(const char* text) noexcept {
-    const ErrorKeeper keeper;
-    std::fputs(text, stderr);
-}
+void PrintToStandardError(const char* text) noexcept;
 
 /// Formats into `buffer` by C99's rules; always terminated, cut where the buffer ends, empty when the formatter fails
 /// or `format` is null.
-inline void FormatBounded(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept {
-    if (!format || std::vsnprintf(buffer, size, format, arguments) < 0) {
-        buffer[0] = '\0';
-    }
-}
+void FormatBounded(char* buffer, std::size_t size, const char* format, std::va_list arguments) noexcept;
 
 } // namespace gaizior

@@ -29,7 +29,7 @@ std::string TextOf(ZRErrors::ZRErrorT code) {
 
 std::string Print(ZRErrorC& entry, bool thisOnly, bool clear) {
     char* const text = entry.ToString(thisOnly, clear);
-    const std::string result = text ? text : "(null)";
+    std::string result = text ? text : "(null)";
     ZRErrorC::FreeString(text);
     return result;
 }
@@ -50,7 +50,7 @@ std::string PrintStack() {
 class ErrorStack : public testing::Test {
 protected:
     void SetUp() override {
-        ZRLogStreamC([](unsigned, int, char* text) { g_log += text; }, nullptr, nullptr, nullptr);
+        const ZRLogStreamC hooked([](unsigned, int, char* text) { g_log += text; }, nullptr, nullptr, nullptr);
         const SYSTEMTIME time{2005, 2, 2, 1, 9, 5, 3, 7};
         gaizior::seams::SetLocalTime(&time);
         ZRErrorC::ClearStack();

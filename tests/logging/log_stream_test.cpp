@@ -146,6 +146,7 @@ TEST_F(LogStream, SurvivesHooksThatLogThrowAndSpoilTheErrorNumbers) {
 
 TEST_F(LogStream, LetsThreadsLogWhileHooksAreReplaced) {
     static std::atomic<int> lines;
+    lines = 0;
     const auto log = [] {
         for (int n = 0; n < 500; ++n) {
             ZRLogStreamC line([](unsigned, int, char* text) { lines += std::string_view(text) == "line 1\n"; }, nullptr,
