@@ -2,7 +2,7 @@
 // that the second names, each part ended by a bar, the file complete as soon as it is there.
 //   arguments FILE ...   its further arguments     surroundings FILE   what it inherited
 //   console FILE WHAT    handles console events    hold FILE KIND NAME a mutex, which it owns, an event, which it sets,
-//                                                                      or a section; both until they are ended
+//                                                                      or a section
 
 #include "gaizior/platform/windows_api.h"
 

@@ -33,7 +33,7 @@ struct ProcessHandle {
 };
 
 /// A handle that is signalled when the process ends; null when there is no memory for one.
-HANDLE NewHandle(CompletionKind kind, const std::shared_ptr<Process>& process, DWORD access) {
+HANDLE NewProcessHandle(CompletionKind kind, const std::shared_ptr<Process>& process, DWORD access) {
     auto context = std::make_unique<ProcessHandle>(process, access);
     const HANDLE handle = NewCompletion(kind, context.get(), [](void* p) { delete static_cast<ProcessHandle*>(p); });
     if (handle) {
@@ -156,8 +156,8 @@ BOOL Adopt(ProcessWatcher& watcher, pid_t id, PROCESS_INFORMATION& information) 
     if (!process) {
         return Abandon(id, ErrorOfErrno(errno));
     }
-    const HANDLE processHandle = NewHandle(CompletionKind::Process, process, kAllAccess);
-    const HANDLE threadHandle = processHandle ? NewHandle(CompletionKind::Thread, process, kAllAccess) : nullptr;
+    const HANDLE processHandle = NewProcessHandle(CompletionKind::Process, process, kAllAccess);
+    const HANDLE threadHandle = processHandle ? NewProcessHandle(CompletionKind::Thread, process, kAllAccess) : nullptr;
     if (!threadHandle) {
         process->Kill(0); // the watcher collects it
         if (processHandle) {
@@ -213,18 +213,20 @@ HANDLE OpenById(DWORD access, pid_t id) {
     if ((access & PROCESS_TERMINATE) && !process->MayKill() && errno == EPERM) {
         return FailNull(ERROR_ACCESS_DENIED);
     }
-    const HANDLE handle = NewHandle(CompletionKind::Process, process, access);
+    const HANDLE handle = NewProcessHandle(CompletionKind::Process, process, access);
     return handle ? handle : FailNull(ERROR_NOT_ENOUGH_MEMORY);
 }
 
-/// What an open process handle stands for; null, with the last error set, unless it is one that has one of the rights.
-std::shared_ptr<Process> Open(HANDLE handle, DWORD rights, DWORD& exitCode) {
+/// What an open process handle stands for, and its exit code so far; null, with the last error set, unless it is one
+/// that has the right.
+std::shared_ptr<Process> Open(HANDLE handle, DWORD right, DWORD& exitCode) {
+    const CompletionRef keep = ReferToCompletion(handle); // another thread may close the handle now
     void* context = nullptr;
-    if (!QueryCompletion(handle, CompletionKind::Process, &exitCode, &context)) {
+    if (!keep || !QueryCompletion(handle, CompletionKind::Process, &exitCode, &context)) {
         return FailNull(ERROR_INVALID_HANDLE);
     }
     const auto& target = *static_cast<ProcessHandle*>(context);
-    if ((target.access & rights) == 0) {
+    if ((target.access & right) == 0) {
         return FailNull(ERROR_ACCESS_DENIED);
     }
     return target.process;
