@@ -1,103 +1,110 @@
 // Starting, watching and ending processes. Runs on both systems; Windows decides.
 
-#include "tests/platform/child_process.h"
+#include "gaizior/platform/windows_api.h"
+#include "tests/support/scratch.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
 
 namespace {
 
-using gaizior::test::Child;
-using gaizior::test::ScopedVariable;
-using gaizior::test::ScratchFolder;
-using gaizior::test::Told;
-using gaizior::test::Watchdog;
-using Parts = std::vector<std::string>;
+using namespace gaizior::test;
 
-constexpr DWORD kUntouched = 777;
+/// A process that is ended, if need be, and its handles closed when this goes.
+struct Child {
+    Child(const char* application, std::string commandLine, DWORD flags = 0, void* environment = nullptr,
+          const char* directory = nullptr) {
+        STARTUPINFOA startup{};
+        startup.cb = sizeof startup;
+        const BOOL started = ::CreateProcessA(application, commandLine.data(), nullptr, nullptr, TRUE, flags,
+                                              environment, directory, &startup, &information);
+        error = started ? 0 : ::GetLastError();
+    }
+    ~Child() {
+        ::TerminateProcess(information.hProcess, 1);
+        ::CloseHandle(information.hThread);
+        ::CloseHandle(information.hProcess);
+    }
+    Child(Child&&) = delete;
 
-std::filesystem::path ProgramFolder() {
-    std::array<char, 4096> buffer{};
-    ::GetModuleFileNameA(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
-    return std::filesystem::path(buffer.data()).parent_path();
-}
+    /// The exit code, waited for.
+    DWORD Ended() const {
+        DWORD code = STILL_ACTIVE;
+        ::WaitForSingleObject(information.hProcess, 60'000);
+        ::GetExitCodeProcess(information.hProcess, &code);
+        return code;
+    }
+
+    PROCESS_INFORMATION information{};
+    DWORD error = 0;
+};
 
 struct Processes : testing::Test {
+    /// What a child told, each part ended by a bar.
+    std::string Told() const {
+        std::string all;
+        std::ifstream in(file, std::ios::binary);
+        std::getline(in, all, '\0');
+        return all;
+    }
+
     Watchdog watchdog;
     ScratchFolder folder;
-
-    std::string File() const {
-        return folder.File("told");
-    }
+    const std::string file = folder.File("told");
+    const std::string quotedFile = '"' + file + "\" ";
 };
 
 TEST_F(Processes, GetTheirCommandLineSplitAsWindowsDoes) {
     const struct {
         const char* line;
-        Parts words;
+        const char* words;
     } cases[] = {
-        {R"()", {}},
-        {R"(a b)", {"a", "b"}},
-        {"  a\t b \t", {"a", "b"}},
-        {R"("a b" c)", {"a b", "c"}},
-        {R"(a"b c"d)", {"ab cd"}},
-        {R"("")", {""}},
-        {R"(a""b c)", {"ab", "c"}},
-        {R"(\a\\b)", {R"(\a\\b)"}},
-        {R"(\"x)", {R"("x)"}},
-        {R"("a\\" b)", {R"(a\)", "b"}},
-        {R"("a\"b")", {R"(a"b)"}},
-        {R"(\\\"a)", {R"(\"a)"}},
-        {R"(a\\\\"b c" d)", {R"(a\\b c)", "d"}},
-        {R"("a""b" c)", {R"(a"b)", "c"}},
-        {R"("a """ b)", {R"(a ")", "b"}},
-        {R"(""""" b)", {R"("" b)"}},
-        {R"("not closed x)", {"not closed x"}},
-        {R"('a b')", {"'a", "b'"}},
-        {"a\nb", {"a\nb"}},
+        {"", ""},
+        {"  a\t b \t", "a|b|"},
+        {R"("a b" c)", "a b|c|"},
+        {R"(a"b c"d)", "ab cd|"},
+        {R"("")", "|"},
+        {R"(a""b c)", "ab|c|"},
+        {R"(\a\\b)", R"(\a\\b|)"},
+        {R"("a\\" b)", R"(a\|b|)"},
+        {R"("a\"b")", R"(a"b|)"},
+        {R"(\\\"a)", R"(\"a|)"},
+        {R"(a\\\\"b c" d)", R"(a\\b c|d|)"},
+        {R"("a""b" c)", R"(a"b|c|)"},
+        {R"("a """ b)", R"(a "|b|)"},
+        {R"(""""" b)", R"("" b|)"},
+        {R"("not closed x)", "not closed x|"},
+        {"'a\nb'", "'a\nb'|"},
     };
     for (const auto& c : cases) {
-        const Child child("arguments \"" + File() + "\" " + c.line);
-        EXPECT_EQ(child.Ended(), 0u) << c.line;
-        EXPECT_EQ(Told(File()), c.words) << c.line;
-        std::filesystem::remove(File());
+        EXPECT_EQ(Child(nullptr, "platform_child arguments " + quotedFile + c.line).Ended(), 0u) << c.line;
+        EXPECT_EQ(Told(), c.words) << c.line;
     }
 }
 
-TEST_F(Processes, AreFoundBesideTheProgramAndByTheirPath) {
-    const std::string beside = (ProgramFolder() / "platform_child").string();
-    EXPECT_EQ(Child("exit 5").Ended(), 5u);
-    EXPECT_EQ(Child(nullptr, "\"platform_child\" exit 6").Ended(), 6u);
-    EXPECT_EQ(Child(nullptr, '"' + beside + "\" exit 7").Ended(), 7u);
-#ifdef _WIN32
-    const std::string whole = beside + ".exe";
-#else
-    const std::string whole = beside;
-#endif
-    EXPECT_EQ(Child(whole.c_str(), "any exit 8").Ended(), 8u);
-    EXPECT_EQ(Child(whole.c_str(), "", 0).Ended(), 99u);
-    EXPECT_EQ(Child("exit 9", CREATE_NEW_PROCESS_GROUP).Ended(), 9u);
-}
-
-TEST_F(Processes, InheritFolderAndEnvironmentUnlessTheyAreGiven) {
+TEST_F(Processes, InheritFolderAndEnvironmentUnlessTheyAreGivenButNoDescriptors) {
     const ScopedVariable variable("GAIZIOR_TEST_VALUE", "mine");
-    const std::string line = "surroundings \"" + File() + '"';
-    EXPECT_EQ(Child(line).Ended(), 0u);
-    EXPECT_EQ(Told(File()), (Parts{std::filesystem::current_path().filename().string(), "mine"}));
+    const std::ofstream notInherited(folder.File("open"));
+    const std::string line = "platform_child surroundings " + quotedFile;
+    EXPECT_EQ(Child(nullptr, line).Ended(), 0u);
+#ifdef _WIN32
+    const std::string descriptors = Told().substr(Told().rfind('|', Told().size() - 2));
+#else
+    const std::string descriptors = "|4|";
+#endif
+    EXPECT_EQ(Told(), std::filesystem::current_path().filename().string() + "|mine" + descriptors);
 
-    // The program's own relative path is not looked for in the folder that the child gets.
-    const std::string relative = std::filesystem::relative(ProgramFolder() / "platform_child").string();
-    const Child inFolder(nullptr, relative + ' ' + line, 0, nullptr, folder.Path().string().c_str());
-    EXPECT_EQ(inFolder.Ended(), 0u);
-    EXPECT_EQ(Told(File()), (Parts{folder.Path().filename().string(), "mine"}));
-
-    const char* path = std::getenv("PATH");
-    std::string environment = "GAIZIOR_TEST_VALUE=given" + std::string(1, '\0') + "PATH=" + (path ? path : "");
-    environment += std::string(2, '\0');
-    EXPECT_EQ(Child(line, 0, environment.data()).Ended(), 0u);
-    EXPECT_EQ(Told(File()), (Parts{std::filesystem::current_path().filename().string(), "given"}));
+    // The folder of the running program is found whichever folder the child gets.
+    std::string environment = "GAIZIOR_TEST_VALUE=given";
+    environment.append("\0PATH=", 6).append(std::getenv("PATH")).append(2, '\0');
+    EXPECT_EQ(Child(nullptr, line, 0, environment.data(), folder.Path().string().c_str()).Ended(), 0u);
+    EXPECT_EQ(Told(), folder.Path().filename().string() + "|given" + descriptors);
 }
 
 TEST_F(Processes, ThatCannotBeStartedSayWhy) {
@@ -105,75 +112,110 @@ TEST_F(Processes, ThatCannotBeStartedSayWhy) {
     std::ofstream(noProgram) << "no program";
     std::filesystem::permissions(noProgram, std::filesystem::perms::all);
     const std::string nowhere = folder.File("nowhere");
-    EXPECT_EQ(Child(nullptr, "no_such_program a b").Error(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Child(nullptr, nowhere + " a").Error(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Child(nowhere.c_str(), "a b").Error(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Child(nullptr, "").Error(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Child(nullptr, " platform_child exit 0").Error(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Child(noProgram.c_str(), "a").Error(), static_cast<DWORD>(ERROR_BAD_EXE_FORMAT));
-    EXPECT_EQ(Child("exit 0", 0, nullptr, nowhere.c_str()).Error(), static_cast<DWORD>(ERROR_DIRECTORY));
+    EXPECT_EQ(Child(nullptr, "no_such_program a b").error, DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(nullptr, nowhere + " a").error, DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(nowhere.c_str(), "a b").error, DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(nullptr, " platform_child").error, DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(noProgram.c_str(), "a").error, DWORD{ERROR_BAD_EXE_FORMAT});
+    EXPECT_EQ(Child(nullptr, "platform_child", 0, nullptr, nowhere.c_str()).error, DWORD{ERROR_DIRECTORY});
+#ifndef _WIN32
+    std::filesystem::permissions(noProgram, std::filesystem::perms::owner_read);
+    const std::string tooLong(4'000'000, 'x');
+    EXPECT_EQ(Child(noProgram.c_str(), "a").error, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Child((noProgram + "/below").c_str(), "a").error, ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(Child("/proc/self/exe", tooLong).error, ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_EQ(Child(nullptr, '/' + tooLong).error, ERROR_FILENAME_EXCED_RANGE);
+#endif
 }
 
 TEST_F(Processes, AreSignalledAtTheirEndThroughEveryHandle) {
-    const Child child("sleep");
-    const HANDLE opened =
-        ::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, child.Id());
-    ASSERT_TRUE(opened);
-    const HANDLE all[] = {child.Process(), child.Thread(), opened};
-    for (const HANDLE handle : all) {
-        EXPECT_EQ(::WaitForSingleObject(handle, 0), static_cast<DWORD>(WAIT_TIMEOUT));
-    }
+    const Child child(nullptr, "platform_child console " + quotedFile + "ask");
+    const HANDLE opened = ::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                        child.information.dwProcessId);
+    const HANDLE all[] = {child.information.hThread, child.information.hProcess, opened};
     DWORD code = 0;
     EXPECT_TRUE(::GetExitCodeProcess(opened, &code));
-    EXPECT_EQ(code, static_cast<DWORD>(STILL_ACTIVE));
-
+    EXPECT_EQ(code, DWORD{STILL_ACTIVE});
+    EXPECT_EQ(::WaitForMultipleObjects(3, all, FALSE, 0), DWORD{WAIT_TIMEOUT});
     EXPECT_TRUE(::TerminateProcess(opened, 0x12345));
     for (const HANDLE handle : all) {
         EXPECT_EQ(::WaitForSingleObject(handle, 30'000), WAIT_OBJECT_0);
         EXPECT_EQ(::WaitForSingleObject(handle, 0), WAIT_OBJECT_0) << "it stays signalled";
     }
-    EXPECT_TRUE(::GetExitCodeProcess(child.Process(), &code));
-    EXPECT_EQ(code, 0x12345u);
-    code = 0;
+    EXPECT_EQ(child.Ended(), 0x12345u);
     EXPECT_TRUE(::GetExitCodeProcess(opened, &code));
     EXPECT_EQ(code, 0x12345u);
-    EXPECT_TRUE(::GetExitCodeThread(child.Thread(), &code));
     ::CloseHandle(opened);
 }
 
-TEST_F(Processes, EndWhileTheirHandleIsOneOfSeveralWaitedFor) {
-    const HANDLE never = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    const Child child("exit 3");
-    const HANDLE handles[] = {never, child.Process()};
-    EXPECT_EQ(::WaitForMultipleObjects(2, handles, FALSE, 30'000), WAIT_OBJECT_0 + 1);
-    ::CloseHandle(never);
-}
-
 TEST_F(Processes, AreRefusedToThoseWithoutTheRightAndForOtherHandles) {
-    const DWORD self = ::GetCurrentProcessId();
-    EXPECT_FALSE(::OpenProcess(SYNCHRONIZE, FALSE, 0));
-    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
     EXPECT_FALSE(::OpenProcess(SYNCHRONIZE, FALSE, 0x7FFFFFF0));
-    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
-
-    const HANDLE onlyWait = ::OpenProcess(SYNCHRONIZE, FALSE, self);
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    const HANDLE onlyWait = ::OpenProcess(SYNCHRONIZE, FALSE, ::GetCurrentProcessId());
+    DWORD code = 0;
+    EXPECT_FALSE(::GetExitCodeProcess(onlyWait, &code));
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_FALSE(::TerminateProcess(onlyWait, 1));
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     const HANDLE event = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE closed = ::OpenProcess(PROCESS_TERMINATE, FALSE, self);
-    ::CloseHandle(closed);
-    const struct {
-        HANDLE handle;
-        DWORD error;
-    } cases[] = {{onlyWait, ERROR_ACCESS_DENIED}, {event, ERROR_INVALID_HANDLE}, {closed, ERROR_INVALID_HANDLE}};
-    for (const auto& [handle, error] : cases) {
-        DWORD code = kUntouched;
-        EXPECT_FALSE(::GetExitCodeProcess(handle, &code));
-        EXPECT_EQ(::GetLastError(), error);
-        EXPECT_EQ(code, kUntouched);
-        EXPECT_FALSE(::TerminateProcess(handle, 1));
-        EXPECT_EQ(::GetLastError(), error);
-    }
+    EXPECT_FALSE(::GetExitCodeProcess(event, &code));
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_HANDLE});
     ::CloseHandle(event);
     ::CloseHandle(onlyWait);
 }
+
+#ifndef _WIN32
+
+TEST_F(Processes, GetSignalsAsConsoleEvents) {
+    const struct {
+        const char* what;
+        int deafTo; // 0: none
+        int signal;
+        DWORD code;
+    } cases[] = {
+        {"ask", 0, SIGINT, 40 + CTRL_C_EVENT},
+        {"ask", 0, SIGQUIT, 40 + CTRL_BREAK_EVENT},
+        {"ask", 0, SIGHUP, 40 + CTRL_CLOSE_EVENT},
+        {"ask", SIGHUP, SIGTERM, 40 + CTRL_CLOSE_EVENT}, // as nohup starts it
+        {"pass", 0, SIGINT, 128 + SIGINT},
+        {"remove", 0, SIGINT, 128 + SIGINT},
+        {"ignore", SIGINT, SIGTERM, 40 + CTRL_CLOSE_EVENT},
+    };
+    for (const auto& c : cases) {
+        const auto before = std::signal(SIGHUP, c.deafTo == SIGHUP ? SIG_IGN : SIG_DFL);
+        const Child child(nullptr, "platform_child console " + quotedFile + c.what, CREATE_NEW_PROCESS_GROUP);
+        std::signal(SIGHUP, before);
+        while (!std::filesystem::remove(file)) {
+            ::Sleep(2);
+        }
+        const auto id = static_cast<pid_t>(child.information.dwProcessId);
+        if (c.deafTo) {
+            ::kill(id, c.deafTo);
+            EXPECT_EQ(::WaitForSingleObject(child.information.hProcess, 50), WAIT_TIMEOUT);
+        }
+        ::kill(id, c.signal);
+        EXPECT_EQ(child.Ended(), c.code) << c.what << ' ' << c.signal;
+    }
+}
+
+TEST_F(Processes, OfOthersKeepTheirExitCodes) {
+    DWORD stranger = 0;
+    std::FILE* const shell = ::popen("sleep 60 >/dev/null & echo $!", "r");
+    ASSERT_EQ(std::fscanf(shell, "%u", &stranger), 1);
+    ::pclose(shell);
+    const HANDLE handle = ::OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, stranger);
+    DWORD code = 0;
+    EXPECT_TRUE(::GetExitCodeProcess(handle, &code));
+    EXPECT_EQ(code, STILL_ACTIVE);
+    EXPECT_TRUE(::TerminateProcess(handle, 5));
+    EXPECT_EQ(::WaitForSingleObject(handle, 30'000), WAIT_OBJECT_0);
+    EXPECT_FALSE(::GetExitCodeProcess(handle, &code));
+    EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
+    EXPECT_FALSE(::TerminateProcess(handle, 5)) << "it has ended";
+    EXPECT_EQ(::GetLastError(), ERROR_ACCESS_DENIED);
+    ::CloseHandle(handle);
+}
+
+#endif
 
 } // namespace

@@ -42,6 +42,11 @@ CompletionRef::~CompletionRef() {
     }
 }
 
+bool CompletionRef::IsUnobserved() const {
+    const ObjectLock lock(*m_pObject);
+    return (lock.Word() & kClosed) && !lock->first && lock->pins == 1;
+}
+
 void CompletionRef::Complete(DWORD exitCode) const {
     ObjectLock lock(*m_pObject);
     lock->exitCode.store(exitCode, std::memory_order_relaxed);

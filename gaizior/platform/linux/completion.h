@@ -27,6 +27,8 @@ public:
     explicit operator bool() const {
         return m_pObject != nullptr;
     }
+    /// Whether no handle, no waiter and no other reference is left: nobody would notice the completion.
+    bool IsUnobserved() const;
     /// Signals the object with its exit code.
     void Complete(DWORD exitCode) const;
 
@@ -36,9 +38,6 @@ private:
 
 /// An empty reference for a handle that leads to no such object.
 CompletionRef ReferToCompletion(HANDLE handle);
-inline void Complete(const CompletionRef& reference, DWORD exitCode) {
-    reference.Complete(exitCode);
-}
 
 /// Exit code (STILL_ACTIVE before the end) and context of an open handle of that kind; each may be null.
 /// @returns false with ERROR_INVALID_HANDLE for any other handle.

@@ -1,8 +1,8 @@
 #include "gaizior/platform/linux/command_line.h"
 #include "gaizior/platform/linux/last_error.h"
 #include "gaizior/platform/linux/process_watcher.h"
+#include "gaizior/platform/linux/program_path.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <spawn.h>
@@ -33,61 +32,14 @@ struct ProcessHandle {
 };
 
 /// A handle that is signalled when the process ends; null when there is no memory for one.
-HANDLE NewHandle(CompletionKind kind, const std::shared_ptr<Process>& process, DWORD access) {
-    auto context = std::make_unique<ProcessHandle>(process, access);
+HANDLE NewProcessHandle(CompletionKind kind, const std::shared_ptr<Process>& process, DWORD access) {
+    std::unique_ptr<ProcessHandle> context(new ProcessHandle{process, access});
     const HANDLE handle = NewCompletion(kind, context.get(), [](void* p) { delete static_cast<ProcessHandle*>(p); });
     if (handle) {
         context.release();
         ProcessWatcher::Instance()->CompleteAtEnd(*process, ReferToCompletion(handle));
     }
     return handle;
-}
-
-bool IsProgram(const std::string& path) {
-    std::error_code ignored;
-    return fs::is_regular_file(path, ignored) && ::access(path.c_str(), X_OK) == 0;
-}
-
-/// The folders that a program's bare name is looked for in: the running program's, the current one, those of PATH.
-std::vector<fs::path> SearchFolders() {
-    std::error_code ignored;
-    std::vector<fs::path> folders{fs::read_symlink("/proc/self/exe", ignored).parent_path(), "."};
-    const char* path = std::getenv("PATH");
-    std::string_view rest = path ? path : "";
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(':'), rest.size());
-        folders.emplace_back(end ? rest.substr(0, end) : ".");
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return folders;
-}
-
-/// Empty when the current folder is gone. A child in another folder must find the same program.
-std::string Absolute(const std::string& path) {
-    std::error_code ignored;
-    return fs::absolute(path, ignored);
-}
-
-/// The absolute path of the program that a command line names; empty when there is none.
-std::string FindProgram(const std::string& name) {
-    if (name.empty()) {
-        return {};
-    }
-    if (name.find('/') != std::string::npos) {
-        return Absolute(name);
-    }
-    for (const fs::path& folder : SearchFolders()) {
-        if (const std::string path = folder / name; IsProgram(path)) {
-            return Absolute(path);
-        }
-    }
-    return {};
-}
-
-/// The same path with the separators of this system.
-std::string WithSlashes(std::string path) {
-    std::ranges::replace(path, '\\', '/');
-    return path;
 }
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
@@ -156,8 +108,8 @@ BOOL Adopt(ProcessWatcher& watcher, pid_t id, PROCESS_INFORMATION& information) 
     if (!process) {
         return Abandon(id, ErrorOfErrno(errno));
     }
-    const HANDLE processHandle = NewHandle(CompletionKind::Process, process, kAllAccess);
-    const HANDLE threadHandle = processHandle ? NewHandle(CompletionKind::Thread, process, kAllAccess) : nullptr;
+    const HANDLE processHandle = NewProcessHandle(CompletionKind::Process, process, kAllAccess);
+    const HANDLE threadHandle = processHandle ? NewProcessHandle(CompletionKind::Thread, process, kAllAccess) : nullptr;
     if (!threadHandle) {
         process->Kill(0); // the watcher collects it
         if (processHandle) {
@@ -182,7 +134,7 @@ BOOL Launch(const char* application, const char* commandLine, DWORD flags, void*
     std::vector<std::string> words =
         commandLine ? SplitCommandLine(commandLine) : std::vector<std::string>{application};
     const std::string program =
-        application ? Absolute(WithSlashes(application)) : FindProgram(WithSlashes(words.front()));
+        application ? AbsolutePath(WithSlashes(application)) : FindProgram(WithSlashes(words.front()));
     if (program.empty()) {
         return Fail(ERROR_FILE_NOT_FOUND);
     }
@@ -213,18 +165,20 @@ HANDLE OpenById(DWORD access, pid_t id) {
     if ((access & PROCESS_TERMINATE) && !process->MayKill() && errno == EPERM) {
         return FailNull(ERROR_ACCESS_DENIED);
     }
-    const HANDLE handle = NewHandle(CompletionKind::Process, process, access);
+    const HANDLE handle = NewProcessHandle(CompletionKind::Process, process, access);
     return handle ? handle : FailNull(ERROR_NOT_ENOUGH_MEMORY);
 }
 
-/// What an open process handle stands for; null, with the last error set, unless it is one that has one of the rights.
-std::shared_ptr<Process> Open(HANDLE handle, DWORD rights, DWORD& exitCode) {
+/// What an open process handle stands for, and its exit code so far; null, with the last error set, unless it is one
+/// that has the right.
+std::shared_ptr<Process> Open(HANDLE handle, DWORD right, DWORD& exitCode) {
+    const CompletionRef keep = ReferToCompletion(handle); // another thread may close the handle now
     void* context = nullptr;
-    if (!QueryCompletion(handle, CompletionKind::Process, &exitCode, &context)) {
+    if (!keep || !QueryCompletion(handle, CompletionKind::Process, &exitCode, &context)) {
         return FailNull(ERROR_INVALID_HANDLE);
     }
     const auto& target = *static_cast<ProcessHandle*>(context);
-    if ((target.access & rights) == 0) {
+    if ((target.access & right) == 0) {
         return FailNull(ERROR_ACCESS_DENIED);
     }
     return target.process;

@@ -87,6 +87,7 @@ std::shared_ptr<Process> ProcessWatcher::FindRunning(pid_t id) const {
 
 std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
     const std::lock_guard lock(m_lock);
+    ForgetUnobserved();
     if (auto known = FindRunning(id)) {
         return known;
     }
@@ -107,10 +108,23 @@ std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
     return process;
 }
 
+void ProcessWatcher::ForgetUnobserved() {
+    std::erase_if(m_running, [this](const auto& entry) {
+        Process& process = *entry.second;
+        std::erase_if(process.m_waiting, [](const CompletionRef& waiting) { return waiting.IsUnobserved(); });
+        // A child stays until its exit code is collected, and what a caller is just being given a handle of.
+        if (process.m_bIsChild || !process.m_waiting.empty() || entry.second.use_count() > 1) {
+            return false;
+        }
+        ::epoll_ctl(m_epoll.Get(), EPOLL_CTL_DEL, entry.first, nullptr);
+        return true;
+    });
+}
+
 void ProcessWatcher::CompleteAtEnd(Process& process, CompletionRef waiting) {
     const std::lock_guard lock(m_lock);
     if (process.m_bIsOver) {
-        Complete(std::move(waiting), process.m_dwExitCode);
+        waiting.Complete(process.m_dwExitCode);
     } else {
         process.m_waiting.push_back(std::move(waiting));
     }
@@ -127,19 +141,18 @@ void ProcessWatcher::Run() {
 }
 
 void ProcessWatcher::End(int fd) {
-    std::shared_ptr<Process> process; // let go of after the lock
     const std::lock_guard lock(m_lock);
     const auto found = m_running.find(fd);
-    if (found == m_running.end()) {
-        return;
+    if (found == m_running.end() || !found->second->HasEnded()) {
+        return; // forgotten a moment ago; the descriptor may be another's by now
     }
-    process = std::move(found->second);
+    const std::shared_ptr<Process> process = std::move(found->second);
     m_running.erase(found);
     ::epoll_ctl(m_epoll.Get(), EPOLL_CTL_DEL, fd, nullptr);
     process->m_dwExitCode = process->CollectExitCode();
     process->m_bIsOver = true;
-    for (CompletionRef& waiting : process->m_waiting) {
-        Complete(std::move(waiting), process->m_dwExitCode);
+    for (const CompletionRef& waiting : process->m_waiting) {
+        waiting.Complete(process->m_dwExitCode);
     }
     process->m_waiting.clear();
 }

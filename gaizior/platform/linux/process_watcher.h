@@ -62,6 +62,8 @@ public:
 private:
     bool Start();
     std::shared_ptr<Process> FindRunning(pid_t id) const;
+    /// Lets go of what only closed handles stood for, so that opening and closing for ever costs nothing.
+    void ForgetUnobserved();
     [[noreturn]] void Run();
     void End(int fd);
 
