@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace gaizior {
 namespace {
@@ -162,42 +163,59 @@ Outcome ReceiveOne(std::uint16_t id, double seconds, bool json, const Interrupt&
         }
     } while (::GetTickCount64() < end);
     return Fail(kFunction, ZRErrors::e_Command_TimedOut, Exit::kTimedOut,
-                "no message came for ID " + std::to_string(id) + " in time: --id chooses another ID, 'bench channel "
-                                                                 "status' shows what waits for whom");
+                "no message came for ID " + std::to_string(id) +
+                    " in time: --id chooses another ID, 'bench channel "
+                    "status' shows what waits for whom");
 }
 
-/// Prints what came into the pool and what was taken from it between two looks.
+/// Prints what came into the pool and what was taken from it between two looks. A receiver that waits takes a message
+/// long before the next look, but its text stays behind in the free slot.
 class Watcher {
 public:
     explicit Watcher(bool json) : m_bJson(json) {}
 
-    void Compare(const Look* look) {
-        std::map<unsigned, Entry> present;
-        for (unsigned i = 0; look && i < look->findings.nQueued; ++i) {
-            const unsigned slot = look->findings.anOrder[i];
-            const ZcMessageSlot& message = look->block.slots[slot];
-            present[slot] = {message.dest_id, std::string(TextOf(message))};
-        }
-        for (const auto& [slot, entry] : m_before) {
-            if (const auto now = present.find(slot); now == present.end() || now->second != entry) {
-                Print("taken", slot, entry);
+    /// What lies in free slots at the first look is old.
+    void Begin(const ZcChannel& block) {
+        for (unsigned slot = 0; slot < kZcSlotCount; ++slot) {
+            m_before[slot] = EntryOf(block.slots[slot]);
+            if (m_before[slot].taken) {
+                Print("sent", slot, m_before[slot]);
             }
         }
-        for (unsigned i = 0; look && i < look->findings.nQueued; ++i) {
-            const unsigned slot = look->findings.anOrder[i];
-            if (const auto before = m_before.find(slot); before == m_before.end() || before->second != present[slot]) {
-                Print("sent", slot, present[slot]);
+    }
+
+    void Compare(const ZcChannel& block) {
+        for (unsigned slot = 0; slot < kZcSlotCount; ++slot) {
+            const Entry now = EntryOf(block.slots[slot]);
+            const Entry before = std::exchange(m_before[slot], now);
+            const bool same = now.id == before.id && now.text == before.text;
+            if (before.taken && !(same && now.taken)) {
+                Print("taken", slot, before);
+            }
+            if (!same || (now.taken && !before.taken)) {
+                Print("sent", slot, now);
+                if (!now.taken) {
+                    Print("taken", slot, now);
+                }
             }
         }
-        m_before = std::move(present);
+    }
+
+    /// The channel is gone, and its messages with it.
+    void Forget() {
+        m_before = {};
     }
 
 private:
     struct Entry {
-        unsigned id;
+        bool taken = false;
+        unsigned id = 0;
         std::string text;
-        bool operator==(const Entry&) const = default;
     };
+
+    static Entry EntryOf(const ZcMessageSlot& slot) {
+        return {slot.taken != 0, slot.dest_id, std::string(TextOf(slot))};
+    }
 
     void Print(const char* what, unsigned slot, const Entry& entry) const {
         const std::string time = LocalTime();
@@ -216,7 +234,7 @@ private:
     }
 
     bool m_bJson;
-    std::map<unsigned, Entry> m_before;
+    std::array<Entry, kZcSlotCount> m_before; ///< the slots at the last look
 };
 
 } // namespace
@@ -270,10 +288,11 @@ Outcome ReceiveCommand(const ReceiveOptions& options, const Interrupt& interrupt
 }
 
 Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
-    constexpr DWORD kPeriod = 50; // twice as often as anybody receives
+    constexpr DWORD kPeriod = 20; // a receiver takes at most ten messages a second
     const ULONGLONG begin = ::GetTickCount64();
     const auto look = std::make_unique<Look>();
     Watcher watcher(options.json);
+    bool first = true;
     bool absenceTold = false;
     do {
         Presence presence{};
@@ -283,9 +302,17 @@ Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
         const bool absent = presence == Presence::kAbsent;
         if (absent && !absenceTold) {
             std::fputs("bench: no process has the message channel open, waiting for one\n", stderr);
+            std::fflush(stderr);
         }
         absenceTold = absent;
-        watcher.Compare(absent ? nullptr : look.get());
+        if (absent) {
+            watcher.Forget();
+        } else if (first) {
+            watcher.Begin(look->block);
+        } else {
+            watcher.Compare(look->block);
+        }
+        first = false;
         if (options.seconds > 0 && static_cast<double>(::GetTickCount64() - begin) >= options.seconds * 1000) {
             break;
         }

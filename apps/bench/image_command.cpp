@@ -27,6 +27,7 @@ public:
     void Done(const std::string& step) {
         m_bar.Clear();
         std::fprintf(stderr, "%s %s\n", Painted(Stream::kError, Colour::kGood, "done").c_str(), step.c_str());
+        std::fflush(stderr);
     }
     void Clear() {
         m_bar.Clear();
@@ -108,8 +109,7 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds) {
     if (options.json) {
         JsonArray separations;
         for (const Separation& separation : job.separations) {
-            separations.Add(
-                JsonObject().Text("name", separation.name).Number("copies", separation.copies).Json());
+            separations.Add(JsonObject().Text("name", separation.name).Number("copies", separation.copies).Json());
         }
         const std::string json = JsonObject()
                                      .Text("job", job.name)

@@ -80,8 +80,8 @@ Examples:
 )";
 
 constexpr const char* kWatchExamples = R"(
-Looks 20 times a second without taking part; a message that comes and goes in between
-is not seen. Ends on Ctrl-C.
+Looks 50 times a second without taking part. Of several messages that pass through one
+slot in between only the last is seen. Ends on Ctrl-C.
 
 Examples:
   bench channel watch
@@ -127,6 +127,7 @@ CLI::App& CommandLine::Add(CLI::App& parent, const char* name, const char* help,
 
 CommandLine::CommandLine() {
     app.fallthrough();
+    app.allow_windows_style_options(false); // else a path such as /home/page.job would be taken for an option
     app.require_subcommand(1);
     app.footer(std::string(kBenchExamples) + kExitCodes);
     app.add_flag("--verbose", verbose, "Tell every step and the error stack on standard error");

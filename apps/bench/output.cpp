@@ -15,7 +15,12 @@ unsigned char Byte(std::string_view text, std::size_t at) {
 /// Bytes of the UTF-8 character that `text` begins with; 0 when it is none.
 std::size_t Utf8Length(std::string_view text) {
     const unsigned char first = Byte(text, 0);
-    const std::size_t length = first < 0x80 ? 1 : first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    const std::size_t length = first < 0x80   ? 1
+                               : first < 0xC2 ? 0
+                               : first < 0xE0 ? 2
+                               : first < 0xF0 ? 3
+                               : first < 0xF5 ? 4
+                                              : 0;
     for (std::size_t i = 1; i < length; ++i) {
         if ((Byte(text, i) & 0xC0) != 0x80) {
             return 0;

@@ -56,6 +56,7 @@ int main(int argc, char** argv) {
     bool verbose = false;
     CLI::App app("The imaging process of a platesetter, with a simulated engine", "imager");
     app.footer(gaizior::kFooter);
+    app.allow_windows_style_options(false);
     app.add_option("--id", options.id, "Communications ID to receive under (default 101)")
         ->check(CLI::Range(2, 65535))
         ->type_name("ID");

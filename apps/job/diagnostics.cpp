@@ -20,6 +20,7 @@ void PrintLine(int level, std::string_view text) {
         text.remove_suffix(1);
     }
     std::fprintf(stderr, "%s[%d] %.*s\n", g_program, level, static_cast<int>(text.size()), text.data());
+    std::fflush(stderr);
 }
 
 void PrintLogLine(unsigned level, int /*mode*/, char* text) {
@@ -49,7 +50,7 @@ void SetUpDiagnostics(const char* program, bool verbose) {
 
 void PrintErrorStack() {
     const std::unique_ptr<char, decltype(&ZRErrorC::FreeString)> text(ZRErrorC::GetStack()->ToString(false, false),
-                                                                     &ZRErrorC::FreeString);
+                                                                      &ZRErrorC::FreeString);
     std::fputs(text.get(), stderr);
 }
 

@@ -174,7 +174,8 @@ void JobReader::SetKey(std::string_view name, std::string_view value) {
     if (m_section.empty()) {
         Complain("the key " + Quoted(name) + " stands before the first section: begin with [job]");
     }
-    const auto key = std::ranges::find_if(kKeys, [&](const Key& k) { return m_section == k.section && name == k.name; });
+    const auto key =
+        std::ranges::find_if(kKeys, [&](const Key& k) { return m_section == k.section && name == k.name; });
     if (key == kKeys.end()) {
         std::vector<std::string> known;
         for (const Key& k : kKeys) {
@@ -285,8 +286,9 @@ Outcome ReadJobFile(const std::string& path, Job& job) {
     }
     std::ifstream stream(path);
     if (type == std::filesystem::file_type::directory || !stream) {
-        return Fail(kFunction, kFileNotRead, Exit::kFailed, path + ": cannot be read as a job file: check that it is "
-                                                                   "a file that you may read");
+        return Fail(kFunction, kFileNotRead, Exit::kFailed,
+                    path + ": cannot be read as a job file: check that it is "
+                           "a file that you may read");
     }
     return ReadJob(stream, path, job);
 }

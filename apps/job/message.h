@@ -30,10 +30,10 @@ inline constexpr std::size_t kMaxMessage = 255;
 struct Message {
     std::int32_t type = 0;
     std::int32_t code = 0;
-    std::uint16_t id = 0;    ///< the sender's communications ID, to which a reply goes
-    std::int32_t value = 0;  ///< command: its number; reply: a ZRErrorT; progress: done, in thousandths
-    std::string text;        ///< "key=value key=value", never with ';'
-    std::string qualifier;   ///< words for people: a job's name, the reason of a refusal
+    std::uint16_t id = 0;   ///< the sender's communications ID, to which a reply goes
+    std::int32_t value = 0; ///< command: its number; reply: a ZRErrorT; progress: done, in thousandths
+    std::string text;       ///< "key=value key=value", never with ';'
+    std::string qualifier;  ///< words for people: a job's name, the reason of a refusal
 };
 
 /// The packet text of a message. @returns 0; e_Buffer_TooSmall or e_Buffer_Overflowed when it has more than 255

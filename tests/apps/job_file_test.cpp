@@ -107,8 +107,10 @@ TEST(JobFile, TooMuchOfEverythingIsRefused) {
     for (int i = 0; i < 7; ++i) {
         separations += "[separation]\nname = Spot" + std::to_string(i) + "\n";
     }
-    for (const std::string& file :
-         {std::string(), std::string("\n"), std::string(2000, '\n'), separations, std::string("\x7F" "ELF\1\2\0", 7)}) {
+    for (const std::string& file : {std::string(), std::string("\n"), std::string(2000, '\n'), separations,
+                                    std::string("\x7F"
+                                                "ELF\1\2\0",
+                                                7)}) {
         Job job;
         EXPECT_TRUE(Read(file, job)) << file.substr(0, 20);
     }

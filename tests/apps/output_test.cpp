@@ -10,8 +10,8 @@ namespace {
 
 TEST(Output, AProgressLineFitsEveryWidth) {
     const std::string label = "expose plate 2 of 4: Magenta";
-    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 59), label + " [####------]  43 %  0:07 left") << "60 columns";
-    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 50), label + " [#####------]  43 %") << "the time goes first";
+    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 59), label + " [####-------]  43 %  0:07 left") << "60 columns";
+    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 50), label + " [#####--------]  43 %") << "the time goes first";
     EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 20), "expose plate 2 of...");
     for (std::size_t columns = 0; columns < 200; ++columns) {
         EXPECT_LE(ProgressLine(label, 437, "0:07 left", columns).size(), columns);
@@ -22,7 +22,10 @@ TEST(Output, AProgressLineFitsEveryWidth) {
 TEST(Output, TextFromElsewhereCannotSteerATerminal) {
     EXPECT_EQ(Printable("a\x1b[2J\r\nb\x7f"), "a\\x1B[2J\\x0D\\x0Ab\\x7F");
     EXPECT_EQ(Printable("M\xC3\xBCller"), "M\xC3\xBCller");
-    EXPECT_EQ(Printable("\xC2\x9B" "2J"), "\\xC2\\x9B2J") << "a control character of two bytes";
+    EXPECT_EQ(Printable("\xC2\x9B"
+                        "2J"),
+              "\\xC2\\x9B2J")
+        << "a control character of two bytes";
     EXPECT_EQ(Printable("\xFF\xC3"), "\\xFF\\xC3");
 }
 
@@ -45,7 +48,7 @@ TEST(Suggestion, NamesTheNearestWordOrNone) {
     for (const auto& [typed, meant] : cases) {
         EXPECT_EQ(Suggestion(typed, words), " (did you mean '" + std::string(meant) + "'?)") << typed;
     }
-    for (const std::string typed : {std::string("image"), std::string("x"), std::string(), std::string(5000, 's')}) {
+    for (const std::string& typed : {std::string("image"), std::string("x"), std::string(), std::string(5000, 's')}) {
         EXPECT_EQ(Suggestion(typed, words), "") << typed.substr(0, 20);
     }
 }

