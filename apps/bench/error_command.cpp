@@ -123,8 +123,8 @@ Outcome FindByCode(const std::string& word, std::vector<Explanation>& found) {
         const char* origin = OriginOf(*code);
         return Fail(kFunction, kNameNotFound, Exit::kNotFound,
                     std::to_string(*code) + " (" + Hexadecimal(*code) + ") is no code of this system" +
-                        (origin ? std::string("; its range is: ") + origin : "") +
-                        ": try its words, as in 'bench error plate wide'");
+                        (origin ? std::string(" (its range: ") + origin + ")" : "") +
+                        ": search for its words, as in 'bench error plate wide'");
     }
     found.push_back(FromRow(*row));
     return std::nullopt;

@@ -102,10 +102,11 @@ Outcome Stop(ImagerSession& session, JobDisplay& display) {
     return failure;
 }
 
-void PrintSummary(const ImageOptions& options, const Job& job, double seconds) {
+/// `seconds` passed here, `engineSeconds` on the engine.
+void PrintSummary(const ImageOptions& options, const Job& job, double seconds, double engineSeconds) {
     const int plates = CountPlates(job);
     const int lines = CountLines(job);
-    const double perHour = plates * 3600 / (seconds * options.speed);
+    const double perHour = engineSeconds > 0 ? plates * 3600 / engineSeconds : 0;
     if (options.json) {
         JsonArray separations;
         for (const Separation& separation : job.separations) {
@@ -120,6 +121,7 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds) {
                                      .Value("separations", separations.Json())
                                      .Real("seconds", seconds)
                                      .Real("speed", options.speed)
+                                     .Real("engineSeconds", engineSeconds)
                                      .Real("platesPerHour", perHour)
                                      .Json();
         std::printf("%s\n", json.c_str());
@@ -137,9 +139,9 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds) {
     std::printf("  plates       %d of %s\n", plates, FormatSize(job.plate).c_str());
     std::printf("  time         %.1f s", seconds);
     if (options.speed != 1) {
-        std::printf(" at %g times the engine's pace", options.speed);
+        std::printf(" (simulated at %g times a real engine's pace, which needs %.1f s)", options.speed, engineSeconds);
     }
-    std::printf("\n  pace         %.0f plates an hour on a real engine\n", perHour);
+    std::printf("\n  pace         %.0f plates an hour\n", perHour);
 }
 
 } // namespace
@@ -168,7 +170,7 @@ Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt) {
         failure->text += ", at '" + display.Step() + "'";
         return failure;
     }
-    PrintSummary(options, job, seconds);
+    PrintSummary(options, job, seconds, session.EngineSeconds());
     return std::nullopt;
 }
 

@@ -76,7 +76,11 @@ Outcome ImagerSession::StartProcess() {
 
 Outcome ImagerSession::Command(const Message& command, const ImagerClient::ProgressHandler& onProgress) {
     Message reply;
-    return NamingProcess(m_client.Command(command, reply, onProgress));
+    Outcome failure = m_client.Command(command, reply, onProgress);
+    if (!failure) {
+        m_nEngineHundredths += ParseHundredths(FindParameter(reply.text, "seconds")).value_or(0);
+    }
+    return NamingProcess(std::move(failure));
 }
 
 Outcome ImagerSession::End() {

@@ -16,8 +16,12 @@ public:
 
     /// Opens the channel, starts the program and waits until it is ready. `hInterrupt` ends this and every wait.
     Outcome Start(HANDLE hInterrupt);
-    /// As ImagerClient::Command; a failure names the process.
-    Outcome Command(const Message& command, const ImagerClient::ProgressHandler& onProgress = {});
+    /// As ImagerClient::Command; a failure names the process. Counts the seconds that the engine needed.
+    Outcome Command(const Message& command, const ImagerClient::ProgressHandler& onProgress);
+    /// Seconds that all commands together took on the engine, at a real engine's pace.
+    double EngineSeconds() const {
+        return m_nEngineHundredths / 100.0;
+    }
     /// Stops the imager, waits for its end and closes the channel; an imager that does not end is killed, which is a
     /// failure. Does nothing the second time.
     Outcome End();
@@ -35,6 +39,7 @@ private:
     ImagerClient m_client;
     UniqueHandle m_hProcess;
     DWORD m_nProcessId = 0;
+    Hundredths m_nEngineHundredths = 0;
 };
 
 } // namespace gaizior

@@ -11,23 +11,22 @@ namespace gaizior {
 namespace {
 
 constexpr const char* kExitCodes = R"(
-Exit codes: 0 done, 1 failed or interrupted, 2 wrong command line or job file,
-            3 not found, 4 time-out
-Anywhere:   --verbose adds every step, the channel's lines and the error stack.
-            Colour is for terminals only, and not where NO_COLOR is set.)";
+Exit codes: 0 done, 1 failed or interrupted, 2 wrong command line or job
+            file, 3 not found, 4 time-out
+Anywhere:   --verbose tells every step, the channel's lines and the
+            error stack. Colour is for terminals only, and not where
+            NO_COLOR is set.)";
 
-constexpr const char* kBenchExamples = R"(
-Examples:
+constexpr const char* kBenchExamples = R"(Examples:
   bench image samples/newspaper.job --speed 10
   bench error 0x822F
   bench channel status
 'bench COMMAND --help' tells more about each.
 )";
 
-constexpr const char* kImageExamples = R"(
-Starts the imager that lies beside bench, loads a plate, exposes every separation of
-the job, unloads and stops the imager. A real engine needs some 37 s for a newspaper
-plate; --speed lets the simulated one run faster.
+constexpr const char* kImageExamples = R"(Starts the imager, loads a plate, exposes every separation of the job,
+unloads and stops the imager. A real engine needs some 37 s for each
+newspaper plate; --speed lets the simulated one run faster.
 
 Examples:
   bench image samples/newspaper.job
@@ -35,65 +34,69 @@ Examples:
   bench image page.job --imager build/linux/bin/imager --id 200
 )";
 
-constexpr const char* kErrorExamples = R"(
-Examples:
-  bench error 57                  a code of the system, decimal
-  bench error 0x822F              the same, hexadecimal
-  bench error e_Phs_NoPlate       its enumerator
-  bench error 0x20000005          a folded operating-system error (0x6000000n: errno n)
-  bench error plate wide          every code whose text or enumerator has these words
+constexpr const char* kErrorExamples = R"(Examples:
+  bench error 57              a code, decimal
+  bench error 0x822F          the same, hexadecimal
+  bench error e_Phs_NoPlate   its enumerator
+  bench error 0x20000005      a folded operating-system error
+  bench error 0x60000002      a folded errno
+  bench error plate wide      every code with these words in its text
 )";
 
-constexpr const char* kChannelExamples = R"(
-Examples:
-  bench channel status            who has messages waiting
-  bench channel watch             every message as it comes and goes
+constexpr const char* kChannelExamples = R"(Examples:
+  bench channel status        who has messages waiting
+  bench channel watch         every message as it comes and goes
   bench channel send --to 101 --wait 5 "1;1;110;0;;"
-                                  ask the imager 101 for its state
+                              ask the imager 101 for its state
 )";
 
-constexpr const char* kStatusExamples = R"(
-Looks at the channel without taking part in it: nothing is taken and nothing purged.
-A damaged channel ends with exit code 1.
+constexpr const char* kStatusExamples = R"(Looks at the channel without taking part: nothing is taken, nothing
+purged. A damaged channel ends with exit code 1.
 
 Examples:
   bench channel status
   bench channel status --json
 )";
 
-constexpr const char* kSendExamples = R"(
-The text goes out as it is, at most 255 characters. Programs of this system read it as
-"type;code;sender's ID;value;string;qualifier".
+constexpr const char* kSendExamples = R"(The text goes out as it is, at most 255 characters. Our programs read
+it as "type;code;sender's ID;value;string;qualifier".
 
 Examples:
-  bench channel send --to 101 "1;5;110;0;;"            stop the imager 101
-  bench channel send --to 101 --wait 5 "1;1;110;0;;"   ask for its state, print the answer
+  bench channel send --to 101 "1;5;110;0;;"
+                              stop the imager 101
+  bench channel send --to 101 --wait 5 "1;1;110;0;;"
+                              ask for its state, print the answer
 )";
 
-constexpr const char* kReceiveExamples = R"(
-Messages that wait for the ID when it is opened are thrown away: that is how the channel
-works. Start receiving before the other side sends.
+constexpr const char* kReceiveExamples = R"(Messages that wait for the ID when it is opened are thrown away: that is
+how the channel works. Start receiving before the other side sends.
 
 Examples:
   bench channel receive --id 110
   bench channel receive --id 110 --count 5 --timeout 60 --json
 )";
 
-constexpr const char* kWatchExamples = R"(
-Looks 50 times a second without taking part. Of several messages that pass through one
-slot in between only the last is seen. Ends on Ctrl-C.
+constexpr const char* kWatchExamples = R"(Looks 50 times a second without taking part. Of several messages that
+pass through one slot in between only the last is seen. Ends on Ctrl-C.
 
 Examples:
   bench channel watch
   bench channel watch --seconds 30 --json
 )";
 
+/// A range whose name is fit for the help.
+template <typename Number>
+CLI::Range Within(Number least, Number most) {
+    const std::string name = CLI::detail::to_string(least) + ".." + CLI::detail::to_string(most);
+    return CLI::Range(least, most, name);
+}
+
 void AddId(CLI::App& app, std::uint16_t& id, const char* help, int most = 65535) {
-    app.add_option("--id", id, help)->check(CLI::Range(1, most))->type_name("ID")->capture_default_str();
+    app.add_option("--id", id, help)->check(Within(1, most))->type_name("ID")->capture_default_str();
 }
 
 void AddSeconds(CLI::App& app, const char* name, double& seconds, const char* help) {
-    app.add_option(name, seconds, help)->check(CLI::Range(0.0, 86400.0))->type_name("SECONDS")->capture_default_str();
+    app.add_option(name, seconds, help)->check(Within(0.0, 86400.0))->type_name("SECONDS")->capture_default_str();
 }
 
 void AddJson(CLI::App& app, bool& json) {
@@ -138,16 +141,16 @@ CommandLine::CommandLine() {
 
 void CommandLine::AddImage() {
     CLI::App& command = Add(app, "image", "Expose a job: starts the imager, runs the job, stops it", kImageExamples);
-    command.add_option("JOBFILE", image.jobFile, "The job to run")->required();
+    command.add_option("JOBFILE", image.jobFile, "The job to run")->required()->type_name("");
     command.add_option("--imager", image.imager, "The imager's program (default: the one beside bench)")
         ->type_name("PATH");
     AddId(command, image.id, "bench's communications ID; the imager gets the next one", 65534);
     command.add_option("--speed", image.speed, "Run the simulated engine N times as fast as a real one")
-        ->check(CLI::Range(0.01, 100000.0))
+        ->check(Within(0.01, 100000.0))
         ->type_name("N")
         ->capture_default_str();
     command.add_option("--timeout", image.timeout, "Give up after so many seconds without a word from the imager")
-        ->check(CLI::Range(0.1, 86400.0))
+        ->check(Within(0.1, 86400.0))
         ->type_name("SECONDS")
         ->capture_default_str();
     AddJson(command, image.json);
@@ -159,7 +162,9 @@ void CommandLine::AddImage() {
 
 void CommandLine::AddError() {
     CLI::App& command = Add(app, "error", "Explain an error code, or find one by its words", kErrorExamples);
-    command.add_option("CODE|NAME|WORDS", error.words, "A code, an enumerator, or words of the text")->required();
+    command.add_option("CODE|NAME|WORDS", error.words, "A code, an enumerator, or words of the text")
+        ->required()
+        ->type_name("");
     AddJson(command, error.json);
     command.callback([this] { run = [this](const Interrupt&) { return ErrorCommand(error); }; });
 }
@@ -173,10 +178,10 @@ void CommandLine::AddChannel() {
     statusCommand.callback([this] { run = [this](const Interrupt&) { return StatusCommand(status); }; });
 
     CLI::App& sendCommand = Add(channel, "send", "Send a text to an ID", kSendExamples);
-    sendCommand.add_option("TEXT", send.text, "The message")->required();
+    sendCommand.add_option("TEXT", send.text, "The message")->required()->type_name("");
     sendCommand.add_option("--to", send.to, "The receiver's communications ID")
         ->required()
-        ->check(CLI::Range(1, 65535))
+        ->check(Within(1, 65535))
         ->type_name("ID");
     AddId(sendCommand, send.id, "The own communications ID");
     AddSeconds(sendCommand, "--wait", send.wait, "Wait so long for an answer and print it; 0: do not");
@@ -186,7 +191,7 @@ void CommandLine::AddChannel() {
     CLI::App& receiveCommand = Add(channel, "receive", "Receive under an ID and print what comes", kReceiveExamples);
     AddId(receiveCommand, receive.id, "The communications ID to receive for");
     receiveCommand.add_option("--count", receive.count, "End after so many messages")
-        ->check(CLI::Range(1, 1000000))
+        ->check(Within(1, 1000000))
         ->type_name("N")
         ->capture_default_str();
     AddSeconds(receiveCommand, "--timeout", receive.timeout, "Wait so long for each message");
@@ -207,47 +212,46 @@ std::vector<std::string> SubcommandsOf(const CLI::App& app) {
     return names;
 }
 
-/// Finds the word that the parser stumbled over: no command of its level, or no option of any level above it.
-std::string ExplainUnknownWord(const CLI::App& top, int argc, char** argv) {
+/// How far the parser came, and why it went no further.
+struct Stumble {
+    std::string path; ///< "bench channel send"
+    std::string text; ///< empty when every word is known
+};
+
+/// Finds the word that the parser stumbled over: no command of its level, or no option of its level or any above.
+Stumble FindUnknownWord(const CLI::App& top, int argc, char** argv) {
     const CLI::App* level = &top;
+    Stumble stumble{top.get_name(), {}};
     std::vector<std::string> options = {"--help", "--verbose"};
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 1; i < argc && stumble.text.empty(); ++i) {
         const std::string word = argv[i];
+        const std::vector<std::string> commands = SubcommandsOf(*level);
         if (word.starts_with("-")) {
             const std::string name = word.substr(0, word.find('='));
             if (name != "-h" && std::ranges::find(options, name) == options.end()) {
-                return "'" + level->get_name() + "' has no option '" + name + "'" + Suggestion(name, options);
+                stumble.text = "there is no option '" + name + "'" + Suggestion(name, options);
             }
-            continue;
-        }
-        const std::vector<std::string> commands = SubcommandsOf(*level);
-        if (commands.empty()) {
-            continue;
-        }
-        if (std::ranges::find(commands, word) == commands.end()) {
-            return "'" + level->get_name() + "' has no command '" + word + "'" + Suggestion(word, commands);
-        }
-        level = level->get_subcommand(word);
-        for (const CLI::Option* option : level->get_options()) {
-            options.push_back(option->get_name());
+        } else if (!commands.empty() && std::ranges::find(commands, word) == commands.end()) {
+            stumble.text = "there is no command '" + word + "'" + Suggestion(word, commands);
+        } else if (!commands.empty()) {
+            level = level->get_subcommand(word);
+            stumble.path += " " + word;
+            for (const CLI::Option* option : level->get_options()) {
+                options.push_back(option->get_name());
+            }
         }
     }
-    return {};
+    return stumble;
 }
 
-/// What the command line lacks, in one line.
-std::string ExplainUsage(const CommandLine& line, const CLI::ParseError& error, int argc, char** argv) {
-    std::string text = ExplainUnknownWord(line.app, argc, argv);
-    if (text.empty()) {
-        text = error.what();
-        std::ranges::replace(text, '\n', ' ');
+/// What is wrong with the command line, in one line.
+std::string ExplainUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+    Stumble stumble = FindUnknownWord(app, argc, argv);
+    if (stumble.text.empty()) {
+        stumble.text = error.what();
+        std::ranges::replace(stumble.text, '\n', ' ');
     }
-    std::string help = "bench";
-    for (const CLI::App* level = &line.app; !level->get_subcommands().empty();) {
-        level = level->get_subcommands().front();
-        help += " " + level->get_name();
-    }
-    return text + ": see '" + help + " --help'";
+    return stumble.text + ": see '" + stumble.path + " --help'";
 }
 
 int PrintFailure(const std::string& text, Exit exit) {
@@ -264,7 +268,7 @@ int Run(int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             return line.app.exit(error);
         }
-        return PrintFailure(ExplainUsage(line, error, argc, argv), Exit::kUsage);
+        return PrintFailure(ExplainUsage(line.app, error, argc, argv), Exit::kUsage);
     }
     SetUpDiagnostics("bench", line.verbose);
     const Interrupt interrupt;

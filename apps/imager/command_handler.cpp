@@ -78,7 +78,16 @@ std::vector<Outgoing> CommandHandler::Halt() {
 
 std::vector<Outgoing> CommandHandler::EndOperation(ZRErrors::ZRErrorT code) {
     const std::optional<Asked> asked = std::exchange(m_asked, std::nullopt);
-    return asked ? std::vector<Outgoing>{MakeReply(asked->sender, asked->code, code)} : std::vector<Outgoing>();
+    if (!asked) {
+        return {};
+    }
+    Outgoing reply = MakeReply(asked->sender, asked->code, code);
+    if (code == ZRErrors::e_General_NoError) {
+        constexpr double kHundredthsPerSecond = 100;
+        const int hundredths = static_cast<int>(m_engine.Duration() * kHundredthsPerSecond);
+        reply.message.text += " seconds=" + FormatHundredths(hundredths);
+    }
+    return {std::move(reply)};
 }
 
 Outgoing CommandHandler::MakeReply(std::uint16_t destination, std::int32_t command, ZRErrors::ZRErrorT code) const {
@@ -95,7 +104,7 @@ Outgoing CommandHandler::MakeRefusal(std::uint16_t destination, std::int32_t com
 std::string CommandHandler::Describe() const {
     std::string text = std::string("state=") + StateName(m_engine.GetState());
     if (const Size& plate = m_engine.Plate(); plate.width > 0) {
-        text += " width=" + FormatMillimetres(plate.width) + " length=" + FormatMillimetres(plate.length);
+        text += " width=" + FormatHundredths(plate.width) + " length=" + FormatHundredths(plate.length);
     }
     return text;
 }

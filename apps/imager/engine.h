@@ -50,6 +50,10 @@ public:
         return m_plate;
     }
     Progress GetProgress() const;
+    /// Seconds that the running operation takes, or the last one took.
+    double Duration() const {
+        return m_fDuration;
+    }
 
 private:
     /// One piece of an operation: a plate that is moved or exposed.

@@ -25,7 +25,7 @@ std::optional<int> ParseNumber(std::string_view text) {
     return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
 }
 
-std::optional<Hundredths> ParseMillimetres(std::string_view text) {
+std::optional<Hundredths> ParseHundredths(std::string_view text) {
     const std::size_t point = text.find('.');
     const std::string_view whole = text.substr(0, point);
     std::string decimals(point == std::string_view::npos ? "0" : text.substr(point + 1));
@@ -38,7 +38,7 @@ std::optional<Hundredths> ParseMillimetres(std::string_view text) {
     return *ParseNumber(whole) * 100 + *ParseNumber(decimals);
 }
 
-std::string FormatMillimetres(Hundredths length) {
+std::string FormatHundredths(Hundredths length) {
     std::string text = std::to_string(length / 100);
     if (const int rest = length % 100; rest != 0) {
         text += '.';
@@ -51,7 +51,7 @@ std::string FormatMillimetres(Hundredths length) {
 }
 
 std::string FormatSize(const Size& size) {
-    return FormatMillimetres(size.width) + " x " + FormatMillimetres(size.length) + " mm";
+    return FormatHundredths(size.width) + " x " + FormatHundredths(size.length) + " mm";
 }
 
 bool IsSeparationName(std::string_view name) {

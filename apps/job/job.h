@@ -9,7 +9,7 @@
 
 namespace gaizior {
 
-/// Lengths are whole hundredths of a millimetre, which both a message and a job file carry without loss.
+/// Lengths are whole hundredths of a millimetre: both a message and a job file carry them without loss.
 using Hundredths = int;
 
 struct Size {
@@ -52,9 +52,9 @@ inline constexpr std::size_t kMaxSeparations = 8;
 inline constexpr std::size_t kMaxSeparationName = 16;
 inline constexpr std::size_t kMaxJobName = 40;
 
-/// "325.5": at most two decimals, no exponent, no sign. Nothing for any other text.
-std::optional<Hundredths> ParseMillimetres(std::string_view text);
-std::string FormatMillimetres(Hundredths length);
+/// "325.5" is 32550: at most two decimals, no exponent, no sign. Nothing for any other text.
+std::optional<Hundredths> ParseHundredths(std::string_view text);
+std::string FormatHundredths(Hundredths length);
 /// "345 x 580 mm".
 std::string FormatSize(const Size& size);
 /// A whole number without anything around it.

@@ -208,13 +208,13 @@ void JobReader::CheckWhole() {
 }
 
 Hundredths JobReader::Millimetres(std::string_view value, Range range) const {
-    const std::optional<Hundredths> length = ParseMillimetres(WithoutUnit(value, "mm"));
+    const std::optional<Hundredths> length = ParseHundredths(WithoutUnit(value, "mm"));
     if (!length) {
         Complain("expected a length such as '345.5 mm', found " + Quoted(value));
     }
     if (!range.Holds(*length)) {
-        Complain(Quoted(value) + " is not between " + FormatMillimetres(range.least) + " and " +
-                 FormatMillimetres(range.most) + " mm");
+        Complain(Quoted(value) + " is not between " + FormatHundredths(range.least) + " and " +
+                 FormatHundredths(range.most) + " mm");
     }
     return *length;
 }

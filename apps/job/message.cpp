@@ -33,12 +33,12 @@ bool IsWhole(std::string_view packet) {
 }
 
 std::string SizeParameters(const Size& size) {
-    return "width=" + FormatMillimetres(size.width) + " length=" + FormatMillimetres(size.length);
+    return "width=" + FormatHundredths(size.width) + " length=" + FormatHundredths(size.length);
 }
 
 std::optional<Size> ReadSize(std::string_view text) {
-    const auto width = ParseMillimetres(FindParameter(text, "width"));
-    const auto length = ParseMillimetres(FindParameter(text, "length"));
+    const auto width = ParseHundredths(FindParameter(text, "width"));
+    const auto length = ParseHundredths(FindParameter(text, "length"));
     return width && length ? std::optional(Size{*width, *length}) : std::nullopt;
 }
 

@@ -50,6 +50,7 @@ TEST_F(CommandHandlerTest, AJobGoesThroughItsStates) {
     EXPECT_EQ(CodeOf(exposed), ZRErrors::e_General_NoError);
     EXPECT_EQ(exposed.at(0).destination, kOther) << "whoever asked is answered";
     EXPECT_EQ(exposed.at(0).message.code, kExpose);
+    EXPECT_EQ(FindParameter(exposed.at(0).message.text, "seconds"), "104.83") << "27,250 lines at 900 a second";
     EXPECT_EQ(State(), "exposed");
     EXPECT_TRUE(Tell(MakeUnloadCommand()).empty());
     EXPECT_EQ(State(), "unloading");
@@ -61,7 +62,7 @@ TEST_F(CommandHandlerTest, AJobGoesThroughItsStates) {
 TEST_F(CommandHandlerTest, TheEngineTakesItsTimeAndTellsWhereItIs) {
     Load();
     Tell(MakeExposeCommand(kJob));
-    // 27,250 lines at 900 a second, and 7 s to change the plate: three plates in 104.8 s.
+    // Three times 30.28 s, and 7 s for each change of the plate.
     EXPECT_EQ(m_handler.Progress()->message.value, 0);
     EXPECT_TRUE(m_handler.Advance(30).empty());
     EXPECT_EQ(FindParameter(m_handler.Progress()->message.text, "separation"), "Cyan");

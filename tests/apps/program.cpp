@@ -97,11 +97,11 @@ void Program::Kill() {
     ::WaitForSingleObject(m_hProcess, 10000);
 }
 
-void Program::Interrupt() {
+bool Program::Interrupt() {
 #ifdef _WIN32
-    ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, m_nProcessId);
+    return ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, m_nProcessId) != FALSE;
 #else
-    ::kill(static_cast<pid_t>(m_nProcessId), SIGINT);
+    return ::kill(static_cast<pid_t>(m_nProcessId), SIGINT) == 0;
 #endif
 }
 

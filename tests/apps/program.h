@@ -22,8 +22,8 @@ public:
     /// The exit code; nothing when it has not ended within `milliseconds`.
     std::optional<int> Wait(DWORD milliseconds = 30000);
     void Kill();
-    /// What Ctrl-C does in a terminal.
-    void Interrupt();
+    /// What Ctrl-C does in a terminal. @returns false where there is no terminal through which to do it.
+    bool Interrupt();
     std::string Output() const;
     std::string Errors() const;
     /// Waits until standard error holds `text`. @returns what follows it, up to the end of its line; "" in vain.
