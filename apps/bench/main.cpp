@@ -272,7 +272,11 @@ int Run(int argc, char** argv) {
     }
     SetUpDiagnostics("bench", line.verbose);
     const Interrupt interrupt;
-    const Outcome failure = line.run(interrupt);
+    Outcome failure = line.run(interrupt);
+    if (!failure && (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)) {
+        failure = Fail("Run(): ", kFileNotWritten, Exit::kFailed,
+                       "the result cannot be written to standard output: check the disk or the reader");
+    }
     if (!failure) {
         return static_cast<int>(Exit::kDone);
     }

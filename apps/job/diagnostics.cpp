@@ -51,7 +51,7 @@ void SetUpDiagnostics(const char* program, bool verbose) {
 void PrintErrorStack() {
     const std::unique_ptr<char, decltype(&ZRErrorC::FreeString)> text(ZRErrorC::GetStack()->ToString(false, false),
                                                                       &ZRErrorC::FreeString);
-    std::fputs(text.get(), stderr);
+    std::fputs(text ? text.get() : "(no memory for the error stack)\n", stderr);
 }
 
 } // namespace gaizior

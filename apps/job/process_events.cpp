@@ -30,8 +30,8 @@ Interrupt::Interrupt() {
 
 /// The handler's thread may still wait for g_hEnded, so both events stay until the process ends.
 Interrupt::~Interrupt() {
+    ::SetEvent(g_hEnded); // first: the system may let nobody remove a handler while it runs
     ::SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-    ::SetEvent(g_hEnded);
 }
 
 HANDLE Interrupt::Event() const {

@@ -1,3 +1,4 @@
+#include "apps/job/diagnostics.h"
 #include "apps/job/job_file.h"
 
 #include <filesystem>
@@ -42,7 +43,14 @@ Outcome Read(const std::string& text, Job& job) {
     return ReadJob(stream, "page.job", job);
 }
 
-TEST(JobFile, AGoodFileIsReadToTheLastHundredth) {
+class JobFile : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        SetUpDiagnostics("apps_test", false); // failures are expected here: no lines about them
+    }
+};
+
+TEST_F(JobFile, AGoodFileIsReadToTheLastHundredth) {
     Job job;
     ASSERT_FALSE(Read(kGoodFile, job));
     const Job expected{"Front page", {345'00, 580'50}, {325'25, 545'00}, 1270, {{"Cyan", 1}, {"Black", 2}}};
@@ -58,7 +66,7 @@ struct DamagedFile {
     std::string complaint;
 };
 
-TEST(JobFile, EachFaultIsToldWithItsLine) {
+TEST_F(JobFile, EachFaultIsToldWithItsLine) {
     const std::vector<DamagedFile> cases = {
         {2, "[jab]", 2, "did you mean 'job'?"},
         {2, "[job", 2, "']'"},
@@ -102,7 +110,7 @@ TEST(JobFile, EachFaultIsToldWithItsLine) {
     }
 }
 
-TEST(JobFile, TooMuchOfEverythingIsRefused) {
+TEST_F(JobFile, TooMuchOfEverythingIsRefused) {
     std::string separations = WithLine(0, "");
     for (int i = 0; i < 7; ++i) {
         separations += "[separation]\nname = Spot" + std::to_string(i) + "\n";
@@ -116,7 +124,7 @@ TEST(JobFile, TooMuchOfEverythingIsRefused) {
     }
 }
 
-TEST(JobFile, TheSamplesAreGood) {
+TEST_F(JobFile, TheSamplesAreGood) {
     int files = 0;
     for (const auto& entry : std::filesystem::directory_iterator(GAIZIOR_SAMPLES)) {
         if (entry.path().extension() != ".job") {
@@ -130,7 +138,7 @@ TEST(JobFile, TheSamplesAreGood) {
     EXPECT_GE(files, 1);
 }
 
-TEST(JobFile, WhatIsNoFileIsToldApartFromOneThatIsMissing) {
+TEST_F(JobFile, WhatIsNoFileIsToldApartFromOneThatIsMissing) {
     Job job;
     EXPECT_EQ(ReadJobFile(std::string(GAIZIOR_SAMPLES) + "/nowhere.job", job)->exit, Exit::kNotFound);
     EXPECT_EQ(ReadJobFile(GAIZIOR_SAMPLES, job)->exit, Exit::kFailed);
