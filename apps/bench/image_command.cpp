@@ -167,7 +167,8 @@ Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt) {
     }
     display.Clear();
     if (failure) {
-        failure->text += ", at '" + display.Step() + "'";
+        failure->text += failure->code == kUserAborted ? " at '" + display.Step() + "': the imager was stopped"
+                                                       : ", at '" + display.Step() + "'";
         return failure;
     }
     PrintSummary(options, job, seconds, session.EngineSeconds());

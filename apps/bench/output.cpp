@@ -122,9 +122,12 @@ std::string ProgressLine(std::string_view label, int permille, std::string_view 
     const std::string end = percent + (time.empty() ? "" : "  " + std::string(time));
     constexpr std::size_t kFrame = 4; // blank and brackets, blank
     const std::size_t needed = label.size() + kFrame + end.size();
+    if (needed + kLeastBar > columns && !time.empty()) {
+        return ProgressLine(label, permille, {}, columns);
+    }
     if (needed + kLeastBar > columns) {
-        return time.empty() ? Shortened(std::string(label) + " " + percent, columns)
-                            : ProgressLine(label, permille, {}, columns);
+        const std::size_t room = columns - std::min(columns, percent.size() + 1);
+        return Shortened(Shortened(label, room) + " " + percent, columns);
     }
     const std::size_t bar = std::min(columns - needed, kMostBar);
     const std::size_t full = bar * static_cast<std::size_t>(done) / 1000;
@@ -135,8 +138,10 @@ void ProgressBar::Show(std::string_view label, int permille, std::string_view ti
     if (!m_bLive) {
         return;
     }
-    // The last column stays free: some terminals wrap when it is written.
-    const std::string line = ProgressLine(label, permille, time, TerminalColumns(Stream::kError) - 1);
+    // The last column stays free, since some terminals wrap when it is written, and two more for an echoed "^C".
+    constexpr unsigned kFreeColumns = 3;
+    const unsigned columns = std::max(TerminalColumns(Stream::kError), kFreeColumns);
+    const std::string line = ProgressLine(label, permille, time, columns - kFreeColumns);
     std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
     std::fflush(stderr);
     m_bShown = true;

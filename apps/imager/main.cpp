@@ -9,16 +9,17 @@
 namespace gaizior {
 namespace {
 
-constexpr const char* kFooter = R"(
-The imager takes commands over the message channel and answers each. It ends when it
-is told to stop, on Ctrl-C and when its client's process has ended. 'bench image' starts
-one by itself; start one by hand to command it with 'bench channel send'.
+constexpr const char* kFooter = R"(Takes commands over the message channel and answers each. Ends when it
+is told to stop, on Ctrl-C and when its client's process has ended.
+'bench image' starts one by itself; start one by hand to command it with
+'bench channel send'.
 
 Examples:
-  imager                          serve ID 101, greet the client 100
-  imager --id 201 --speed 20      another one, twenty times as fast as a real engine
+  imager                          serve ID 101
+  imager --id 201 --speed 20      twenty times as fast as a real engine
 
-Exit codes: 0 ended in order, 1 failed, 2 wrong options, 4 the channel's lock timed out)";
+Exit codes: 0 ended in order, 1 failed, 2 wrong options, 4 the channel's
+            lock timed out)";
 
 int PrintFailure(const Failure& failure, bool verbose) {
     std::fprintf(stderr, "imager: %s\n", failure.text.c_str());
@@ -60,9 +61,10 @@ int main(int argc, char** argv) {
     app.add_option("--id", options.id, "Communications ID to receive under (default 101)")
         ->check(CLI::Range(2, 65535))
         ->type_name("ID");
-    CLI::Option* client = app.add_option("--client-id", options.clientId, "Whom to greet (default: the ID minus 1)")
-                              ->check(CLI::Range(1, 65535))
-                              ->type_name("ID");
+    CLI::Option* client =
+        app.add_option("--client-id", options.clientId, "Greet this client when ready (without: nobody)")
+            ->check(CLI::Range(1, 65535))
+            ->type_name("ID");
     app.add_option("--client-process", clientProcess, "End when this process has ended")->type_name("PID");
     app.add_option("--speed", options.speed, "Run N times as fast as a real engine (default 1)")
         ->check(CLI::Range(0.01, 100000.0))
@@ -77,7 +79,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "imager: %s: see 'imager --help'\n", error.what());
         return static_cast<int>(gaizior::Exit::kUsage);
     }
-    if (client->count() == 0) {
+    options.greet = client->count() > 0;
+    if (!options.greet) {
         options.clientId = static_cast<std::uint16_t>(options.id - 1);
     }
     return gaizior::Run(options, clientProcess, verbose);

@@ -36,7 +36,9 @@ Outcome Server::Run() {
     if (!hThread) {
         return Fail(kFunction, LastSystemError(), Exit::kFailed, "the receiving thread cannot be started");
     }
-    Queue({m_handler.Greeting()});
+    if (m_options.greet) {
+        Queue({m_handler.Greeting()});
+    }
     Serve();
     ::SetEvent(m_hEnd.Get());
     ::WaitForSingleObject(hThread.Get(), INFINITE);

@@ -13,6 +13,7 @@ namespace gaizior {
 struct ServerOptions {
     std::uint16_t id = kBenchId + 1;
     std::uint16_t clientId = kBenchId;
+    bool greet = false;              ///< tell the client when the imager is ready
     double speed = 1;                ///< how many seconds of the engine pass in one
     HANDLE hClientProcess = nullptr; ///< the imager ends with it; null: nobody's. Borrowed
     HANDLE hInterrupt = nullptr;     ///< set to end the imager. Borrowed

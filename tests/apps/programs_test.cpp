@@ -171,7 +171,7 @@ TEST_F(ProgramsTest, AFullChannelIsCalledFull) {
 
 TEST_F(ProgramsTest, AnImagerAnswersDamagedCommandsAndEndsWhenTold) {
     ASSERT_EQ(ZcOpenComms(40), ZRErrors::e_General_NoError);
-    Program imager("imager", {"--id", "41"});
+    Program imager("imager", {"--id", "41", "--client-id", "40"});
     EXPECT_EQ(Receive(), "2;1;41;0;state=empty;") << "it greets its client";
     const std::vector<std::pair<const char*, std::string>> talk = {
         {"rubbish", "2;0;41;" + std::to_string(kInvalidData) + ";state=empty;this is no whole message"},
@@ -188,7 +188,7 @@ TEST_F(ProgramsTest, AnImagerAnswersDamagedCommandsAndEndsWhenTold) {
 
 TEST_F(ProgramsTest, ASilentClientIsNotBuriedInProgress) {
     ASSERT_EQ(ZcOpenComms(40), ZRErrors::e_General_NoError);
-    Program imager("imager", {"--id", "41", "--speed", "0.5"});
+    Program imager("imager", {"--id", "41", "--client-id", "40", "--speed", "0.5"});
     EXPECT_NE(Receive(), "");
     ASSERT_EQ(ZcSendMessage("1;2;40;0;width=345 length=580;", 1000, 41), ZRErrors::e_General_NoError);
     ::Sleep(5000);
