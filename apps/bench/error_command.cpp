@@ -1,7 +1,7 @@
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
 #include "apps/job/suggest.h"
-#include "gaizior/errors/error_text.h"
+#include "gaizior/errors/error_table.h"
 
 #include <algorithm>
 #include <array>
