@@ -1,0 +1,61 @@
+#pragma once
+
+#include "apps/job/failure.h"
+#include "apps/job/message.h"
+#include "apps/job/process_events.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace gaizior {
+
+// What each of bench's commands is told by the command line, and the function that carries it out. Results go to
+// standard output; a failure is returned, and main says it.
+
+struct ImageOptions {
+    std::string jobFile;
+    std::string imager; ///< path of the program; empty: the one beside bench
+    std::uint16_t id = kBenchId;
+    double speed = 1;
+    double timeout = 10; ///< seconds of silence from the imager
+    bool json = false;
+    bool verbose = false;
+};
+Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt);
+
+struct ErrorOptions {
+    std::vector<std::string> words;
+    bool json = false;
+};
+Outcome ErrorCommand(const ErrorOptions& options);
+
+struct StatusOptions {
+    bool json = false;
+};
+Outcome StatusCommand(const StatusOptions& options);
+
+struct SendOptions {
+    std::string text;
+    std::uint16_t to = 0;
+    std::uint16_t id = kServiceId;
+    double wait = 0; ///< seconds for an answer; 0: none is awaited
+    bool json = false;
+};
+Outcome SendCommand(const SendOptions& options, const Interrupt& interrupt);
+
+struct ReceiveOptions {
+    std::uint16_t id = kServiceId;
+    double timeout = 10; ///< seconds for each message
+    int count = 1;
+    bool json = false;
+};
+Outcome ReceiveCommand(const ReceiveOptions& options, const Interrupt& interrupt);
+
+struct WatchOptions {
+    double seconds = 0; ///< 0: until Ctrl-C
+    bool json = false;
+};
+Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt);
+
+} // namespace gaizior

@@ -1,0 +1,109 @@
+#include "apps/bench/imager_session.h"
+
+#include "gaizior/comms/channel_block.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+
+namespace gaizior {
+namespace {
+
+constexpr DWORD kTimeToEnd = 5000;
+
+/// The program of that name in bench's own folder, with the ending that programs have on this system.
+std::string BesideBench(const char* name) {
+    std::array<char, 4096> path{};
+    ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size() - 1));
+    std::filesystem::path own(path.data());
+    return own.replace_filename(name + own.extension().string()).string();
+}
+
+} // namespace
+
+ImagerSession::ImagerSession(const ImageOptions& options)
+    : m_options(options), m_path(options.imager.empty() ? BesideBench("imager") : options.imager),
+      m_client(static_cast<std::uint16_t>(options.id + 1), static_cast<DWORD>(options.timeout * 1000)) {}
+
+ImagerSession::~ImagerSession() {
+    if (const Outcome failure = End()) {
+        std::fprintf(stderr, "bench: %s\n", failure->text.c_str());
+    }
+}
+
+Outcome ImagerSession::Start(HANDLE hInterrupt) {
+    constexpr const char* kFunction = "ImagerSession::Start(): ";
+    if (!std::filesystem::is_regular_file(m_path)) {
+        return Fail(kFunction, kNameNotFound, Exit::kNotFound,
+                    m_path + ": there is no imager: build it or name it with --imager PATH");
+    }
+    if (Outcome failure = m_client.Open(m_options.id)) {
+        return failure;
+    }
+    if (CountWaiting(m_options.id).forAnybody >= kZcSlotCount) {
+        return SendFailure(kFunction, ZRErrors::e_Command_TimedOut, m_options.id);
+    }
+    if (Outcome failure = StartProcess()) {
+        return failure;
+    }
+    m_client.Watch({m_hProcess.Get(), hInterrupt});
+    return NamingProcess(m_client.WaitUntilReady());
+}
+
+Outcome ImagerSession::StartProcess() {
+    std::array<char, 64> speed{};
+    std::snprintf(speed.data(), speed.size(), "%g", m_options.speed);
+    std::string command = "\"" + m_path + "\" --id " + std::to_string(m_options.id + 1) + " --client-id " +
+                          std::to_string(m_options.id) + " --client-process " +
+                          std::to_string(::GetCurrentProcessId()) + " --speed " + speed.data() +
+                          (m_options.verbose ? " --verbose" : "");
+    STARTUPINFOA startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    // In a group of its own, so that Ctrl-C reaches bench alone, which then ends the imager in order.
+    if (!::CreateProcessA(m_path.c_str(), command.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP, nullptr,
+                          nullptr, &startup, &process)) {
+        const ZRErrors::ZRErrorT code = LastSystemError();
+        return Fail("ImagerSession::StartProcess(): ", code, Exit::kFailed,
+                    m_path + ": the imager cannot be started: " + ErrorText(code) +
+                        ": check that it is a program for this system");
+    }
+    ::CloseHandle(process.hThread);
+    m_hProcess = UniqueHandle(process.hProcess);
+    m_nProcessId = process.dwProcessId;
+    return std::nullopt;
+}
+
+Outcome ImagerSession::Command(const Message& command, const ImagerClient::ProgressHandler& onProgress) {
+    Message reply;
+    Outcome failure = m_client.Command(command, reply, onProgress);
+    if (!failure) {
+        m_nEngineHundredths += ParseHundredths(FindParameter(reply.text, "seconds")).value_or(0);
+    }
+    return NamingProcess(std::move(failure));
+}
+
+Outcome ImagerSession::End() {
+    Outcome outcome;
+    if (m_hProcess) {
+        if (!IsSignalled(m_hProcess.Get()) && !m_client.StopAndWait(kTimeToEnd)) {
+            ::TerminateProcess(m_hProcess.Get(), static_cast<UINT>(Exit::kFailed));
+            ::WaitForSingleObject(m_hProcess.Get(), kTimeToEnd);
+            outcome = Fail("ImagerSession::End(): ", ZRErrors::e_Command_TimedOut, Exit::kTimedOut,
+                           m_path + " (process " + std::to_string(m_nProcessId) + ") did not end within " +
+                               std::to_string(kTimeToEnd / 1000) + " s and was killed");
+        }
+        m_hProcess = UniqueHandle();
+    }
+    m_client.Close();
+    return outcome;
+}
+
+Outcome ImagerSession::NamingProcess(Outcome outcome) const {
+    if (outcome && outcome->code != kUserAborted) {
+        outcome->text = m_path + " (process " + std::to_string(m_nProcessId) + "): " + outcome->text;
+    }
+    return outcome;
+}
+
+} // namespace gaizior

@@ -1,0 +1,295 @@
+#include "apps/bench/commands.h"
+#include "apps/bench/output.h"
+#include "apps/job/diagnostics.h"
+#include "apps/job/suggest.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace gaizior {
+namespace {
+
+constexpr const char* kExitCodes = R"(
+Exit codes: 0 done, 1 failed or interrupted, 2 wrong command line or job
+            file, 3 not found, 4 time-out
+Anywhere:   --verbose tells every step, the channel's lines and the
+            error stack. Colour is for terminals only, and not where
+            NO_COLOR is set.)";
+
+constexpr const char* kBenchExamples = R"(Examples:
+  bench image samples/newspaper.job --speed 10
+  bench error 0x822F
+  bench channel status
+'bench COMMAND --help' tells more about each.
+)";
+
+constexpr const char* kImageExamples = R"(Starts the imager, loads a plate, exposes every separation of the job,
+unloads and stops the imager. A real engine needs some 37 s for each
+newspaper plate; --speed lets the simulated one run faster.
+
+Examples:
+  bench image samples/newspaper.job
+  bench image samples/newspaper.job --speed 10
+  bench image page.job --imager build/linux/bin/imager --id 200
+)";
+
+constexpr const char* kErrorExamples = R"(Examples:
+  bench error 57              a code, decimal
+  bench error 0x822F          the same, hexadecimal
+  bench error e_Phs_NoPlate   its enumerator
+  bench error 0x20000005      a folded operating-system error
+  bench error 0x60000002      a folded errno
+  bench error plate wide      every code with these words in its text
+)";
+
+constexpr const char* kChannelExamples = R"(Examples:
+  bench channel status        who has messages waiting
+  bench channel watch         every message as it comes and goes
+  bench channel send --to 101 --wait 5 "1;1;110;0;;"
+                              ask the imager 101 for its state
+)";
+
+constexpr const char* kStatusExamples = R"(Looks at the channel without taking part: nothing is taken, nothing
+purged. A damaged channel ends with exit code 1.
+
+Examples:
+  bench channel status
+  bench channel status --json
+)";
+
+constexpr const char* kSendExamples = R"(The text goes out as it is, at most 255 characters. Our programs read
+it as "type;code;sender's ID;value;string;qualifier".
+
+Examples:
+  bench channel send --to 101 "1;5;110;0;;"
+                              stop the imager 101
+  bench channel send --to 101 --wait 5 "1;1;110;0;;"
+                              ask for its state, print the answer
+)";
+
+constexpr const char* kReceiveExamples = R"(Messages that wait for the ID when it is opened are thrown away: that is
+how the channel works. Start receiving before the other side sends.
+
+Examples:
+  bench channel receive --id 110
+  bench channel receive --id 110 --count 5 --timeout 60 --json
+)";
+
+constexpr const char* kWatchExamples = R"(Looks 50 times a second without taking part. Of several messages that
+pass through one slot in between only the last is seen. Ends on Ctrl-C.
+
+Examples:
+  bench channel watch
+  bench channel watch --seconds 30 --json
+)";
+
+/// A range whose name is fit for the help.
+template <typename Number>
+CLI::Range Within(Number least, Number most) {
+    const std::string name = CLI::detail::to_string(least) + ".." + CLI::detail::to_string(most);
+    return CLI::Range(least, most, name);
+}
+
+void AddId(CLI::App& app, std::uint16_t& id, const char* help, int most = 65535) {
+    app.add_option("--id", id, help)->check(Within(1, most))->type_name("ID")->capture_default_str();
+}
+
+void AddSeconds(CLI::App& app, const char* name, double& seconds, const char* help) {
+    app.add_option(name, seconds, help)->check(Within(0.0, 86400.0))->type_name("SECONDS")->capture_default_str();
+}
+
+void AddJson(CLI::App& app, bool& json) {
+    app.add_flag("--json", json, "Write JSON for programs");
+}
+
+/// bench's command line: where its words are stored, and what is to be done.
+struct CommandLine {
+    CLI::App app{"Service tool for a platesetter's control system", "bench"};
+    bool verbose = false;
+    ImageOptions image;
+    ErrorOptions error;
+    StatusOptions status;
+    SendOptions send;
+    ReceiveOptions receive;
+    WatchOptions watch;
+    std::function<Outcome(const Interrupt&)> run;
+
+    CommandLine();
+
+private:
+    CLI::App& Add(CLI::App& parent, const char* name, const char* help, const std::string& examples);
+    void AddImage();
+    void AddError();
+    void AddChannel();
+};
+
+CLI::App& CommandLine::Add(CLI::App& parent, const char* name, const char* help, const std::string& examples) {
+    return *parent.add_subcommand(name, help)->footer(examples + kExitCodes);
+}
+
+CommandLine::CommandLine() {
+    app.fallthrough();
+    app.allow_windows_style_options(false); // else a path such as /home/page.job would be taken for an option
+    app.require_subcommand(1);
+    app.footer(std::string(kBenchExamples) + kExitCodes);
+    app.add_flag("--verbose", verbose, "Tell every step and the error stack on standard error");
+    AddImage();
+    AddError();
+    AddChannel();
+}
+
+void CommandLine::AddImage() {
+    CLI::App& command = Add(app, "image", "Expose a job: starts the imager, runs the job, stops it", kImageExamples);
+    command.add_option("JOBFILE", image.jobFile, "The job to run")->required()->type_name("");
+    command.add_option("--imager", image.imager, "The imager's program (default: the one beside bench)")
+        ->type_name("PATH");
+    AddId(command, image.id, "bench's communications ID; the imager gets the next one", 65534);
+    command.add_option("--speed", image.speed, "Run the simulated engine N times as fast as a real one")
+        ->check(Within(0.01, 100000.0))
+        ->type_name("N")
+        ->capture_default_str();
+    command.add_option("--timeout", image.timeout, "Give up after so many seconds without a word from the imager")
+        ->check(Within(0.1, 86400.0))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    AddJson(command, image.json);
+    command.callback([this] {
+        image.verbose = verbose;
+        run = [this](const Interrupt& interrupt) { return ImageCommand(image, interrupt); };
+    });
+}
+
+void CommandLine::AddError() {
+    CLI::App& command = Add(app, "error", "Explain an error code, or find one by its words", kErrorExamples);
+    command.add_option("CODE|NAME|WORDS", error.words, "A code, an enumerator, or words of the text")
+        ->required()
+        ->type_name("");
+    AddJson(command, error.json);
+    command.callback([this] { run = [this](const Interrupt&) { return ErrorCommand(error); }; });
+}
+
+void CommandLine::AddChannel() {
+    CLI::App& channel = Add(app, "channel", "Look at the message channel, send and receive", kChannelExamples);
+    channel.require_subcommand(1);
+
+    CLI::App& statusCommand = Add(channel, "status", "What is in the channel and for whom", kStatusExamples);
+    AddJson(statusCommand, status.json);
+    statusCommand.callback([this] { run = [this](const Interrupt&) { return StatusCommand(status); }; });
+
+    CLI::App& sendCommand = Add(channel, "send", "Send a text to an ID", kSendExamples);
+    sendCommand.add_option("TEXT", send.text, "The message")->required()->type_name("");
+    sendCommand.add_option("--to", send.to, "The receiver's communications ID")
+        ->required()
+        ->check(Within(1, 65535))
+        ->type_name("ID");
+    AddId(sendCommand, send.id, "The own communications ID");
+    AddSeconds(sendCommand, "--wait", send.wait, "Wait so long for an answer and print it; 0: do not");
+    AddJson(sendCommand, send.json);
+    sendCommand.callback([this] { run = [this](const Interrupt& i) { return SendCommand(send, i); }; });
+
+    CLI::App& receiveCommand = Add(channel, "receive", "Receive under an ID and print what comes", kReceiveExamples);
+    AddId(receiveCommand, receive.id, "The communications ID to receive for");
+    receiveCommand.add_option("--count", receive.count, "End after so many messages")
+        ->check(Within(1, 1000000))
+        ->type_name("N")
+        ->capture_default_str();
+    AddSeconds(receiveCommand, "--timeout", receive.timeout, "Wait so long for each message");
+    AddJson(receiveCommand, receive.json);
+    receiveCommand.callback([this] { run = [this](const Interrupt& i) { return ReceiveCommand(receive, i); }; });
+
+    CLI::App& watchCommand = Add(channel, "watch", "Print every message as it comes and goes", kWatchExamples);
+    AddSeconds(watchCommand, "--seconds", watch.seconds, "End after so long; 0: on Ctrl-C");
+    AddJson(watchCommand, watch.json);
+    watchCommand.callback([this] { run = [this](const Interrupt& i) { return WatchCommand(watch, i); }; });
+}
+
+std::vector<std::string> SubcommandsOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+/// How far the parser came, and why it went no further.
+struct Stumble {
+    std::string path; ///< "bench channel send"
+    std::string text; ///< empty when every word is known
+};
+
+/// Finds the word that the parser stumbled over: no command of its level, or no option of its level or any above.
+Stumble FindUnknownWord(const CLI::App& top, int argc, char** argv) {
+    const CLI::App* level = &top;
+    Stumble stumble{top.get_name(), {}};
+    std::vector<std::string> options = {"--help", "--verbose"};
+    for (int i = 1; i < argc && stumble.text.empty(); ++i) {
+        const std::string word = argv[i];
+        const std::vector<std::string> commands = SubcommandsOf(*level);
+        if (word.starts_with("-")) {
+            const std::string name = word.substr(0, word.find('='));
+            if (name != "-h" && std::ranges::find(options, name) == options.end()) {
+                stumble.text = "there is no option '" + name + "'" + Suggestion(name, options);
+            }
+        } else if (!commands.empty() && std::ranges::find(commands, word) == commands.end()) {
+            stumble.text = "there is no command '" + word + "'" + Suggestion(word, commands);
+        } else if (!commands.empty()) {
+            level = level->get_subcommand(word);
+            stumble.path += " " + word;
+            for (const CLI::Option* option : level->get_options()) {
+                options.push_back(option->get_name());
+            }
+        }
+    }
+    return stumble;
+}
+
+/// What is wrong with the command line, in one line.
+std::string ExplainUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+    Stumble stumble = FindUnknownWord(app, argc, argv);
+    if (stumble.text.empty()) {
+        stumble.text = error.what();
+        std::ranges::replace(stumble.text, '\n', ' ');
+    }
+    return stumble.text + ": see '" + stumble.path + " --help'";
+}
+
+int PrintFailure(const std::string& text, Exit exit) {
+    std::fprintf(stderr, "%s %s\n", Painted(Stream::kError, Colour::kBad, "bench:").c_str(), Printable(text).c_str());
+    return static_cast<int>(exit);
+}
+
+int Run(int argc, char** argv) {
+    const TerminalMode mode;
+    CommandLine line;
+    try {
+        line.app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) {
+            return line.app.exit(error);
+        }
+        return PrintFailure(ExplainUsage(line.app, error, argc, argv), Exit::kUsage);
+    }
+    SetUpDiagnostics("bench", line.verbose);
+    const Interrupt interrupt;
+    Outcome failure = line.run(interrupt);
+    if (!failure && (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)) {
+        failure = Fail("Run(): ", kFileNotWritten, Exit::kFailed,
+                       "the result cannot be written to standard output: check the disk or the reader");
+    }
+    if (!failure) {
+        return static_cast<int>(Exit::kDone);
+    }
+    const int exit = PrintFailure(failure->text, failure->exit);
+    if (line.verbose) {
+        PrintErrorStack();
+    }
+    return exit;
+}
+
+} // namespace
+} // namespace gaizior
+
+int main(int argc, char** argv) {
+    return gaizior::Run(argc, argv);
+}

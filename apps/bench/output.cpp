@@ -1,0 +1,207 @@
+#include "apps/bench/output.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace gaizior {
+namespace {
+
+unsigned char Byte(std::string_view text, std::size_t at) {
+    return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
+}
+
+/// Bytes of the UTF-8 character that `text` begins with; 0 when it is none.
+std::size_t Utf8Length(std::string_view text) {
+    const unsigned char first = Byte(text, 0);
+    const std::size_t length = first < 0x80   ? 1
+                               : first < 0xC2 ? 0
+                               : first < 0xE0 ? 2
+                               : first < 0xF0 ? 3
+                               : first < 0xF5 ? 4
+                                              : 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((Byte(text, i) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    // Longer forms of short numbers, surrogates and what lies behind the last plane.
+    const unsigned char second = Byte(text, 1);
+    const bool bad = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
+                     (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
+    return bad ? 0 : length;
+}
+
+bool IsControl(std::string_view character) {
+    const unsigned char first = Byte(character, 0);
+    return first < 0x20 || first == 0x7F || (first == 0xC2 && Byte(character, 1) < 0xA0);
+}
+
+std::string Formatted(const char* format, unsigned value) {
+    std::array<char, 16> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), format, value);
+    return buffer.data();
+}
+
+/// Goes through a text character by character; what is no UTF-8 comes byte by byte with `valid` false.
+template <typename Visitor>
+void ForEachCharacter(std::string_view text, Visitor&& visit) {
+    while (!text.empty()) {
+        const std::size_t length = Utf8Length(text);
+        visit(text.substr(0, std::max<std::size_t>(length, 1)), length > 0);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+}
+
+} // namespace
+
+std::string Painted(Stream stream, Colour colour, std::string_view text) {
+    const char* noColour = std::getenv("NO_COLOR");
+    if ((noColour && *noColour) || !IsTerminal(stream)) {
+        return std::string(text);
+    }
+    const char* begin = colour == Colour::kGood ? "\x1b[32m" : colour == Colour::kBad ? "\x1b[31m" : "\x1b[2m";
+    return begin + std::string(text) + "\x1b[0m";
+}
+
+std::string Printable(std::string_view text) {
+    std::string printable;
+    ForEachCharacter(text, [&](std::string_view character, bool valid) {
+        if (valid && !IsControl(character)) {
+            printable += character;
+            return;
+        }
+        for (const char c : character) {
+            printable += Formatted("\\x%02X", static_cast<unsigned char>(c));
+        }
+    });
+    return printable;
+}
+
+std::string Shortened(std::string_view text, std::size_t columns) {
+    constexpr std::string_view kDots = "...";
+    std::size_t characters = 0;
+    std::size_t cut = 0; // bytes that leave room for the dots
+    ForEachCharacter(text, [&](std::string_view character, bool) {
+        if (++characters + kDots.size() <= columns) {
+            cut += character.size();
+        }
+    });
+    if (characters <= columns) {
+        return std::string(text);
+    }
+    return std::string(text.substr(0, cut)) + std::string(kDots.substr(0, columns));
+}
+
+std::size_t OutputColumns() {
+    constexpr std::size_t kNoLimit = 10000;
+    return IsTerminal(Stream::kOutput) ? TerminalColumns(Stream::kOutput) : kNoLimit;
+}
+
+std::string Counted(long long count, const char* thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+std::string Duration(double seconds) {
+    const auto whole = static_cast<long long>(std::max(seconds, 0.0) + 0.5);
+    std::array<char, 40> buffer{};
+    if (whole >= 3600) {
+        std::snprintf(buffer.data(), buffer.size(), "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
+    } else {
+        std::snprintf(buffer.data(), buffer.size(), "%lld:%02lld", whole / 60, whole % 60);
+    }
+    return buffer.data();
+}
+
+std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns) {
+    constexpr std::size_t kLeastBar = 10;
+    constexpr std::size_t kMostBar = 40;
+    const int done = std::clamp(permille, 0, 1000);
+    const std::string percent = Formatted("%3u %%", static_cast<unsigned>(done / 10));
+    const std::string end = percent + (time.empty() ? "" : "  " + std::string(time));
+    constexpr std::size_t kFrame = 4; // blank and brackets, blank
+    const std::size_t needed = label.size() + kFrame + end.size();
+    if (needed + kLeastBar > columns && !time.empty()) {
+        return ProgressLine(label, permille, {}, columns);
+    }
+    if (needed + kLeastBar > columns) {
+        const std::size_t room = columns - std::min(columns, percent.size() + 1);
+        return Shortened(Shortened(label, room) + " " + percent, columns);
+    }
+    const std::size_t bar = std::min(columns - needed, kMostBar);
+    const std::size_t full = bar * static_cast<std::size_t>(done) / 1000;
+    return std::string(label) + " [" + std::string(full, '#') + std::string(bar - full, '-') + "] " + end;
+}
+
+void ProgressBar::Show(std::string_view label, int permille, std::string_view time) {
+    if (!m_bLive) {
+        return;
+    }
+    // The last column stays free, since some terminals wrap when it is written, and two more for an echoed "^C".
+    constexpr unsigned kFreeColumns = 3;
+    const unsigned columns = std::max(TerminalColumns(Stream::kError), kFreeColumns);
+    const std::string line = ProgressLine(label, permille, time, columns - kFreeColumns);
+    std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
+    std::fflush(stderr);
+    m_bShown = true;
+}
+
+void ProgressBar::Clear() {
+    if (m_bShown) {
+        std::fputs("\r\x1b[K", stderr);
+        std::fflush(stderr);
+        m_bShown = false;
+    }
+}
+
+JsonObject& JsonObject::Value(const char* key, std::string_view json) {
+    m_members += (m_members.empty() ? "" : ",") + JsonText(key) + ":" + std::string(json);
+    return *this;
+}
+
+JsonObject& JsonObject::Text(const char* key, std::string_view value) {
+    return Value(key, JsonText(value));
+}
+
+JsonObject& JsonObject::Number(const char* key, std::int64_t value) {
+    return Value(key, std::to_string(value));
+}
+
+JsonObject& JsonObject::Real(const char* key, double value) {
+    std::array<char, 32> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), "%.3f", value);
+    return Value(key, buffer.data());
+}
+
+JsonObject& JsonObject::Bool(const char* key, bool value) {
+    return Value(key, value ? "true" : "false");
+}
+
+JsonObject& JsonObject::Null(const char* key) {
+    return Value(key, "null");
+}
+
+JsonArray& JsonArray::Add(std::string_view json) {
+    m_elements += (m_elements.empty() ? "" : ",") + std::string(json);
+    return *this;
+}
+
+std::string JsonText(std::string_view text) {
+    std::string json = "\"";
+    ForEachCharacter(text, [&](std::string_view character, bool valid) {
+        const auto first = static_cast<unsigned char>(character.front());
+        if (first == '"' || first == '\\') {
+            json += '\\';
+            json += character;
+        } else if (!valid || IsControl(character)) {
+            // A control character of two bytes has its number in the second.
+            json += Formatted("\\u%04x", static_cast<unsigned char>(character.back()));
+        } else {
+            json += character;
+        }
+    });
+    return json + "\"";
+}
+
+} // namespace gaizior

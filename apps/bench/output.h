@@ -1,0 +1,86 @@
+#pragma once
+
+#include "apps/bench/terminal.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace gaizior {
+
+enum class Colour { kGood, kBad, kFaint };
+
+/// The text in a colour where the stream is a terminal and NO_COLOR is not set, else as it is.
+std::string Painted(Stream stream, Colour colour, std::string_view text);
+
+/// Text from elsewhere, made fit for a terminal and a line: control characters become \xNN.
+std::string Printable(std::string_view text);
+
+/// The text cut to `columns` characters, with "..." where something is missing.
+std::string Shortened(std::string_view text, std::size_t columns);
+
+/// Columns for a table on standard output: the terminal's, or no limit where the output goes to a file or a program.
+std::size_t OutputColumns();
+
+/// "1 plate", "4 plates".
+std::string Counted(long long count, const char* thing);
+
+/// "0:07", "12:30", "1:02:03".
+std::string Duration(double seconds);
+
+/// One line that shows how far something is, in at most `columns` characters: "label [####------]  43 %  0:07 left".
+/// Without room for it, first the time goes, then the bar, then the label's end.
+std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns);
+
+/// A progress line on standard error that is drawn over itself. Shows nothing unless `live`.
+class ProgressBar {
+public:
+    explicit ProgressBar(bool live) : m_bLive(live) {}
+    ~ProgressBar() {
+        Clear();
+    }
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+
+    void Show(std::string_view label, int permille, std::string_view time);
+    void Clear();
+
+private:
+    bool m_bLive;
+    bool m_bShown = false;
+};
+
+/// A JSON object that is written key by key.
+class JsonObject {
+public:
+    JsonObject& Text(const char* key, std::string_view value);
+    JsonObject& Number(const char* key, std::int64_t value);
+    JsonObject& Real(const char* key, double value);
+    JsonObject& Bool(const char* key, bool value);
+    JsonObject& Null(const char* key);
+    /// A value that is JSON already.
+    JsonObject& Value(const char* key, std::string_view json);
+    std::string Json() const {
+        return "{" + m_members + "}";
+    }
+
+private:
+    std::string m_members;
+};
+
+/// A JSON array, element by element.
+class JsonArray {
+public:
+    JsonArray& Add(std::string_view json);
+    std::string Json() const {
+        return "[" + m_elements + "]";
+    }
+
+private:
+    std::string m_elements;
+};
+
+/// The text as a JSON string. What is no UTF-8 is taken as single bytes, so that the result always is.
+std::string JsonText(std::string_view text);
+
+} // namespace gaizior

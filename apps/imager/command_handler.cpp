@@ -1,0 +1,112 @@
+#include "apps/imager/command_handler.h"
+
+#include "apps/job/failure.h"
+
+#include <utility>
+
+namespace gaizior {
+
+Outgoing CommandHandler::Greeting() const {
+    return MakeReply(m_nClientId, kStatus, ZRErrors::e_General_NoError);
+}
+
+std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
+    Message command;
+    if (Decode(packet, command) != ZRErrors::e_General_NoError) {
+        return {MakeRefusal(m_nClientId, 0, kInvalidData, "this is no whole message")};
+    }
+    const std::uint16_t sender = command.id == 0 || command.id == m_nOwnId ? m_nClientId : command.id;
+    if (command.type == kReply || command.type == kProgress) {
+        return {};
+    }
+    if (command.type != kCommand || command.code < kStatus || command.code > kStop) {
+        return {MakeRefusal(sender, command.code, kUnimplemented, "there is no such command")};
+    }
+    if (command.code == kStatus) {
+        return {MakeReply(sender, kStatus, ZRErrors::e_General_NoError)};
+    }
+    if (command.code == kStop) {
+        m_bStopped = true;
+        std::vector<Outgoing> replies = Halt();
+        replies.push_back(MakeReply(sender, kStop, ZRErrors::e_General_NoError));
+        return replies;
+    }
+    const auto state = m_engine.GetState();
+    if (const auto code = Begin(command); code != ZRErrors::e_General_NoError) {
+        return {MakeRefusal(sender, command.code, code, "the engine is " + std::string(StateName(state)))};
+    }
+    m_asked = Asked{sender, command.code};
+    return {};
+}
+
+ZRErrors::ZRErrorT CommandHandler::Begin(const Message& command) {
+    if (command.code == kLoad) {
+        const std::optional<Size> plate = ReadLoadCommand(command);
+        return plate ? m_engine.Load(*plate) : kInvalidParameter;
+    }
+    if (command.code == kExpose) {
+        const std::optional<Job> job = ReadExposeCommand(command);
+        return job ? m_engine.Expose(*job) : kInvalidParameter;
+    }
+    return m_engine.Unload();
+}
+
+std::vector<Outgoing> CommandHandler::Advance(double seconds) {
+    return m_engine.Advance(seconds) ? EndOperation(ZRErrors::e_General_NoError) : std::vector<Outgoing>();
+}
+
+std::optional<Outgoing> CommandHandler::Progress() const {
+    if (!m_asked) {
+        return std::nullopt;
+    }
+    const Engine::Progress progress = m_engine.GetProgress();
+    Message message{kProgress, m_asked->code, m_nOwnId, progress.permille, Describe(), {}};
+    if (progress.plates > 0) {
+        message.text += " separation=" + progress.separation + " plate=" + std::to_string(progress.plate) +
+                        " plates=" + std::to_string(progress.plates);
+    }
+    return Outgoing{m_asked->sender, std::move(message)};
+}
+
+std::vector<Outgoing> CommandHandler::Halt() {
+    if (!m_engine.IsBusy()) {
+        return {};
+    }
+    m_engine.Halt();
+    return EndOperation(kJobStopped);
+}
+
+std::vector<Outgoing> CommandHandler::EndOperation(ZRErrors::ZRErrorT code) {
+    const std::optional<Asked> asked = std::exchange(m_asked, std::nullopt);
+    if (!asked) {
+        return {};
+    }
+    Outgoing reply = MakeReply(asked->sender, asked->code, code);
+    if (code == ZRErrors::e_General_NoError) {
+        constexpr double kHundredthsPerSecond = 100;
+        const int hundredths = static_cast<int>(m_engine.Duration() * kHundredthsPerSecond);
+        reply.message.text += " seconds=" + FormatHundredths(hundredths);
+    }
+    return {std::move(reply)};
+}
+
+Outgoing CommandHandler::MakeReply(std::uint16_t destination, std::int32_t command, ZRErrors::ZRErrorT code) const {
+    return {destination, {kReply, command, m_nOwnId, static_cast<std::int32_t>(code), Describe(), {}}};
+}
+
+Outgoing CommandHandler::MakeRefusal(std::uint16_t destination, std::int32_t command, ZRErrors::ZRErrorT code,
+                                     std::string reason) const {
+    Outgoing refusal = MakeReply(destination, command, code);
+    refusal.message.qualifier = std::move(reason);
+    return refusal;
+}
+
+std::string CommandHandler::Describe() const {
+    std::string text = std::string("state=") + StateName(m_engine.GetState());
+    if (const Size& plate = m_engine.Plate(); plate.width > 0) {
+        text += " width=" + FormatHundredths(plate.width) + " length=" + FormatHundredths(plate.length);
+    }
+    return text;
+}
+
+} // namespace gaizior

@@ -1,0 +1,131 @@
+#include "apps/imager/engine.h"
+
+#include "apps/job/failure.h"
+
+#include <algorithm>
+#include <array>
+
+namespace gaizior {
+namespace {
+
+constexpr double kMirrorRevolutionsPerSecond = 900; // 54,000 a minute, one line each
+constexpr double kLoadSeconds = 4;
+constexpr double kUnloadSeconds = 3;
+
+double ExposeSeconds(const Job& job) {
+    return CountLines(job) / kMirrorRevolutionsPerSecond;
+}
+
+} // namespace
+
+ZRErrors::ZRErrorT Engine::Load(const Size& plate) {
+    if (IsBusy()) {
+        return kDeviceBusy;
+    }
+    if (m_state != State::kEmpty) {
+        return kCommandRejected;
+    }
+    const ZRErrors::ZRErrorT code = CheckPlate(plate);
+    if (code == ZRErrors::e_General_NoError) {
+        m_plate = plate;
+        Begin(State::kLoading, State::kLoaded, {{kLoadSeconds, 0, {}}});
+    }
+    return code;
+}
+
+ZRErrors::ZRErrorT Engine::Expose(const Job& job) {
+    if (IsBusy()) {
+        return kDeviceBusy;
+    }
+    if (m_state == State::kEmpty) {
+        return ZRErrors::e_Phs_NoPlate;
+    }
+    if (m_state == State::kExposed) {
+        return kCommandRejected;
+    }
+    Job onThisPlate = job;
+    onThisPlate.plate = m_plate;
+    const ZRErrors::ZRErrorT code = CheckExposure(onThisPlate);
+    if (code != ZRErrors::e_General_NoError) {
+        return code;
+    }
+    std::vector<Phase> phases;
+    int plate = 0;
+    for (const Separation& separation : job.separations) {
+        for (int copy = 0; copy < separation.copies; ++copy) {
+            ++plate;
+            if (plate > 1) {
+                phases.push_back({kUnloadSeconds + kLoadSeconds, plate, separation.name});
+            }
+            phases.push_back({ExposeSeconds(job), plate, separation.name});
+        }
+    }
+    Begin(State::kExposing, State::kExposed, std::move(phases));
+    return code;
+}
+
+ZRErrors::ZRErrorT Engine::Unload() {
+    if (IsBusy()) {
+        return kDeviceBusy;
+    }
+    if (m_state == State::kEmpty) {
+        return ZRErrors::e_Phs_NoPlate;
+    }
+    Begin(State::kUnloading, State::kEmpty, {{kUnloadSeconds, 0, {}}});
+    return ZRErrors::e_General_NoError;
+}
+
+void Engine::Halt() {
+    if (IsBusy()) {
+        End(m_state == State::kExposing ? State::kExposed : State::kEmpty);
+    }
+}
+
+bool Engine::Advance(double seconds) {
+    if (!IsBusy()) {
+        return false;
+    }
+    m_fElapsed += seconds;
+    if (m_fElapsed < m_fDuration) {
+        return false;
+    }
+    End(m_stateAfter);
+    return true;
+}
+
+Engine::Progress Engine::GetProgress() const {
+    if (!IsBusy()) {
+        return {};
+    }
+    double end = 0;
+    const auto phase = std::ranges::find_if(m_phases, [&](const Phase& p) { return (end += p.seconds) > m_fElapsed; });
+    const Phase& present = phase == m_phases.end() ? m_phases.back() : *phase;
+    return {static_cast<int>(1000 * m_fElapsed / m_fDuration), present.plate, m_phases.back().plate,
+            present.separation};
+}
+
+void Engine::Begin(State state, State after, std::vector<Phase> phases) {
+    m_state = state;
+    m_stateAfter = after;
+    m_phases = std::move(phases);
+    m_fElapsed = 0;
+    m_fDuration = 0;
+    for (const Phase& phase : m_phases) {
+        m_fDuration += phase.seconds;
+    }
+}
+
+void Engine::End(State state) {
+    m_state = state;
+    m_phases.clear();
+    if (state == State::kEmpty) {
+        m_plate = {};
+    }
+}
+
+const char* StateName(Engine::State state) {
+    constexpr std::array<const char*, 6> kNames = {"empty", "loading", "loaded", "exposing", "exposed", "unloading"};
+    return kNames[static_cast<std::size_t>(state)];
+}
+
+} // namespace gaizior

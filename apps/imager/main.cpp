@@ -1,0 +1,87 @@
+#include "apps/imager/server.h"
+#include "apps/job/diagnostics.h"
+#include "apps/job/process_events.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace gaizior {
+namespace {
+
+constexpr const char* kFooter = R"(Takes commands over the message channel and answers each. Ends when it
+is told to stop, on Ctrl-C and when its client's process has ended.
+'bench image' starts one by itself; start one by hand to command it with
+'bench channel send'.
+
+Examples:
+  imager                          serve ID 101
+  imager --id 201 --speed 20      twenty times as fast as a real engine
+
+Exit codes: 0 ended in order, 1 failed, 2 wrong options, 4 the channel's
+            lock timed out)";
+
+int PrintFailure(const Failure& failure, bool verbose) {
+    std::fprintf(stderr, "imager: %s\n", failure.text.c_str());
+    if (verbose) {
+        PrintErrorStack();
+    }
+    return static_cast<int>(failure.exit);
+}
+
+int Run(ServerOptions options, DWORD clientProcess, bool verbose) {
+    SetUpDiagnostics("imager", verbose);
+    const Interrupt interrupt;
+    options.hInterrupt = interrupt.Event();
+    UniqueHandle hClient;
+    if (clientProcess != 0) {
+        hClient = UniqueHandle(::OpenProcess(SYNCHRONIZE, FALSE, clientProcess));
+        if (!hClient) {
+            return PrintFailure(Fail("Run(): ", LastSystemError(), Exit::kFailed,
+                                     "the client's process " + std::to_string(clientProcess) +
+                                         " cannot be watched: " + ErrorText(LastSystemError())),
+                                verbose);
+        }
+        options.hClientProcess = hClient.Get();
+    }
+    const Outcome failure = Server(options).Run();
+    return failure ? PrintFailure(*failure, verbose) : static_cast<int>(Exit::kDone);
+}
+
+} // namespace
+} // namespace gaizior
+
+int main(int argc, char** argv) {
+    gaizior::ServerOptions options;
+    DWORD clientProcess = 0;
+    bool verbose = false;
+    CLI::App app("The imaging process of a platesetter, with a simulated engine", "imager");
+    app.footer(gaizior::kFooter);
+    app.allow_windows_style_options(false);
+    app.add_option("--id", options.id, "Communications ID to receive under (default 101)")
+        ->check(CLI::Range(2, 65535))
+        ->type_name("ID");
+    CLI::Option* client =
+        app.add_option("--client-id", options.clientId, "Greet this client when ready (without: nobody)")
+            ->check(CLI::Range(1, 65535))
+            ->type_name("ID");
+    app.add_option("--client-process", clientProcess, "End when this process has ended")->type_name("PID");
+    app.add_option("--speed", options.speed, "Run N times as fast as a real engine (default 1)")
+        ->check(CLI::Range(0.01, 100000.0))
+        ->type_name("N");
+    app.add_flag("--verbose", verbose, "Tell every step on standard error");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) {
+            return app.exit(error);
+        }
+        std::fprintf(stderr, "imager: %s: see 'imager --help'\n", error.what());
+        return static_cast<int>(gaizior::Exit::kUsage);
+    }
+    options.greet = client->count() > 0;
+    if (!options.greet) {
+        options.clientId = static_cast<std::uint16_t>(options.id - 1);
+    }
+    return gaizior::Run(options, clientProcess, verbose);
+}

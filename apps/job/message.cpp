@@ -1,0 +1,174 @@
+#include "apps/job/message.h"
+
+#include "apps/job/failure.h"
+#include "gaizior/comms/packet.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace gaizior {
+namespace {
+
+/// Cuts the text up to the next separator off the front of `rest`, the separator with it.
+std::string_view NextWord(std::string_view& rest, char separator) {
+    const std::size_t end = std::min(rest.find(separator), rest.size());
+    const std::string_view word = rest.substr(0, end);
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    return word;
+}
+
+/// The library's extraction takes what it can get; a message here must be whole.
+bool IsWhole(std::string_view packet) {
+    if (packet.size() > kMaxMessage || std::ranges::count(packet, ';') < 5 || packet.find('\0') != packet.npos) {
+        return false;
+    }
+    for (int field = 0; field < 4; ++field) {
+        const std::optional<int> number = ParseNumber(NextWord(packet, ';'));
+        if (!number || (field == 2 && !Range{0, std::numeric_limits<std::uint16_t>::max()}.Holds(*number))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string SizeParameters(const Size& size) {
+    return "width=" + FormatHundredths(size.width) + " length=" + FormatHundredths(size.length);
+}
+
+std::optional<Size> ReadSize(std::string_view text) {
+    const auto width = ParseHundredths(FindParameter(text, "width"));
+    const auto length = ParseHundredths(FindParameter(text, "length"));
+    return width && length ? std::optional(Size{*width, *length}) : std::nullopt;
+}
+
+/// "Cyan" or "Black*2".
+std::optional<Separation> ReadSeparation(std::string_view word) {
+    const std::string_view name = NextWord(word, '*');
+    const std::optional<int> copies = word.empty() ? 1 : ParseNumber(word);
+    return copies ? std::optional(Separation{std::string(name), *copies}) : std::nullopt;
+}
+
+Message MakeCommand(CommandCode code) {
+    Message message;
+    message.type = kCommand;
+    message.code = code;
+    return message;
+}
+
+} // namespace
+
+ZRErrors::ZRErrorT Encode(const Message& message, std::string& packet) {
+    if (message.text.find(';') != std::string::npos) {
+        return kInvalidParameter;
+    }
+    std::string text = message.text;
+    std::string qualifier = message.qualifier;
+    ZRErrors::ZRMessagePacketT fields{};
+    fields.nType = message.type;
+    fields.nCode = message.code;
+    fields.nID = message.id;
+    fields.nVal = message.value;
+    fields.pString = text.data();
+    fields.pQualifier = qualifier.data();
+    std::array<char, kMaxMessage + 1> buffer{};
+    const ZRErrors::ZRErrorT code = ZRCreateMessageFromPacket(fields, buffer.data(), kMaxMessage);
+    if (code == ZRErrors::e_General_NoError) {
+        packet = buffer.data();
+    }
+    return code;
+}
+
+ZRErrors::ZRErrorT Decode(std::string_view packet, Message& message) {
+    if (!IsWhole(packet)) {
+        return kInvalidData;
+    }
+    alignas(unsigned short) std::array<char, kMaxMessage + 1> copy{};
+    std::ranges::copy(packet, copy.begin());
+    std::array<char, kMaxMessage + 1> text{};
+    std::array<char, kMaxMessage + 1> qualifier{};
+    ZRErrors::ZRMessagePacketT fields{};
+    fields.pString = text.data();
+    fields.nStringSize = static_cast<unsigned short>(text.size());
+    fields.pQualifier = qualifier.data();
+    fields.nQualifierSize = static_cast<unsigned short>(qualifier.size());
+    const auto* units = reinterpret_cast<const unsigned short*>(copy.data());
+    if (ZRExtractMessagePacket(units, fields) != ZRErrors::e_General_NoError) {
+        return kInvalidData;
+    }
+    message = {fields.nType, fields.nCode, fields.nID, fields.nVal, text.data(), qualifier.data()};
+    return ZRErrors::e_General_NoError;
+}
+
+std::string_view FindParameter(std::string_view text, std::string_view key) {
+    while (!text.empty()) {
+        std::string_view word = NextWord(text, ' ');
+        if (NextWord(word, '=') == key) {
+            return word;
+        }
+    }
+    return {};
+}
+
+std::string CommandName(std::int32_t code) {
+    constexpr std::array<const char*, 5> kNames = {"status", "load", "expose", "unload", "stop"};
+    return code >= kStatus && code <= kStop ? kNames[static_cast<std::size_t>(code - kStatus)]
+                                            : "command " + std::to_string(code);
+}
+
+Message MakeStatusCommand() {
+    return MakeCommand(kStatus);
+}
+
+Message MakeLoadCommand(const Size& plate) {
+    Message message = MakeCommand(kLoad);
+    message.text = SizeParameters(plate);
+    return message;
+}
+
+Message MakeExposeCommand(const Job& job) {
+    Message message = MakeCommand(kExpose);
+    message.value = job.resolution;
+    message.text = SizeParameters(job.image) + " separations";
+    char before = '=';
+    for (const Separation& separation : job.separations) {
+        message.text += before + separation.name;
+        if (separation.copies > 1) {
+            message.text += "*" + std::to_string(separation.copies);
+        }
+        before = ',';
+    }
+    message.qualifier = job.name;
+    return message;
+}
+
+Message MakeUnloadCommand() {
+    return MakeCommand(kUnload);
+}
+
+Message MakeStopCommand() {
+    return MakeCommand(kStop);
+}
+
+std::optional<Size> ReadLoadCommand(const Message& message) {
+    return ReadSize(message.text);
+}
+
+std::optional<Job> ReadExposeCommand(const Message& message) {
+    const std::optional<Size> image = ReadSize(message.text);
+    if (!image) {
+        return std::nullopt;
+    }
+    Job job{message.qualifier, {}, *image, message.value, {}};
+    std::string_view words = FindParameter(message.text, "separations");
+    while (!words.empty()) {
+        std::optional<Separation> separation = ReadSeparation(NextWord(words, ','));
+        if (!separation) {
+            return std::nullopt;
+        }
+        job.separations.push_back(std::move(*separation));
+    }
+    return job;
+}
+
+} // namespace gaizior

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace gaizior {
+
+/// " (did you mean 'status'?)" for the candidate nearest to a mistyped word; empty when none is near.
+/// Capitals do not count.
+std::string Suggestion(std::string_view word, std::span<const std::string> candidates);
+
+} // namespace gaizior

@@ -1,0 +1,166 @@
+#include "apps/imager/command_handler.h"
+#include "apps/job/failure.h"
+
+#include <gtest/gtest.h>
+
+namespace gaizior {
+namespace {
+
+constexpr std::uint16_t kImager = 101;
+constexpr std::uint16_t kClient = 100;
+constexpr std::uint16_t kOther = 7;
+constexpr double kLongEnough = 10000;
+
+const Job kJob{"Page", {345'00, 580'00}, {325'00, 545'00}, 1270, {{"Cyan", 1}, {"Black", 2}}};
+
+class CommandHandlerTest : public testing::Test {
+protected:
+    std::vector<Outgoing> Tell(Message command, std::uint16_t sender = kClient) {
+        command.id = sender;
+        std::string packet;
+        EXPECT_EQ(Encode(command, packet), ZRErrors::e_General_NoError);
+        return m_handler.Handle(packet);
+    }
+    /// The code of the one answer to a text.
+    ZRErrors::ZRErrorT CodeOf(const std::vector<Outgoing>& answers) {
+        EXPECT_EQ(answers.size(), 1u);
+        EXPECT_EQ(answers.empty() ? 0 : answers[0].message.type, kReply);
+        return answers.empty() ? kInvalidData : static_cast<ZRErrors::ZRErrorT>(answers[0].message.value);
+    }
+    std::string State() {
+        return std::string(FindParameter(Tell(MakeStatusCommand()).at(0).message.text, "state"));
+    }
+    void Load() {
+        EXPECT_TRUE(Tell(MakeLoadCommand(kJob.plate)).empty()) << "answered when the plate is on the drum";
+        EXPECT_EQ(CodeOf(m_handler.Advance(kLongEnough)), ZRErrors::e_General_NoError);
+    }
+
+    CommandHandler m_handler{kImager, kClient};
+};
+
+TEST_F(CommandHandlerTest, AJobGoesThroughItsStates) {
+    EXPECT_EQ(State(), "empty");
+    EXPECT_TRUE(Tell(MakeLoadCommand(kJob.plate)).empty());
+    EXPECT_EQ(State(), "loading");
+    EXPECT_EQ(CodeOf(m_handler.Advance(kLongEnough)), ZRErrors::e_General_NoError);
+    EXPECT_EQ(State(), "loaded");
+    EXPECT_TRUE(Tell(MakeExposeCommand(kJob), kOther).empty());
+    EXPECT_EQ(State(), "exposing");
+    const std::vector<Outgoing> exposed = m_handler.Advance(kLongEnough);
+    EXPECT_EQ(CodeOf(exposed), ZRErrors::e_General_NoError);
+    EXPECT_EQ(exposed.at(0).destination, kOther) << "whoever asked is answered";
+    EXPECT_EQ(exposed.at(0).message.code, kExpose);
+    EXPECT_EQ(FindParameter(exposed.at(0).message.text, "seconds"), "104.83") << "27,250 lines at 900 a second";
+    EXPECT_EQ(State(), "exposed");
+    EXPECT_TRUE(Tell(MakeUnloadCommand()).empty());
+    EXPECT_EQ(State(), "unloading");
+    EXPECT_EQ(CodeOf(m_handler.Advance(kLongEnough)), ZRErrors::e_General_NoError);
+    EXPECT_EQ(State(), "empty");
+    EXPECT_TRUE(m_handler.Advance(kLongEnough).empty()) << "nothing runs any more";
+}
+
+TEST_F(CommandHandlerTest, TheEngineTakesItsTimeAndTellsWhereItIs) {
+    Load();
+    Tell(MakeExposeCommand(kJob));
+    // Three times 30.28 s, and 7 s for each change of the plate.
+    EXPECT_EQ(m_handler.Progress()->message.value, 0);
+    EXPECT_TRUE(m_handler.Advance(30).empty());
+    EXPECT_EQ(FindParameter(m_handler.Progress()->message.text, "separation"), "Cyan");
+    EXPECT_TRUE(m_handler.Advance(22.4).empty());
+    const Message progress = m_handler.Progress()->message;
+    EXPECT_EQ(progress.type, kProgress);
+    EXPECT_EQ(progress.value, 499);
+    EXPECT_EQ(FindParameter(progress.text, "separation"), "Black");
+    EXPECT_EQ(FindParameter(progress.text, "plate"), "2");
+    EXPECT_EQ(FindParameter(progress.text, "plates"), "3");
+    EXPECT_TRUE(m_handler.Advance(52.3).empty());
+    EXPECT_FALSE(m_handler.Advance(0.3).empty());
+    EXPECT_FALSE(m_handler.Progress()) << "nothing runs any more";
+}
+
+TEST_F(CommandHandlerTest, CommandsThatTheStateForbidsAreRefusedAndChangeNothing) {
+    EXPECT_EQ(CodeOf(Tell(MakeExposeCommand(kJob))), ZRErrors::e_Phs_NoPlate);
+    EXPECT_EQ(CodeOf(Tell(MakeUnloadCommand())), ZRErrors::e_Phs_NoPlate);
+    EXPECT_EQ(State(), "empty");
+    Tell(MakeLoadCommand(kJob.plate));
+    EXPECT_EQ(CodeOf(Tell(MakeLoadCommand(kJob.plate))), kDeviceBusy);
+    m_handler.Advance(kLongEnough);
+    EXPECT_EQ(CodeOf(Tell(MakeLoadCommand(kJob.plate))), kCommandRejected);
+    Tell(MakeExposeCommand(kJob));
+    for (const Message& command : {MakeLoadCommand(kJob.plate), MakeExposeCommand(kJob), MakeUnloadCommand()}) {
+        EXPECT_EQ(CodeOf(Tell(command, kOther)), kDeviceBusy);
+    }
+    EXPECT_EQ(State(), "exposing");
+    EXPECT_EQ(m_handler.Advance(kLongEnough).at(0).destination, kClient) << "not the one that was refused";
+    EXPECT_EQ(CodeOf(Tell(MakeExposeCommand(kJob))), kCommandRejected) << "the plate is exposed";
+}
+
+TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
+    const std::vector<std::pair<Size, ZRErrors::ZRErrorT>> plates = {
+        {{1200'01, 580'00}, ZRErrors::e_Phs_PlateTooWide},
+        {{249'99, 580'00}, ZRErrors::e_Phs_PlateTooNarrow},
+        {{345'00, 1500'01}, ZRErrors::e_Phs_PlateTooLong},
+        {{345'00, 0}, ZRErrors::e_Phs_PlateTooShort},
+    };
+    for (const auto& [plate, code] : plates) {
+        EXPECT_EQ(CodeOf(Tell(MakeLoadCommand(plate))), code) << FormatSize(plate);
+    }
+    Load();
+    const auto exposing = [&](auto&& change) {
+        Job job = kJob;
+        change(job);
+        return CodeOf(Tell(MakeExposeCommand(job)));
+    };
+    EXPECT_EQ(exposing([](Job& job) { job.image.width = 345'01; }), kImageTooBig);
+    EXPECT_EQ(exposing([](Job& job) { job.image.length = 0; }), kInvalidParameter);
+    EXPECT_EQ(exposing([](Job& job) { job.name = "bell\a"; }), kInvalidParameter);
+    EXPECT_EQ(exposing([](Job& job) { job.resolution = 0; }), kResolutionNotSet);
+    EXPECT_EQ(exposing([](Job& job) { job.separations.clear(); }), kWrongSeparations);
+    EXPECT_EQ(exposing([](Job& job) { job.separations.assign(9, {"a", 1}); }), kWrongSeparations);
+    EXPECT_EQ(exposing([](Job& job) { job.separations[0].copies = 1000000000; }), kWrongSeparations);
+    EXPECT_EQ(State(), "loaded");
+}
+
+TEST_F(CommandHandlerTest, EveryTextThatIsNoReplyIsAnswered) {
+    struct Case {
+        const char* packet;
+        std::uint16_t destination;
+        ZRErrors::ZRErrorT code;
+    };
+    for (const Case& c : std::vector<Case>{{"", kClient, kInvalidData},
+                                           {"hello", kClient, kInvalidData},
+                                           {"1;1;7;0", kClient, kInvalidData},
+                                           {"1;17;7;0;;", kOther, kUnimplemented},
+                                           {"1;-1;7;0;;", kOther, kUnimplemented},
+                                           {"9;1;7;0;;", kOther, kUnimplemented},
+                                           {"1;17;0;0;;", kClient, kUnimplemented},
+                                           {"1;17;101;0;;", kClient, kUnimplemented},
+                                           {"1;2;7;0;width=345;", kOther, kInvalidParameter}}) {
+        SCOPED_TRACE(c.packet);
+        const std::vector<Outgoing> answers = m_handler.Handle(c.packet);
+        EXPECT_EQ(CodeOf(answers), c.code);
+        EXPECT_EQ(answers.at(0).destination, c.destination);
+        EXPECT_FALSE(answers.at(0).message.qualifier.empty()) << "a person is told the reason";
+    }
+    EXPECT_TRUE(m_handler.Handle("2;1;7;0;;").empty()) << "an answer to an answer would never end";
+    EXPECT_TRUE(m_handler.Handle("3;1;7;0;;").empty());
+}
+
+TEST_F(CommandHandlerTest, StopEndsTheRunningJobAndAnswersBoth) {
+    Load();
+    Tell(MakeExposeCommand(kJob));
+    m_handler.Advance(20);
+    const std::vector<Outgoing> answers = Tell(MakeStopCommand(), kOther);
+    ASSERT_EQ(answers.size(), 2u);
+    EXPECT_EQ(answers[0].destination, kClient);
+    EXPECT_EQ(answers[0].message.code, kExpose);
+    EXPECT_EQ(answers[0].message.value, kJobStopped);
+    EXPECT_EQ(answers[1].destination, kOther);
+    EXPECT_EQ(answers[1].message.value, ZRErrors::e_General_NoError);
+    EXPECT_TRUE(m_handler.IsStopped());
+    EXPECT_EQ(State(), "exposed") << "the plate is spoiled";
+    EXPECT_TRUE(m_handler.Advance(kLongEnough).empty());
+}
+
+} // namespace
+} // namespace gaizior

@@ -1,0 +1,82 @@
+#include "apps/job/failure.h"
+#include "apps/job/message.h"
+
+#include <gtest/gtest.h>
+
+namespace gaizior {
+namespace {
+
+/// The job that needs the longest message of all that the limits allow.
+Job LargestJob() {
+    Job job;
+    job.name.assign(kMaxJobName, 'n');
+    job.image = {149'999, 149'999};
+    job.resolution = kResolution.most;
+    for (std::size_t i = 0; i < kMaxSeparations; ++i) {
+        job.separations.push_back({std::string(kMaxSeparationName, static_cast<char>('a' + i)), kCopies.most});
+    }
+    return job;
+}
+
+TEST(Message, TheLargestJobArrivesWhole) {
+    const Job job = LargestJob();
+    Message command = MakeExposeCommand(job);
+    command.id = 65535;
+    std::string packet;
+    ASSERT_EQ(Encode(command, packet), ZRErrors::e_General_NoError);
+    EXPECT_LE(packet.size(), kMaxMessage);
+    Message received;
+    ASSERT_EQ(Decode(packet, received), ZRErrors::e_General_NoError);
+    EXPECT_EQ(received.id, 65535);
+    EXPECT_EQ(ReadExposeCommand(received), job);
+}
+
+TEST(Message, ALoadCommandKeepsHundredths) {
+    Message received;
+    std::string packet;
+    ASSERT_EQ(Encode(MakeLoadCommand({345'05, 580'50}), packet), ZRErrors::e_General_NoError);
+    EXPECT_EQ(packet, "1;2;0;0;width=345.05 length=580.5;");
+    ASSERT_EQ(Decode(packet, received), ZRErrors::e_General_NoError);
+    EXPECT_EQ(ReadLoadCommand(received), (Size{345'05, 580'50}));
+}
+
+TEST(Message, WhatWouldArriveChangedIsNotSent) {
+    Message message = MakeStopCommand();
+    std::string packet = "as before";
+    message.text = "a;b";
+    EXPECT_EQ(Encode(message, packet), kInvalidParameter);
+    message.text.assign(300, 'x');
+    EXPECT_NE(Encode(message, packet), ZRErrors::e_General_NoError);
+    message.text.clear();
+    message.qualifier.assign(kMaxMessage - std::string("1;5;0;0;;").size(), 'q');
+    EXPECT_EQ(packet, "as before");
+    EXPECT_EQ(Encode(message, packet), ZRErrors::e_General_NoError);
+    EXPECT_EQ(packet.size(), kMaxMessage);
+}
+
+TEST(Message, OnlyWholePacketsAreRead) {
+    for (const std::string packet : {"", ";;;;;", "1;2;3;4;text", "1;2;3;4", "x;2;3;4;;", "1;2;3;4x;;", "1;2;-1;4;;",
+                                     "1;2;65536;4;;", "99999999999;2;3;4;;", "1; 2;3;4;;", "hello", "\xFF\xFE;;;;;;"}) {
+        Message message{7, 7, 7, 7, "as", "before"};
+        EXPECT_EQ(Decode(packet, message), kInvalidData) << packet;
+        EXPECT_EQ(message.text, "as") << packet;
+    }
+    Message message;
+    EXPECT_EQ(Decode("1;1;1;1;" + std::string(300, 'x') + ";", message), kInvalidData);
+    EXPECT_EQ(Decode("1;2;3;-4;text;more;and more", message), ZRErrors::e_General_NoError);
+    EXPECT_EQ(message.value, -4);
+    EXPECT_EQ(message.text, "text");
+    EXPECT_EQ(message.qualifier, "more;and more");
+}
+
+TEST(Message, CommandsWithMissingOrHostileParametersAreNotRead) {
+    Message message = MakeExposeCommand(LargestJob());
+    for (const char* text : {"", "width=1", "width=1 length=", "width=99999999999 length=1", "width=1 length=-1",
+                             "width= length=5", "length=1 width", "width=1 length=1 separations=Cyan*x"}) {
+        message.text = text;
+        EXPECT_EQ(ReadExposeCommand(message), std::nullopt) << text;
+    }
+}
+
+} // namespace
+} // namespace gaizior

@@ -1,0 +1,57 @@
+#include "apps/bench/output.h"
+#include "apps/job/suggest.h"
+
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace gaizior {
+namespace {
+
+TEST(Output, AProgressLineFitsEveryWidth) {
+    const std::string label = "expose plate 2 of 4: Magenta";
+    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 59), label + " [####-------]  43 %  0:07 left") << "60 columns";
+    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 50), label + " [#####--------]  43 %") << "the time goes first";
+    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 20), "expose plat...  43 %");
+    for (std::size_t columns = 0; columns < 200; ++columns) {
+        EXPECT_LE(ProgressLine(label, 437, "0:07 left", columns).size(), columns);
+    }
+    EXPECT_EQ(ProgressLine("x", 5000, "", 30), "x [####################] 100 %");
+}
+
+TEST(Output, TextFromElsewhereCannotSteerATerminal) {
+    EXPECT_EQ(Printable("a\x1b[2J\r\nb\x7f"), "a\\x1B[2J\\x0D\\x0Ab\\x7F");
+    EXPECT_EQ(Printable("M\xC3\xBCller"), "M\xC3\xBCller");
+    EXPECT_EQ(Printable("\xC2\x9B"
+                        "2J"),
+              "\\xC2\\x9B2J")
+        << "a control character of two bytes";
+    EXPECT_EQ(Printable("\xFF\xC3"), "\\xFF\\xC3");
+}
+
+TEST(Output, JsonIsValidWhateverTheBytes) {
+    EXPECT_EQ(JsonText("say \"\\\"\n"), "\"say \\\"\\\\\\\"\\u000a\"");
+    EXPECT_EQ(JsonText("\xFF\xC0\x80\xED\xA0\x80"), "\"\\u00ff\\u00c0\\u0080\\u00ed\\u00a0\\u0080\"");
+    EXPECT_EQ(JsonText("\xC3\xBC\xF0\x9F\x98\x80"), "\"\xC3\xBC\xF0\x9F\x98\x80\"");
+}
+
+TEST(Output, ShortenedCountsCharactersNotBytes) {
+    EXPECT_EQ(Shortened("\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC", 4), "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC");
+    EXPECT_EQ(Shortened("\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC", 4), "\xC3\xBC...");
+    EXPECT_EQ(Shortened("abcdef", 2), "..");
+}
+
+TEST(Suggestion, NamesTheNearestWordOrNone) {
+    const std::vector<std::string> words = {"status", "send", "receive", "watch"};
+    const std::vector<std::pair<const char*, const char*>> cases = {
+        {"staus", "status"}, {"STATUS", "status"}, {"stauts", "status"}, {"recieve", "receive"}, {"wtach", "watch"}};
+    for (const auto& [typed, meant] : cases) {
+        EXPECT_EQ(Suggestion(typed, words), " (did you mean '" + std::string(meant) + "'?)") << typed;
+    }
+    for (const std::string& typed : {std::string("image"), std::string("x"), std::string(), std::string(5000, 's')}) {
+        EXPECT_EQ(Suggestion(typed, words), "") << typed.substr(0, 20);
+    }
+}
+
+} // namespace
+} // namespace gaizior
