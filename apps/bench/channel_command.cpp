@@ -31,7 +31,9 @@ enum class Presence { kThere, kAbsent };
 Outcome TakeLook(Look& look, Presence& presence) {
     constexpr unsigned kNoSuchObject = 2;
     const ZRErrors::ZRErrorT code = ZcSnapshot(&look.block, kLockTimeout);
-    const bool absent = code == ZRErrors::e_File_MappingFailed && ZcGetCommsOSError() == kNoSuchObject;
+    // While the last process closes the channel its objects vanish one after the other.
+    const bool absent = (code == ZRErrors::e_File_MappingFailed || code == ZRErrors::e_Resource_AllocationFailed) &&
+                        ZcGetCommsOSError() == kNoSuchObject;
     presence = absent ? Presence::kAbsent : Presence::kThere;
     if (!absent && code != ZRErrors::e_General_NoError && code != ZRErrors::e_Object_BadMagic) {
         return Fail("TakeLook(): ", code, ExitOf(code),
