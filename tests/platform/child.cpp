@@ -3,6 +3,7 @@
 //   arguments FILE ...   its further arguments           surroundings FILE   current folder, GAIZIOR_TEST_VALUE
 //   exit CODE            ends with that code             sleep               ends only when it is ended
 //   hold FILE KIND NAME  a mutex, which it owns, an event, which it sets, or a section, until it is ended
+//   leave FILE KIND NAME the same, but ends by itself and closes nothing
 //   console FILE WHAT    waits for a console event       descriptors FILE    its open descriptors but the standard ones
 
 #include "gaizior/platform/windows_api.h"
@@ -53,8 +54,8 @@ Parts Descriptors() {
     }
 }
 
-/// Keeps a name in use until it is ended.
-[[noreturn]] void Hold(const std::string& file, std::string_view kind, const char* name) {
+/// Takes a name into use.
+void Hold(const std::string& file, std::string_view kind, const char* name) {
     if (kind == "mutex") {
         ::WaitForSingleObject(::CreateMutexA(nullptr, FALSE, name), INFINITE);
     } else if (kind == "event") {
@@ -64,7 +65,6 @@ Parts Descriptors() {
         std::strcpy(static_cast<char*>(::MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0)), "written by the child");
     }
     Tell(file, {});
-    SleepForEver();
 }
 
 BOOL EndWithEvent(DWORD event) {
@@ -108,8 +108,11 @@ int main(int count, char** arguments) {
         Tell(words[2], Descriptors());
     } else if (task == "exit" && count == 3) {
         return std::stoi(words[2]);
-    } else if (task == "hold" && count == 5) {
+    } else if ((task == "hold" || task == "leave") && count == 5) {
         Hold(words[2], words[3], words[4].c_str());
+        if (task == "hold") {
+            SleepForEver();
+        }
     } else if (task == "sleep") {
         SleepForEver();
     } else if (task == "console" && count == 4) {
