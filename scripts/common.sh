@@ -1,5 +1,5 @@
 # What ./run and ./test share. Sourced by bash with the project's folder as the current one.
-set -euo pipefail
+set -Eeuo pipefail
 trap 'echo "FAILED: $BASH_COMMAND" >&2' ERR
 
 # Runs a command and keeps its output back unless it fails.

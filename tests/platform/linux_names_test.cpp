@@ -1,4 +1,5 @@
 #include "gaizior/platform/unique_handle.h"
+#include "tests/support/child.h"
 #include "tests/support/scratch.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <fstream>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace gaizior {
@@ -23,6 +25,7 @@ protected:
         return UniqueHandle(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name));
     }
 
+    test::ScratchFolder folder;
     test::PrivateNames names;
 };
 
@@ -40,6 +43,28 @@ TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
     }
     ::umask(before);
     EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
+}
+
+TEST_F(LinuxNames, AreGoneWithAProcessThatEndsByItself) {
+    for (const char* kind : {"mutex", "event", "section"}) {
+        const test::Child child(test::SiblingProgram("platform_child"),
+                                "leave \"" + folder.File(kind) + "\" " + kind + " it");
+        EXPECT_EQ(child.ExitCode(), 0u) << kind;
+        EXPECT_TRUE(std::filesystem::is_empty(names.Path())) << kind;
+    }
+}
+
+TEST_F(LinuxNames, BelongToTheProcessAndNotToItsForkedChild) {
+    const UniqueHandle section = Section("s");
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::_exit(::CloseHandle(section.Get()) ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(std::filesystem::exists(File("s")));
 }
 
 TEST_F(LinuxNames, AFileThatNobodyHoldsIsBegunAnew) {

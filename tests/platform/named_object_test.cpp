@@ -112,6 +112,27 @@ TEST_F(NamedObjectTest, ANamedMutexIsRecursiveAndItsOwnersAlone) {
     EXPECT_EQ(Wait(mutex, INFINITE), static_cast<DWORD>(WAIT_ABANDONED)) << "its owner was a thread that ended";
 }
 
+TEST_F(NamedObjectTest, ANewMutexBelongsToItsMakerWhoAskedForThat) {
+    const UniqueHandle first(::CreateMutexA(nullptr, TRUE, "m"));
+    const UniqueHandle second(::CreateMutexA(nullptr, TRUE, "m"));
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ALREADY_EXISTS));
+    std::thread([&] { EXPECT_EQ(Wait(second), kTimeout); }).join();
+    EXPECT_TRUE(::ReleaseMutex(second.Get()));
+    EXPECT_FALSE(::ReleaseMutex(first.Get())) << "only the first asked for a mutex that was new";
+}
+
+TEST_F(NamedObjectTest, AThreadHasAbandonedItsMutexWhenItsHandleIsSignalled) {
+    const UniqueHandle mutex = Mutex("m");
+    for (int round = 0; round < 50; ++round) {
+        const UniqueHandle thread(::CreateThread(
+            nullptr, 0, [](void* handle) -> DWORD { return ::WaitForSingleObject(handle, INFINITE); }, mutex.Get(), 0,
+            nullptr));
+        EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+        EXPECT_EQ(Wait(mutex), static_cast<DWORD>(WAIT_ABANDONED)) << round;
+        EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
+    }
+}
+
 /// The kernel tells at once that the owner died: nobody waits for a time-out.
 TEST_F(NamedObjectTest, AKilledOwnerAbandonsTheMutexToItsWaiter) {
     for (const bool amongOthers : {false, true}) {
@@ -153,6 +174,14 @@ TEST_F(NamedObjectTest, ANameWhoseHoldersAllDiedIsFresh) {
     const void* view = ::MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 0);
     EXPECT_STREQ(static_cast<const char*>(view), "");
     ::UnmapViewOfFile(view);
+}
+
+TEST_F(NamedObjectTest, AMutexWhoseHoldersAllDiedIsNotAbandonedButNew) {
+    StartHolder("mutex", "m")->Kill();
+    const UniqueHandle mutex = Mutex("m");
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0);
+    EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
 }
 
 TEST_F(NamedObjectTest, AViewKeepsItsMemoryAndReachesNoFurther) {

@@ -1,4 +1,5 @@
 #include "gaizior/platform/unique_handle.h"
+#include "tests/support/scratch.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
@@ -36,6 +37,7 @@ void SleepMilliseconds(unsigned milliseconds) {
 class WaitingTest : public ::testing::Test {
 protected:
     test::Watchdog watchdog;
+    test::PrivateNames names;
 };
 
 TEST_F(WaitingTest, AnAutoResetEventLetsOneGoAndAManualOneAll) {
@@ -71,16 +73,18 @@ TEST_F(WaitingTest, OneOfTwoWaitersTakesAnAutoResetEvent) {
 }
 
 TEST_F(WaitingTest, SettingAndResettingAtOnceReleasesWhoeverWaited) {
-    const UniqueHandle event = Event(TRUE);
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 4; ++i) {
-        waiters.emplace_back([&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); });
-    }
-    SleepMilliseconds(5 * kSoon);
-    ::SetEvent(event.Get());
-    ::ResetEvent(event.Get());
-    for (std::thread& waiter : waiters) {
-        waiter.join();
+    for (const char* name : {static_cast<const char*>(nullptr), "named"}) {
+        const UniqueHandle event(::CreateEventA(nullptr, TRUE, FALSE, name));
+        std::vector<std::thread> waiters;
+        for (int i = 0; i < 4; ++i) {
+            waiters.emplace_back([&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); });
+        }
+        SleepMilliseconds(5 * kSoon);
+        ::SetEvent(event.Get());
+        ::ResetEvent(event.Get());
+        for (std::thread& waiter : waiters) {
+            waiter.join();
+        }
     }
 }
 
@@ -184,10 +188,17 @@ TEST_F(WaitingTest, AWaitForAnyTakesOneTo64Handles) {
 
 TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
     const UniqueHandle set = Event(TRUE, TRUE);
-    SleepMilliseconds(2 * kSoon); // the watchdog's thread makes handles of its own when it starts
-    const HANDLE closed = ::CreateEventA(nullptr, TRUE, TRUE, nullptr);
-    EXPECT_TRUE(::CloseHandle(closed));
-    for (const HANDLE handle : {HANDLE{nullptr}, closed, reinterpret_cast<HANDLE>(0x7654320)}) {
+    HANDLE closed = nullptr; // the last of many: Windows gives a low value that is free to whoever asks next
+    {
+        std::vector<UniqueHandle> many;
+        for (int i = 0; i < 100; ++i) {
+            many.push_back(Event(TRUE, TRUE));
+        }
+        closed = many.back().Get();
+    }
+    const HANDLE forged =
+        reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(closed) + (std::uintptr_t{1} << 32));
+    for (const HANDLE handle : {HANDLE{nullptr}, closed, forged, reinterpret_cast<HANDLE>(0x7654320)}) {
         ::SetLastError(0);
         EXPECT_EQ(::WaitForSingleObject(handle, 0), WAIT_FAILED);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
@@ -208,9 +219,14 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
 }
 
 TEST_F(WaitingTest, ClosingAHandleLeavesItsWaitersToTheirTimeOut) {
+    int waited = 0; // a late waiter finds the handle closed already
     for (int round = 0; round < 20; ++round) {
         const HANDLE event = ::CreateEventA(nullptr, FALSE, FALSE, nullptr);
-        std::thread waiter([&] { EXPECT_EQ(::WaitForSingleObject(event, 40), static_cast<DWORD>(WAIT_TIMEOUT)); });
+        std::thread waiter([&] {
+            const DWORD result = ::WaitForSingleObject(event, 40);
+            EXPECT_NE(result, WAIT_OBJECT_0);
+            waited += result == WAIT_TIMEOUT;
+        });
         SleepMilliseconds(10);
         ::CloseHandle(event);
         const UniqueHandle next = Event();
@@ -218,6 +234,36 @@ TEST_F(WaitingTest, ClosingAHandleLeavesItsWaitersToTheirTimeOut) {
         waiter.join();
         EXPECT_EQ(Wait(next), WAIT_OBJECT_0);
     }
+    EXPECT_GT(waited, 0);
+}
+
+/// What a thread has just taken while another closed it must not come back as a later object's state.
+TEST_F(WaitingTest, AMutexThatIsClosedWhileItIsTakenHarmsNobody) {
+    std::atomic<HANDLE> shared{nullptr};
+    std::atomic<bool> isOver{false};
+    std::thread taker([&] {
+        while (!isOver) {
+            std::thread([&] { // which ends and abandons what it took
+                for (HANDLE taken = nullptr; !isOver && !taken;) {
+                    const HANDLE mutex = shared;
+                    taken = mutex && ::WaitForSingleObject(mutex, 0) == WAIT_OBJECT_0 ? mutex : nullptr;
+                }
+            })
+                .join();
+        }
+    });
+    int harmed = 0;
+    for (int round = 0; round < 3000; ++round) {
+        shared = ::CreateMutexA(nullptr, FALSE, nullptr);
+        std::this_thread::yield();
+        ::CloseHandle(shared.exchange(nullptr));
+        const UniqueHandle next = Event();
+        std::this_thread::yield();
+        harmed += Wait(next) != WAIT_TIMEOUT;
+    }
+    isOver = true;
+    taker.join();
+    EXPECT_EQ(harmed, 0);
 }
 
 DWORD EndWithMutex(void* mutex) {
@@ -240,42 +286,44 @@ TEST_F(WaitingTest, AThreadsHandleIsSignalledWhenItEnds) {
     EXPECT_EQ(Wait(mutex), static_cast<DWORD>(WAIT_ABANDONED)) << "before the thread counts as ended";
 }
 
-/// Threads hand tokens round through events, a mutex and a semaphore; none may be lost or doubled.
+/// Two threads hand tokens to three others through a semaphore and an event each, and sleep until they are told that
+/// the event was taken; none may be lost or taken twice.
 TEST_F(WaitingTest, NothingIsLostOrTakenTwiceUnderLoad) {
-    constexpr int kThreads = 4;
     constexpr int kRounds = 3000;
-    const UniqueHandle semaphore = Semaphore(0, kThreads * kRounds);
+    const UniqueHandle semaphore = Semaphore(0, 2 * kRounds);
+    const UniqueHandle events[] = {Event(), Event()};
+    const UniqueHandle answers[] = {Event(), Event()};
+    const UniqueHandle isOver = Event(TRUE);
     const UniqueHandle mutex = Mutex();
-    const UniqueHandle event = Event(FALSE, TRUE);
-    const UniqueHandle never = Event();
-    int guarded = 0;
-    std::atomic<int> taken{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&] {
-            const HANDLE any[] = {never.Get(), semaphore.Get(), event.Get()};
-            for (int i = 0; i < kRounds; ++i) {
-                EXPECT_EQ(Wait(mutex, INFINITE), WAIT_OBJECT_0);
-                ++guarded;
-                EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
-                EXPECT_TRUE(::ReleaseSemaphore(semaphore.Get(), 1, nullptr));
-                const DWORD got = WaitAny(any, INFINITE);
-                taken += got == WAIT_OBJECT_0 + 1;
-                if (got == WAIT_OBJECT_0 + 2) {
-                    EXPECT_TRUE(::SetEvent(event.Get()));
-                }
-            }
-        });
+    const HANDLE any[] = {events[0].Get(), events[1].Get(), semaphore.Get(), isOver.Get()};
+    int taken[3] = {};
+    const auto give = [&](int which) {
+        for (int i = 0; i < kRounds; ++i) {
+            EXPECT_TRUE(::ReleaseSemaphore(semaphore.Get(), 1, nullptr));
+            EXPECT_TRUE(::SetEvent(events[which].Get()));
+            EXPECT_EQ(Wait(answers[which], INFINITE), WAIT_OBJECT_0);
+        }
+    };
+    const auto take = [&] {
+        for (DWORD got; (got = WaitAny(any, INFINITE)) < 3;) {
+            EXPECT_EQ(Wait(mutex, INFINITE), WAIT_OBJECT_0);
+            ++taken[got];
+            EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
+            EXPECT_TRUE(got == 2 || ::SetEvent(answers[got].Get()));
+        }
+    };
+    std::thread givers[] = {std::thread(give, 0), std::thread(give, 1)};
+    std::thread takers[] = {std::thread(take), std::thread(take), std::thread(take)};
+    for (std::thread& giver : givers) {
+        giver.join();
     }
-    for (std::thread& thread : threads) {
-        thread.join();
+    ::SetEvent(isOver.Get());
+    for (std::thread& taker : takers) {
+        taker.join();
     }
-    EXPECT_EQ(guarded, kThreads * kRounds);
-    EXPECT_EQ(Wait(event), WAIT_OBJECT_0) << "the event's token is still there, once";
-    EXPECT_EQ(Wait(event), static_cast<DWORD>(WAIT_TIMEOUT));
-    LONG left = -1;
-    ASSERT_EQ(::ReleaseSemaphore(semaphore.Get(), 1, &left), taken != 0);
-    EXPECT_EQ(left, kThreads * kRounds - taken);
+    EXPECT_EQ(taken[0], kRounds);
+    EXPECT_EQ(taken[1], kRounds);
+    EXPECT_EQ(taken[2], 2 * kRounds);
 }
 
 /// Two threads that wake each other in turn: a lost wake would hang them.

@@ -44,7 +44,7 @@ CompletionRef::~CompletionRef() {
 
 bool CompletionRef::IsUnobserved() const {
     const ObjectLock lock(*m_pObject);
-    return (lock.Word() & kClosed) && !lock->first && lock->pins == 1;
+    return !(lock.Word() & kOpen) && !lock->first && lock->pins == 1;
 }
 
 void CompletionRef::Complete(DWORD exitCode) const {

@@ -61,7 +61,11 @@ void FutexWait(std::span<const FutexWord> words, const Deadline& deadline) {
         const unsigned flags = FUTEX_32 | (word.isShared ? 0u : static_cast<unsigned>(FUTEX_PRIVATE_FLAG));
         return futex_waitv{word.expected, reinterpret_cast<std::uintptr_t>(word.word), flags, 0};
     });
-    ::syscall(SYS_futex_waitv, waiters.data(), words.size(), 0, limit, CLOCK_MONOTONIC);
+    const long woken = ::syscall(SYS_futex_waitv, waiters.data(), words.size(), 0, limit, CLOCK_MONOTONIC);
+    if (woken < 0 && (errno == ENOSYS || errno == EPERM)) {
+        // Kernels before 5.16 and some sandboxes do not have it: the words are looked at now and then.
+        FutexWait(words.first(1), deadline.AtMost(1));
+    }
 }
 
 void FutexWake(const std::atomic<std::uint32_t>& word, int count, bool isShared) {

@@ -5,15 +5,14 @@
 using namespace gaizior::platform;
 
 HANDLE gaizior_windows_api::CreateMutexA(SECURITY_ATTRIBUTES*, BOOL initiallyOwned, const char* name) {
-    HANDLE handle = nullptr;
-    bool existed = false;
     if (name) {
-        auto named = NamedObject::OpenSync(Kind::NamedMutex, name, NamedObject::Mode::CreateOrOpen, 0, existed);
-        handle = NewNamedHandle(Kind::NamedMutex, std::move(named), existed);
-    } else {
-        handle = NewHandle(Kind::Mutex, kSignalled);
+        bool existed = false;
+        auto named = NamedObject::OpenSync(Kind::NamedMutex, name, NamedObject::Mode::CreateOrOpen,
+                                           initiallyOwned ? 0 : kSignalled, existed);
+        return NewNamedHandle(Kind::NamedMutex, std::move(named), existed);
     }
-    if (handle && initiallyOwned && !existed) {
+    const HANDLE handle = NewHandle(Kind::Mutex, kSignalled);
+    if (handle && initiallyOwned) {
         ::WaitForSingleObject(handle, INFINITE);
     }
     return handle;

@@ -31,7 +31,7 @@ struct NamedObject::SyncFile {
     std::uint32_t size;
     std::uint32_t kind;
     std::uint32_t isManual;
-    std::atomic<std::uint32_t> event; ///< kSet, kSleepers
+    std::atomic<std::uint32_t> event; ///< kSet, kSleepers, turns
     std::uint32_t reserved[7];
     pthread_mutex_t mutex;
     unsigned char unused[64 - sizeof(pthread_mutex_t)];
@@ -45,6 +45,7 @@ static_assert(std::atomic<std::uint32_t>::is_always_lock_free && sizeof(pthread_
 
 constexpr std::uint32_t kSet = 1;
 constexpr std::uint32_t kSleepers = 2;
+constexpr int kTurnShift = 2;  // the rest counts how often it was set
 constexpr mode_t kMode = 0600; // a name belongs to one user
 constexpr int kOpenAttempts = 5000;
 constexpr std::size_t kLongestName = 255;
@@ -55,6 +56,21 @@ std::map<std::string, std::weak_ptr<NamedObject>>& OpenObjects() {
     static auto* const objects = new std::map<std::string, std::weak_ptr<NamedObject>>;
     return *objects;
 }
+
+/// A process that ends without closing its handles leaves no files behind.
+const struct EndOfProcess {
+    ~EndOfProcess() {
+        const std::unique_lock lock(g_openLock, std::try_to_lock);
+        if (!lock) {
+            return; // a thread that is still opening a name must not keep the process from ending
+        }
+        for (const auto& [path, known] : OpenObjects()) {
+            if (const std::shared_ptr<NamedObject> object = known.lock()) {
+                object->GiveUpName();
+            }
+        }
+    }
+} g_endOfProcess;
 
 std::string Folder() {
     const char* const folder = std::getenv("GAIZIOR_SHM_DIR");
@@ -132,6 +148,14 @@ bool ReadHeader(int file, SyncFile& header) {
            std::memcmp(header.magic, SyncFile::kMagic, sizeof(header.magic)) == 0;
 }
 
+std::shared_ptr<NamedObject> UnnamedSection(std::size_t size) {
+    UniqueFd file(::memfd_create("gaizior section", MFD_CLOEXEC));
+    if (!file || ::ftruncate(file.Get(), static_cast<off_t>(size)) != 0) {
+        return FailErrnoNull();
+    }
+    return std::make_shared<NamedObject>(std::move(file), std::string());
+}
+
 void NapOneMillisecond() {
     const timespec nap{0, 1'000'000};
     ::nanosleep(&nap, nullptr);
@@ -151,19 +175,11 @@ void InitialiseMutex(pthread_mutex_t& mutex) {
 
 std::shared_ptr<NamedObject> NamedObject::OpenSync(Kind kind, const char* name, Mode mode, std::uint64_t bits,
                                                    bool& existed) {
-    return Open(kind, name, mode, sizeof(SyncFile), bits, existed);
+    return NoThrow([&] { return Open(kind, name, mode, sizeof(SyncFile), bits, existed); });
 }
 
 std::shared_ptr<NamedObject> NamedObject::OpenSection(const char* name, Mode mode, std::size_t size, bool& existed) {
-    if (name) {
-        return Open(Kind::Section, name, mode, size, 0, existed);
-    }
-    existed = false;
-    UniqueFd file(::memfd_create("gaizior section", MFD_CLOEXEC));
-    if (!file || ::ftruncate(file.Get(), static_cast<off_t>(size)) != 0) {
-        return FailErrnoNull();
-    }
-    return std::make_shared<NamedObject>(std::move(file), std::string());
+    return NoThrow([&] { return name ? Open(Kind::Section, name, mode, size, 0, existed) : UnnamedSection(size); });
 }
 
 std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, Mode mode, std::size_t size,
@@ -212,7 +228,11 @@ bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
         return FailErrno();
     }
     // Allocated at once: a full folder is told here and not by a signal at the first access.
-    if (const int error = ::posix_fallocate(File(), 0, static_cast<off_t>(size))) {
+    int error = 0;
+    do {
+        error = ::posix_fallocate(File(), 0, static_cast<off_t>(size));
+    } while (error == EINTR);
+    if (error != 0) {
         return Fail(ErrorOfErrno(error));
     }
     if (kind != Kind::Section) {
@@ -220,6 +240,9 @@ bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
             return false;
         }
         InitialiseMutex(m_pSync->mutex);
+        if (kind == Kind::NamedMutex && !(bits & kSignalled)) {
+            Taken(::pthread_mutex_lock(&m_pSync->mutex)); // before anybody else can
+        }
         m_pSync->event = bits & kSignalled ? kSet : 0;
         m_pSync->isManual = bits & kManual ? 1 : 0;
         m_pSync->kind = static_cast<std::uint32_t>(kind);
@@ -257,27 +280,43 @@ bool NamedObject::LeadsHere() const {
     return LeadsTo(m_path, File());
 }
 
-/// The last process that lets go removes the file: only then can it have the lock to itself.
 NamedObject::~NamedObject() {
     const DWORD error = ::GetLastError();
     // The kernel walks through a mutex that a thread still owns when that thread ends: its page stays.
     if (m_pSync && m_nAcquired == 0) {
         ::munmap(m_pSync, sizeof(SyncFile));
     }
-    if (!m_path.empty()) {
-        SetFileLock(File(), F_UNLCK);
-        if (SetFileLock(File(), F_WRLCK) && LeadsHere()) {
-            ::unlink(m_path.c_str());
-        }
-    }
+    GiveUpName();
     ::SetLastError(error);
 }
 
+void NamedObject::GiveUpName() {
+    if (m_path.empty() || m_nProcess != ::getpid()) {
+        return;
+    }
+    SetFileLock(File(), F_UNLCK);
+    if (SetFileLock(File(), F_WRLCK) && LeadsHere()) {
+        ::unlink(m_path.c_str());
+    }
+}
+
+std::uint32_t NamedObject::Turn() const {
+    return m_pSync->event.load() >> kTurnShift;
+}
+
+bool NamedObject::IsSet(std::uint32_t word, std::uint32_t turn) const {
+    return (word & kSet) || (m_pSync->isManual && word >> kTurnShift != turn);
+}
+
 void NamedObject::SetEvent() {
+    std::uint32_t before = m_pSync->event.load();
+    std::uint32_t after = 0;
+    do {
+        after = (before & ~kSleepers) | kSet;
+        after += before & kSet ? 0 : 1u << kTurnShift;
+    } while (!m_pSync->event.compare_exchange_weak(before, after));
     // A dead sleeper must not swallow the wake, so all are woken, also where only one can take the event.
-    const std::uint32_t before = m_pSync->event.fetch_or(kSet);
     if (before & kSleepers) {
-        m_pSync->event.fetch_and(~kSleepers);
         FutexWake(m_pSync->event, INT_MAX, true);
     }
 }
@@ -291,16 +330,17 @@ DWORD NamedObject::ReleaseMutex() {
         return ERROR_NOT_OWNER;
     }
     --m_nAcquired;
+    --CurrentThread().namedOwned;
     ::pthread_mutex_unlock(&m_pSync->mutex);
     return ERROR_SUCCESS;
 }
 
-Take NamedObject::TryTake(Kind kind) {
+Take NamedObject::TryTake(Kind kind, std::uint32_t turn) {
     if (kind == Kind::NamedMutex) {
         return Taken(::pthread_mutex_trylock(&m_pSync->mutex));
     }
     if (m_pSync->isManual) {
-        return m_pSync->event.load() & kSet ? Take::Taken : Take::No;
+        return IsSet(m_pSync->event.load(), turn) ? Take::Taken : Take::No;
     }
     std::uint32_t value = m_pSync->event.load();
     while (value & kSet) {
@@ -312,11 +352,13 @@ Take NamedObject::TryTake(Kind kind) {
 }
 
 Take NamedObject::TakeMutex(const Deadline& deadline) {
-    if (deadline.IsInfinite()) {
-        return Taken(::pthread_mutex_lock(&m_pSync->mutex));
-    }
-    const timespec end{deadline.Nanoseconds() / 1'000'000'000, deadline.Nanoseconds() % 1'000'000'000};
-    return Taken(::pthread_mutex_clocklock(&m_pSync->mutex, CLOCK_MONOTONIC, &end));
+    int result = 0;
+    do {
+        const std::int64_t end = deadline.AtMost(kLongestNamedSleep).Nanoseconds();
+        const timespec time{end / 1'000'000'000, end % 1'000'000'000};
+        result = ::pthread_mutex_clocklock(&m_pSync->mutex, CLOCK_MONOTONIC, &time);
+    } while (result == ETIMEDOUT && !deadline.HasPassed());
+    return Taken(result);
 }
 
 Take NamedObject::Taken(int result) {
@@ -324,6 +366,7 @@ Take NamedObject::Taken(int result) {
         return Take::No;
     }
     ++m_nAcquired;
+    ++CurrentThread().namedOwned;
     if (result == 0) {
         return Take::Taken;
     }
@@ -337,13 +380,13 @@ std::atomic<std::uint32_t>& NamedObject::MutexWord() const {
     return reinterpret_cast<std::atomic<std::uint32_t>&>(m_pSync->mutex.__data.__lock);
 }
 
-FutexWord NamedObject::PrepareSleep(Kind kind) {
+FutexWord NamedObject::PrepareSleep(Kind kind, std::uint32_t turn) {
     const bool isMutex = kind == Kind::NamedMutex;
     std::atomic<std::uint32_t>& word = isMutex ? MutexWord() : m_pSync->event;
     const std::uint32_t mark = isMutex ? static_cast<std::uint32_t>(FUTEX_WAITERS) : kSleepers;
     std::uint32_t value = word.load();
     do {
-        const bool isFree = isMutex ? (value & FUTEX_TID_MASK) == 0 : (value & kSet) != 0;
+        const bool isFree = isMutex ? (value & FUTEX_TID_MASK) == 0 : IsSet(value, turn);
         if (isFree) {
             return {nullptr, 0, true};
         }

@@ -12,6 +12,10 @@ namespace gaizior::platform {
 
 enum class Take { No, Taken, Abandoned };
 
+/// How long a thread sleeps on what other processes wake it by, before it looks again: a wake can be lost with a
+/// process that dies between being woken and taking the object, or between changing it and waking.
+inline constexpr DWORD kLongestNamedSleep = 100; // ms
+
 /// A named event, mutex or section as this process holds it: all its handles and views share one.
 class NamedObject {
 public:
@@ -19,7 +23,8 @@ public:
     /// Lays out the mapped, zeroed file of a new event or mutex.
     struct SyncFile;
 
-    /// `bits` of a new event: kManual, kSignalled. `existed` tells whether somebody held the name already.
+    /// `bits` of a new object: kManual, kSignalled (a mutex without it belongs to the calling thread). `existed` tells
+    /// whether somebody held the name already.
     /// @returns null with the last error set.
     static std::shared_ptr<NamedObject> OpenSync(Kind kind, const char* name, Mode mode, std::uint64_t bits,
                                                  bool& existed);
@@ -33,17 +38,21 @@ public:
     int File() const {
         return m_file.Get();
     }
+    /// Says that this process does not use the name any more; the last that says so removes the file.
+    void GiveUpName();
 
+    /// How often this event has been set; a manual-reset event lets everybody go who began to wait at another count.
+    std::uint32_t Turn() const;
     void SetEvent();
     void ResetEvent();
     /// @returns 0 or a Windows error number.
     DWORD ReleaseMutex();
-    Take TryTake(Kind kind);
+    Take TryTake(Kind kind, std::uint32_t turn);
     /// Waits for this mutex alone. @returns No when the deadline passed.
     Take TakeMutex(const Deadline& deadline);
 
     /// Announces a sleeper. @returns what to sleep on; its `word` is null when the object can be taken now.
-    FutexWord PrepareSleep(Kind kind);
+    FutexWord PrepareSleep(Kind kind, std::uint32_t turn);
     /// Passes on a wake that a sleeper got and did not use.
     void PassWakeOn(Kind kind) const;
 
@@ -54,11 +63,13 @@ private:
     bool Adopt(Kind kind);
     bool Map();
     bool LeadsHere() const;
+    bool IsSet(std::uint32_t word, std::uint32_t turn) const;
     Take Taken(int result);
     std::atomic<std::uint32_t>& MutexWord() const;
 
     UniqueFd m_file;
     std::string m_path;
+    pid_t m_nProcess = ::getpid(); ///< a forked child shares the lock, but not the right to give it up
     SyncFile* m_pSync = nullptr;
     std::atomic<int> m_nAcquired{0}; ///< how often threads of this process hold the mutex
 };

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <sched.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace gaizior::platform {
@@ -21,6 +22,7 @@ constexpr std::uint32_t kMaximumChunks = 65536;
 constexpr std::uint64_t kGenerationMask = 0x3FFFFFFF;
 constexpr int kPlaceShift = 2; // handles are multiples of 4, as on Windows
 constexpr int kSpins = 100;
+constexpr int kYields = 100;
 
 /// The places for objects. Never destroyed: handles are closed until the very end of the process.
 class Table {
@@ -104,13 +106,21 @@ std::uint64_t LoadUnlocked(const Object& object) {
         if (!(word & kLocked)) {
             return word;
         }
-        if (spins >= kSpins) {
-            ::sched_yield();
-        }
+        Pause(spins);
     }
 }
 
 } // namespace
+
+void Pause(int spins) {
+    if (spins >= kSpins + kYields) {
+        // Yielding alone would keep a thread of lower real-time priority from ever finishing.
+        const timespec nap{0, 50'000};
+        ::nanosleep(&nap, nullptr);
+    } else if (spins >= kSpins) {
+        ::sched_yield();
+    }
+}
 
 ThreadState& CurrentThread() {
     if (t_state.id == 0) {
@@ -129,7 +139,7 @@ Object* NewObject(Kind kind, std::uint64_t state) {
     object->owner.store(0, std::memory_order_relaxed);
     object->exitCode.store(STILL_ACTIVE, std::memory_order_relaxed);
     object->word.store(generation << kGenerationShift | std::uint64_t{static_cast<std::uint8_t>(kind)} << kKindShift |
-                       state);
+                       kOpen | state);
     return object;
 }
 
@@ -173,10 +183,6 @@ ObjectLock::ObjectLock(const Reference& reference) {
     }
 }
 
-void ObjectLock::Close() {
-    m_word = NextGeneration(m_word) << kGenerationShift | (m_word & 0xFFFFFFFF) | kClosed;
-}
-
 void ObjectLock::Link(WaitNode& node) {
     node.next = nullptr;
     node.previous = m_pObject->last;
@@ -212,13 +218,20 @@ ThreadState* ObjectLock::HandOver(std::uint32_t resultBase, bool ownership) {
     return nullptr;
 }
 
+bool ObjectLock::IsForgotten() const {
+    if ((m_word & kOpen) || m_pObject->first || m_pObject->pins > 0) {
+        return false;
+    }
+    // Whoever has just taken a mutex writes its name down a moment later, so the word alone tells that it is free.
+    return GetKind() != Kind::Mutex || (m_word & kSignalled);
+}
+
 void ObjectLock::Unlock() {
-    Object* const object = std::exchange(m_pObject, nullptr);
-    if (!object) {
+    if (!m_pObject) {
         return;
     }
-    const bool isForgotten =
-        (m_word & kClosed) && !object->first && object->pins == 0 && object->owner.load(std::memory_order_relaxed) == 0;
+    const bool isForgotten = IsForgotten();
+    Object* const object = std::exchange(m_pObject, nullptr);
     if (!isForgotten) {
         object->word.store(m_word);
         return;
@@ -281,11 +294,12 @@ BOOL gaizior_windows_api::CloseHandle(HANDLE handle) {
     if (!lock) {
         return Fail(ERROR_INVALID_HANDLE);
     }
-    lock.Close();
+    lock.Clear(kOpen);
     // A mutex that nobody waits for goes with its handle; otherwise its owner's end still releases the waiters.
     if (lock->owner.load(std::memory_order_relaxed) == CurrentThread().id && !lock->first) {
         UnlinkOwned(*lock);
         lock->owner.store(0, std::memory_order_relaxed);
+        lock.Set(kSignalled);
     }
     return TRUE;
 }

@@ -24,7 +24,7 @@ inline constexpr std::uint64_t kLocked = 1u << 1;    ///< somebody changes the o
 inline constexpr std::uint64_t kWaiters = 1u << 2;   ///< its list of waiters is not empty
 inline constexpr std::uint64_t kAbandoned = 1u << 3; ///< the mutex's last owner ended without releasing it
 inline constexpr std::uint64_t kManual = 1u << 4;    ///< stays signalled when it is taken
-inline constexpr std::uint64_t kClosed = 1u << 5;    ///< no handle leads here any more
+inline constexpr std::uint64_t kOpen = 1u << 5;      ///< a handle leads here
 inline constexpr int kKindShift = 8;
 inline constexpr int kGenerationShift = 32;
 
@@ -38,6 +38,7 @@ struct ThreadState {
     std::atomic<std::uint32_t> result{0};
     DWORD id = 0;
     Object* owned = nullptr; ///< the unnamed mutexes that it owns; only the thread itself changes the list
+    int namedOwned = 0;      ///< how often it holds named mutexes, which the kernel abandons for it
 };
 
 inline constexpr std::uint32_t kWaiting = 0xFFFFFFFF; ///< asleep or about to: may be handed an object
@@ -99,7 +100,7 @@ struct Reference {
     /// To an object that cannot vanish (it is pinned, owned, or waited for by the caller), be its handle open or not.
     explicit Reference(Object& present) : object(&present) {}
     bool Matches(std::uint64_t word) const {
-        return object && (!generation || word >> kGenerationShift == *generation);
+        return object && (!generation || (word >> kGenerationShift == *generation && (word & kOpen)));
     }
     /// The object's word when nobody is changing it; 0, which matches nothing, when the handle is closed.
     std::uint64_t Load() const;
@@ -137,8 +138,6 @@ public:
     void Clear(std::uint64_t bits) {
         m_word &= ~bits;
     }
-    /// Takes the handle's right to the object away.
-    void Close();
     void Link(WaitNode& node);
     void Unlink(WaitNode& node);
     /// Gives the object to the first waiter that can take it and unlinks its node. @returns that thread, to be woken
@@ -148,9 +147,14 @@ public:
     void Unlock();
 
 private:
+    bool IsForgotten() const;
+
     Object* m_pObject = nullptr;
     std::uint64_t m_word = 0;
 };
+
+/// Passes the time while another thread finishes a few instructions; `spins` counts the calls of one such wait.
+void Pause(int spins);
 
 /// Wakes a thread that HandOver returned; null is nobody.
 void Wake(const ThreadState* thread);

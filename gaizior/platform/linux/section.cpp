@@ -65,8 +65,15 @@ void* gaizior_windows_api::MapViewOfFile(HANDLE mapping, DWORD access, DWORD off
     if (view == MAP_FAILED) {
         return FailErrnoNull();
     }
-    const std::lock_guard lock(g_viewLock);
-    Views()[view] = viewSize;
+    const bool isKept = NoThrow([&] {
+        const std::lock_guard lock(g_viewLock);
+        Views()[view] = viewSize;
+        return true;
+    });
+    if (!isKept) {
+        ::munmap(view, viewSize);
+        return nullptr;
+    }
     return view;
 }
 

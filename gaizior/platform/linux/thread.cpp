@@ -1,10 +1,13 @@
 #include "gaizior/platform/linux/completion.h"
 #include "gaizior/platform/linux/futex.h"
 #include "gaizior/platform/linux/last_error.h"
+#include "gaizior/platform/linux/service_thread.h"
 
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <memory>
+#include <new>
 #include <span>
 #include <utility>
 
@@ -22,16 +25,49 @@ struct Start {
     std::atomic<DWORD> threadId{0}; ///< set when the new thread has read all the rest
 };
 
+/// What is left to do for a thread once the kernel has ended it.
+struct Ending {
+    pthread_t thread;
+    DWORD exitCode;
+    CompletionRef completion;
+};
+
+void* Finish(void* given) {
+    const std::unique_ptr<Ending> ending(static_cast<Ending*>(given));
+    ::pthread_join(ending->thread, nullptr);
+    ending->completion.Complete(ending->exitCode);
+    return nullptr;
+}
+
+/// The kernel abandons the named mutexes that the calling thread still owns when it has ended, and only then may its
+/// handle be signalled. @returns false, with `completion` untouched, when no thread can be had for that.
+bool CompleteAfterEnd(DWORD exitCode, CompletionRef& completion) {
+    std::unique_ptr<Ending> ending(new (std::nothrow) Ending{::pthread_self(), exitCode, {}});
+    if (!ending) {
+        return false;
+    }
+    std::swap(ending->completion, completion);
+    if (StartServiceThread("thread end", &Finish, ending.get()) != 0) {
+        std::swap(ending->completion, completion);
+        return false;
+    }
+    ending.release();
+    return true;
+}
+
 void* RunThread(void* given) {
     Start& start = *static_cast<Start*>(given);
     const LPTHREAD_START_ROUTINE run = start.run;
     void* const argument = start.argument;
-    const CompletionRef completion = std::move(start.completion);
+    CompletionRef completion = std::move(start.completion);
     start.threadId = ::GetCurrentThreadId();
     FutexWake(start.threadId, 1, false);
     const DWORD exitCode = run(argument);
     AbandonOwned();
-    completion.Complete(exitCode);
+    if (CurrentThread().namedOwned == 0 || !CompleteAfterEnd(exitCode, completion)) {
+        ::pthread_detach(::pthread_self());
+        completion.Complete(exitCode);
+    }
     return nullptr;
 }
 
@@ -41,10 +77,10 @@ std::size_t UsableStack(std::size_t size) {
     return (std::max(size, static_cast<std::size_t>(PTHREAD_STACK_MIN) * 4) + page - 1) / page * page;
 }
 
-int StartDetached(std::size_t stackSize, Start& start) {
+/// The thread detaches itself, or has itself joined, when it ends.
+int StartRunning(std::size_t stackSize, Start& start) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
-    ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     int error = stackSize ? ::pthread_attr_setstacksize(&attributes, UsableStack(stackSize)) : 0;
     if (error == 0) {
         pthread_t thread;
@@ -69,7 +105,7 @@ HANDLE gaizior_windows_api::CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackSize,
         return nullptr;
     }
     Start start{run, argument, ReferToCompletion(handle)};
-    if (const int error = StartDetached(stackSize, start)) {
+    if (const int error = StartRunning(stackSize, start)) {
         ::CloseHandle(handle);
         return FailNull(ErrorOfErrno(error));
     }

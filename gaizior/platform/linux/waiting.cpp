@@ -8,13 +8,8 @@
 #include <optional>
 #include <span>
 
-#include <sched.h>
-
 namespace gaizior::platform {
 namespace {
-
-/// A wake for a named mutex can be lost with a process that dies between being woken and taking it.
-constexpr DWORD kLongestNamedSleep = 100;
 
 DWORD ResultOf(Take take, DWORD index) {
     return (take == Take::Abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + index;
@@ -27,10 +22,11 @@ struct Waited {
     Object* object = nullptr;
     std::shared_ptr<NamedObject> named;
     Kind kind = Kind::None;
+    std::uint32_t turn = 0; ///< of the named event when the wait began
     bool hasSlept = false;
 
     Take TryTake() const {
-        return named ? named->TryTake(kind) : platform::TryTake(*object);
+        return named ? named->TryTake(kind, turn) : platform::TryTake(*object);
     }
 };
 
@@ -81,7 +77,9 @@ private:
                 return Fail(ERROR_INVALID_HANDLE);
             }
             waited.named = lock->named;
-            if (!waited.named) {
+            if (waited.named) {
+                waited.turn = waited.named->Turn();
+            } else {
                 waited.object = &*lock;
                 waited.node.thread = &m_thread;
                 waited.node.index = m_count;
@@ -112,21 +110,21 @@ private:
         if (m_hasNodes) {
             words[count++] = {&m_thread.result, kWaiting, false};
         }
-        bool isNamedMutex = false;
+        bool hasNamed = false;
         bool canSleep = true;
         for (Waited& waited : Enqueued()) {
             if (!waited.named) {
                 canSleep = canSleep && !LooksSignalled(*waited.object);
                 continue;
             }
-            const FutexWord word = waited.named->PrepareSleep(waited.kind);
+            const FutexWord word = waited.named->PrepareSleep(waited.kind, waited.turn);
             canSleep = canSleep && word.word;
             words[count++] = word;
             waited.hasSlept = true;
-            isNamedMutex = isNamedMutex || waited.kind == Kind::NamedMutex;
+            hasNamed = true;
         }
         if (canSleep) {
-            FutexWait(std::span(words).first(count), isNamedMutex ? m_deadline.AtMost(kLongestNamedSleep) : m_deadline);
+            FutexWait(std::span(words).first(count), hasNamed ? m_deadline.AtMost(kLongestNamedSleep) : m_deadline);
         }
         std::uint32_t result = kWaiting;
         if (m_thread.result.compare_exchange_strong(result, kClaimed)) {
@@ -138,8 +136,8 @@ private:
     /// Whoever handed the object over still works on its list until the node is unlinked.
     DWORD Receive(DWORD result) {
         Waited& waited = m_places[result % WAIT_ABANDONED_0];
-        while (waited.node.isLinked.load(std::memory_order_acquire)) {
-            ::sched_yield();
+        for (int spins = 0; waited.node.isLinked.load(std::memory_order_acquire); ++spins) {
+            Pause(spins);
         }
         if (waited.kind == Kind::Mutex) {
             LinkOwned(*waited.object);
@@ -174,7 +172,7 @@ std::optional<Take> TryTakeAny(HANDLE handle) {
         Fail(ERROR_INVALID_HANDLE);
         return std::nullopt;
     }
-    return lock->named->TryTake(lock.GetKind());
+    return lock->named->TryTake(lock.GetKind(), lock->named->Turn());
 }
 
 bool IsOpen(HANDLE handle) {
