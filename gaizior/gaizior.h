@@ -15,4 +15,5 @@
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/values/string.h"
+#include "gaizior/values/text.h"
 #include "gaizior/values/text_file.h"

@@ -4,7 +4,7 @@
 #include "gaizior/platform/export.h"
 
 #include <cstddef>
-#include <string>
+#include <string_view>
 
 extern "C" {
 
@@ -26,6 +26,11 @@ GAIZIOR_API const char* UiStrStr(const char* text, const char* pattern);
 }
 
 namespace gaizior {
+
+/// The text; a null one counts as empty.
+constexpr std::string_view OrEmpty(const char* text) {
+    return text ? text : "";
+}
 
 /// The lower case of an ASCII letter, any other character as it is, whatever the locale.
 constexpr char ToLowerAscii(char c) {

@@ -1,0 +1,37 @@
+#include "gaizior/platform/path.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace gaizior {
+namespace {
+
+#ifdef _WIN32
+constexpr char kSeparator = '\\';
+constexpr char kForeignSeparator = '/';
+constexpr char kNotInherited = 'N';
+#else
+constexpr char kSeparator = '/';
+constexpr char kForeignSeparator = '\\';
+constexpr char kNotInherited = 'e';
+#endif
+
+} // namespace
+
+std::string ToSystemPath(std::string_view path) {
+    std::string result(path);
+    std::ranges::replace(result, kForeignSeparator, kSeparator);
+    return result;
+}
+
+std::FILE* OpenFile(const char* path, const char* mode) {
+    if (!path || !mode || !*mode) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    std::string flags = mode;
+    flags.insert(1, 1, kNotInherited);
+    return std::fopen(ToSystemPath(path).c_str(), flags.c_str());
+}
+
+} // namespace gaizior
