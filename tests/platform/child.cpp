@@ -1,18 +1,9 @@
-<<<<<<< HEAD
 // The program that the process tests start. Its first word says what to do; what it has to tell it writes to the file
 // that the second names, each part ended by a bar, the file complete as soon as it is there.
 //   arguments FILE ...   its further arguments     surroundings FILE   what it inherited
 //   console FILE WHAT    handles console events    hold FILE KIND NAME a mutex, which it owns, an event, which it sets,
 //                                                                      or a section
-=======
-// The program that the process tests start. What it has to tell it writes to the file named by its second argument:
-// each part ended by a NUL, the file complete as soon as it is there.
-//   arguments FILE ...   its further arguments           surroundings FILE   current folder, GAIZIOR_TEST_VALUE
-//   exit CODE            ends with that code             sleep               ends only when it is ended
-//   hold FILE KIND NAME  a mutex, which it owns, an event, which it sets, or a section, until it is ended
-//   leave FILE KIND NAME the same, but ends by itself and closes nothing
-//   console FILE WHAT    waits for a console event       descriptors FILE    its open descriptors but the standard ones
->>>>>>> work-platform
+//                                            leave FILE KIND NAME     the same, but ends by itself and closes nothing
 
 #include "gaizior/platform/windows_api.h"
 
@@ -63,13 +54,8 @@ void HandleConsoleEvents(const std::string& what) {
     }
 }
 
-<<<<<<< HEAD
 /// Keeps a name in use.
 void Hold(const std::string& kind, const char* name) {
-=======
-/// Takes a name into use.
-void Hold(const std::string& file, std::string_view kind, const char* name) {
->>>>>>> work-platform
     if (kind == "mutex") {
         ::WaitForSingleObject(::CreateMutexA(nullptr, FALSE, name), INFINITE);
     } else if (kind == "event") {
@@ -78,73 +64,20 @@ void Hold(const std::string& file, std::string_view kind, const char* name) {
         const HANDLE section = ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name);
         std::strcpy(static_cast<char*>(::MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, 0)), "written by the child");
     }
-<<<<<<< HEAD
-=======
-    Tell(file, {});
-}
-
-BOOL EndWithEvent(DWORD event) {
-    std::_Exit(static_cast<int>(40 + event));
-}
-BOOL Pass(DWORD) {
-    return FALSE;
-}
-BOOL Take(DWORD) {
-    return TRUE;
-}
-
-[[noreturn]] void WaitForConsoleEvent(const std::string& file, std::string_view what) {
-    if (what == "asks the last first") {
-        ::SetConsoleCtrlHandler(Take, TRUE);
-        ::SetConsoleCtrlHandler(EndWithEvent, TRUE);
-        ::SetConsoleCtrlHandler(Pass, TRUE);
-    } else if (what == "nobody wants it") {
-        ::SetConsoleCtrlHandler(Pass, TRUE);
-    } else if (what == "removed") {
-        ::SetConsoleCtrlHandler(EndWithEvent, TRUE);
-        ::SetConsoleCtrlHandler(EndWithEvent, FALSE);
-    } else if (what == "ignored") {
-        ::SetConsoleCtrlHandler(EndWithEvent, TRUE);
-        ::SetConsoleCtrlHandler(nullptr, TRUE);
-    }
-    Tell(file, {});
-    SleepForEver();
->>>>>>> work-platform
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
     const Parts words(arguments, arguments + count);
-<<<<<<< HEAD
     if (words.at(1) == "arguments") {
         Tell(words.at(2), Parts(words.begin() + 3, words.end()));
     } else if (words.at(1) == "surroundings") {
         Tell(words.at(2), Surroundings());
-=======
-    const std::string task = count > 1 ? words[1] : "";
-    if (task == "arguments" && count > 2) {
-        Tell(words[2], Parts(words.begin() + 3, words.end()));
-    } else if (task == "surroundings" && count == 3) {
-        Tell(words[2], Surroundings());
-    } else if (task == "descriptors" && count == 3) {
-        Tell(words[2], Descriptors());
-    } else if (task == "exit" && count == 3) {
-        return std::stoi(words[2]);
-    } else if ((task == "hold" || task == "leave") && count == 5) {
-        Hold(words[2], words[3], words[4].c_str());
-        if (task == "hold") {
-            SleepForEver();
-        }
-    } else if (task == "sleep") {
-        SleepForEver();
-    } else if (task == "console" && count == 4) {
-        WaitForConsoleEvent(words[2], words[3]);
->>>>>>> work-platform
     } else {
-        words.at(1) == "hold" ? Hold(words.at(3), arguments[4]) : HandleConsoleEvents(words.at(3));
+        words.at(1) == "console" ? HandleConsoleEvents(words.at(3)) : Hold(words.at(3), arguments[4]);
         Tell(words.at(2), {});
-        ::Sleep(INFINITE);
+        ::Sleep(words.at(1) == "leave" ? 0 : INFINITE);
     }
     return 0;
 }
