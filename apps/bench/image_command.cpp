@@ -139,9 +139,9 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds, d
     std::printf("  plates       %d of %s\n", plates, FormatSize(job.plate).c_str());
     std::printf("  time         %.1f s", seconds);
     if (options.speed != 1) {
-        std::printf(" (simulated at %g times a real engine's pace, which needs %.1f s)", options.speed, engineSeconds);
+        std::printf(" at %g times the engine's pace", options.speed);
     }
-    std::printf("\n  pace         %.0f plates an hour\n", perHour);
+    std::printf("\n  real engine  %.1f s, %.0f plates an hour\n", engineSeconds, perHour);
 }
 
 } // namespace
@@ -166,9 +166,12 @@ Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt) {
         failure = Stop(session, display);
     }
     display.Clear();
+    if (failure && failure->code == kUserAborted) {
+        failure->text += " at '" + display.Step() + "': the imager was stopped";
+    } else if (failure && session.ProcessId() != 0) {
+        failure->text += ", at '" + display.Step() + "'";
+    }
     if (failure) {
-        failure->text += failure->code == kUserAborted ? " at '" + display.Step() + "': the imager was stopped"
-                                                       : ", at '" + display.Step() + "'";
         return failure;
     }
     PrintSummary(options, job, seconds, session.EngineSeconds());
