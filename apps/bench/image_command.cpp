@@ -4,6 +4,7 @@
 #include "apps/job/job_file.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace gaizior {
 namespace {
@@ -102,6 +103,21 @@ Outcome Stop(ImagerSession& session, JobDisplay& display) {
     return failure;
 }
 
+/// Ends the session after a failure at `step` and tells both in one line.
+Failure EndAfter(Failure failure, ImagerSession& session, const std::string& step) {
+    if (session.ProcessId() == 0) {
+        return failure;
+    }
+    const Outcome notEnded = session.End();
+    failure.text += ", at '" + step + "'";
+    if (notEnded) {
+        failure.text += "; " + notEnded->text;
+    } else if (failure.code == kUserAborted) {
+        failure.text += "; the imager was stopped";
+    }
+    return failure;
+}
+
 /// `seconds` passed here, `engineSeconds` on the engine.
 void PrintSummary(const ImageOptions& options, const Job& job, double seconds, double engineSeconds) {
     const int plates = CountPlates(job);
@@ -166,13 +182,8 @@ Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt) {
         failure = Stop(session, display);
     }
     display.Clear();
-    if (failure && failure->code == kUserAborted) {
-        failure->text += " at '" + display.Step() + "': the imager was stopped";
-    } else if (failure && session.ProcessId() != 0) {
-        failure->text += ", at '" + display.Step() + "'";
-    }
     if (failure) {
-        return failure;
+        return EndAfter(std::move(*failure), session, display.Step());
     }
     PrintSummary(options, job, seconds, session.EngineSeconds());
     return std::nullopt;
