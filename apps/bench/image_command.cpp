@@ -4,6 +4,7 @@
 #include "apps/job/job_file.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace gaizior {
 namespace {
@@ -102,6 +103,21 @@ Outcome Stop(ImagerSession& session, JobDisplay& display) {
     return failure;
 }
 
+/// Ends the session after a failure at `step` and tells both in one line.
+Failure EndAfter(Failure failure, ImagerSession& session, const std::string& step) {
+    if (session.ProcessId() == 0) {
+        return failure;
+    }
+    const Outcome notEnded = session.End();
+    failure.text += ", at '" + step + "'";
+    if (notEnded) {
+        failure.text += "; " + notEnded->text;
+    } else if (failure.code == kUserAborted) {
+        failure.text += "; the imager was stopped";
+    }
+    return failure;
+}
+
 /// `seconds` passed here, `engineSeconds` on the engine.
 void PrintSummary(const ImageOptions& options, const Job& job, double seconds, double engineSeconds) {
     const int plates = CountPlates(job);
@@ -139,9 +155,9 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds, d
     std::printf("  plates       %d of %s\n", plates, FormatSize(job.plate).c_str());
     std::printf("  time         %.1f s", seconds);
     if (options.speed != 1) {
-        std::printf(" (simulated at %g times a real engine's pace, which needs %.1f s)", options.speed, engineSeconds);
+        std::printf(" at %g times the engine's pace", options.speed);
     }
-    std::printf("\n  pace         %.0f plates an hour\n", perHour);
+    std::printf("\n  real engine  %.1f s, %.0f plates an hour\n", engineSeconds, perHour);
 }
 
 } // namespace
@@ -167,9 +183,7 @@ Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt) {
     }
     display.Clear();
     if (failure) {
-        failure->text += failure->code == kUserAborted ? " at '" + display.Step() + "': the imager was stopped"
-                                                       : ", at '" + display.Step() + "'";
-        return failure;
+        return EndAfter(std::move(*failure), session, display.Step());
     }
     PrintSummary(options, job, seconds, session.EngineSeconds());
     return std::nullopt;

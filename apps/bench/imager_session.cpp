@@ -90,7 +90,7 @@ Outcome ImagerSession::End() {
             ::TerminateProcess(m_hProcess.Get(), static_cast<UINT>(Exit::kFailed));
             ::WaitForSingleObject(m_hProcess.Get(), kTimeToEnd);
             outcome = Fail("ImagerSession::End(): ", ZRErrors::e_Command_TimedOut, Exit::kTimedOut,
-                           m_path + " (process " + std::to_string(m_nProcessId) + ") did not end within " +
+                           "the imager (process " + std::to_string(m_nProcessId) + ") did not end within " +
                                std::to_string(kTimeToEnd / 1000) + " s and was killed");
         }
         m_hProcess = UniqueHandle();

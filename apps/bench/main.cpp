@@ -290,6 +290,7 @@ int Run(int argc, char** argv) {
 } // namespace
 } // namespace gaizior
 
-int main(int argc, char** argv) {
-    return gaizior::Run(argc, argv);
+int main(int argc, char** argv) try { return gaizior::Run(argc, argv); } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench: it cannot go on: %s\n", error.what());
+    return static_cast<int>(gaizior::Exit::kFailed);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -58,7 +59,7 @@ void ForEachCharacter(std::string_view text, Visitor&& visit) {
 
 std::string Painted(Stream stream, Colour colour, std::string_view text) {
     const char* noColour = std::getenv("NO_COLOR");
-    if ((noColour && *noColour) || !IsTerminal(stream)) {
+    if ((noColour && *noColour) || !HasColour(stream)) {
         return std::string(text);
     }
     const char* begin = colour == Colour::kGood ? "\x1b[32m" : colour == Colour::kBad ? "\x1b[31m" : "\x1b[2m";
@@ -104,7 +105,7 @@ std::string Counted(long long count, const char* thing) {
 }
 
 std::string Duration(double seconds) {
-    const auto whole = static_cast<long long>(std::max(seconds, 0.0) + 0.5);
+    const long long whole = std::llround(std::max(seconds, 0.0));
     std::array<char, 40> buffer{};
     if (whole >= 3600) {
         std::snprintf(buffer.data(), buffer.size(), "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
@@ -115,7 +116,7 @@ std::string Duration(double seconds) {
 }
 
 std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns) {
-    constexpr std::size_t kLeastBar = 10;
+    constexpr std::size_t kLeastBar = 8;
     constexpr std::size_t kMostBar = 40;
     const int done = std::clamp(permille, 0, 1000);
     const std::string percent = Formatted("%3u %%", static_cast<unsigned>(done / 10));
@@ -142,17 +143,23 @@ void ProgressBar::Show(std::string_view label, int permille, std::string_view ti
     constexpr unsigned kFreeColumns = 3;
     const unsigned columns = std::max(TerminalColumns(Stream::kError), kFreeColumns);
     const std::string line = ProgressLine(label, permille, time, columns - kFreeColumns);
-    std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
-    std::fflush(stderr);
-    m_bShown = true;
+    Draw(line);
 }
 
 void ProgressBar::Clear() {
-    if (m_bShown) {
-        std::fputs("\r\x1b[K", stderr);
+    if (m_nShown > 0) {
+        Draw({});
+        std::fputc('\r', stderr);
         std::fflush(stderr);
-        m_bShown = false;
     }
+}
+
+/// Blanks wipe what is left of a longer line before: every terminal understands those.
+void ProgressBar::Draw(const std::string& line) {
+    const std::string rest(m_nShown - std::min(m_nShown, line.size()), ' ');
+    std::fprintf(stderr, "\r%s%s", line.c_str(), rest.c_str());
+    std::fflush(stderr);
+    m_nShown = line.size();
 }
 
 JsonObject& JsonObject::Value(const char* key, std::string_view json) {

@@ -46,8 +46,10 @@ public:
     void Clear();
 
 private:
+    void Draw(const std::string& line);
+
     bool m_bLive;
-    bool m_bShown = false;
+    std::size_t m_nShown = 0; ///< characters of the line that stands there
 };
 
 /// A JSON object that is written key by key.

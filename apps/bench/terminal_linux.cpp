@@ -26,7 +26,12 @@ unsigned TerminalColumns(Stream stream) {
     return ::ioctl(Descriptor(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualColumns;
 }
 
-TerminalMode::TerminalMode() = default;
-TerminalMode::~TerminalMode() = default;
+bool HasColour(Stream stream) {
+    return IsTerminal(stream);
+}
+
+// Terminals here are ready as they are.
+TerminalMode::TerminalMode() {}
+TerminalMode::~TerminalMode() {}
 
 } // namespace gaizior

@@ -7,11 +7,35 @@
 namespace gaizior {
 namespace {
 
+bool g_bHasColour[2] = {};
+
 HANDLE ConsoleOf(Stream stream) {
     return ::GetStdHandle(stream == Stream::kOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
 }
 
+/// Not every console that takes the mode heeds it: one that moves the cursor for a colour sequence does not.
+bool HeedsSequences(HANDLE console) {
+    CONSOLE_SCREEN_BUFFER_INFO before{};
+    CONSOLE_SCREEN_BUFFER_INFO after{};
+    DWORD written = 0;
+    if (!::GetConsoleScreenBufferInfo(console, &before) || !::WriteConsoleA(console, "\x1b[0m", 4, &written, nullptr) ||
+        !::GetConsoleScreenBufferInfo(console, &after)) {
+        return false;
+    }
+    const bool heeds = after.dwCursorPosition.X == before.dwCursorPosition.X;
+    if (!heeds) {
+        ::SetConsoleCursorPosition(console, before.dwCursorPosition);
+        ::WriteConsoleA(console, "    ", 4, &written, nullptr);
+        ::SetConsoleCursorPosition(console, before.dwCursorPosition);
+    }
+    return heeds;
+}
+
 } // namespace
+
+bool HasColour(Stream stream) {
+    return g_bHasColour[static_cast<int>(stream)];
+}
 
 bool IsTerminal(Stream stream) {
     DWORD mode = 0;
@@ -30,9 +54,10 @@ unsigned TerminalColumns(Stream stream) {
 TerminalMode::TerminalMode() {
     for (const Stream stream : {Stream::kOutput, Stream::kError}) {
         DWORD& mode = m_nModes[static_cast<int>(stream)];
-        if (::GetConsoleMode(ConsoleOf(stream), &mode)) {
-            ::SetConsoleMode(ConsoleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-        }
+        const HANDLE console = ConsoleOf(stream);
+        g_bHasColour[static_cast<int>(stream)] = ::GetConsoleMode(console, &mode) &&
+                                                 ::SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) &&
+                                                 HeedsSequences(console);
     }
 }
 

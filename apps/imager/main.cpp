@@ -51,7 +51,7 @@ int Run(ServerOptions options, DWORD clientProcess, bool verbose) {
 } // namespace
 } // namespace gaizior
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     gaizior::ServerOptions options;
     DWORD clientProcess = 0;
     bool verbose = false;
@@ -84,4 +84,7 @@ int main(int argc, char** argv) {
         options.clientId = static_cast<std::uint16_t>(options.id - 1);
     }
     return gaizior::Run(options, clientProcess, verbose);
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "imager: it cannot go on: %s\n", error.what());
+    return static_cast<int>(gaizior::Exit::kFailed);
 }

@@ -18,7 +18,7 @@ Outcome ImagerClient::WaitUntilReady() {
     return WaitForReply(kStatus, greeting, {});
 }
 
-Outcome ImagerClient::Command(Message command, Message& reply, const ProgressHandler& onProgress) {
+Outcome ImagerClient::Command(const Message& command, Message& reply, const ProgressHandler& onProgress) {
     if (Outcome failure = Send(command)) {
         return failure;
     }

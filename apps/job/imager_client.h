@@ -40,7 +40,7 @@ public:
     /// Sends a command and waits for its reply; progress goes to `onProgress`, which may be empty.
     /// @returns nothing when the imager did what it was told; a failure with the imager's own code when it refused;
     ///          e_Command_TimedOut, kImagerDied or kUserAborted when no reply came.
-    Outcome Command(Message command, Message& reply, const ProgressHandler& onProgress = {});
+    Outcome Command(const Message& command, Message& reply, const ProgressHandler& onProgress = {});
 
     /// Tells the imager to end and reads on, so that nothing of its stays in the channel, until its process has
     /// ended. @returns whether it has within `milliseconds`.

@@ -10,7 +10,7 @@ namespace {
 
 TEST(Output, AProgressLineFitsEveryWidth) {
     const std::string label = "expose plate 2 of 4: Magenta";
-    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 59), label + " [####-------]  43 %  0:07 left") << "60 columns";
+    EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 57), label + " [###------]  43 %  0:07 left") << "60 columns";
     EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 50), label + " [#####--------]  43 %") << "the time goes first";
     EXPECT_EQ(ProgressLine(label, 437, "0:07 left", 20), "expose plat...  43 %");
     for (std::size_t columns = 0; columns < 200; ++columns) {

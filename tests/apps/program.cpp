@@ -132,6 +132,19 @@ bool HasEnded(DWORD processId, DWORD milliseconds) {
     return ended;
 }
 
+void SuspendProcess(DWORD processId) {
+#ifdef _WIN32
+    using Suspend = LONG(WINAPI*)(HANDLE);
+    const auto suspend = reinterpret_cast<Suspend>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll"), "NtSuspendProcess")));
+    const HANDLE hProcess = ::OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, processId);
+    suspend(hProcess);
+    ::CloseHandle(hProcess);
+#else
+    ::kill(static_cast<pid_t>(processId), SIGSTOP);
+#endif
+}
+
 void KillProcess(DWORD processId) {
     const HANDLE hProcess = ::OpenProcess(PROCESS_TERMINATE, FALSE, processId);
     ::TerminateProcess(hProcess, 1);

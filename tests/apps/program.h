@@ -40,6 +40,8 @@ std::string ProgramPath(const std::string& name);
 
 /// Waits up to `milliseconds` until no process of that id runs.
 bool HasEnded(DWORD processId, DWORD milliseconds);
+/// Lets a process hang: it neither runs nor ends.
+void SuspendProcess(DWORD processId);
 /// Ends a process the hard way.
 void KillProcess(DWORD processId);
 

@@ -135,6 +135,17 @@ TEST_F(ProgramsTest, AnImagerThatIsKilledEndsTheJobWithOneLine) {
     EXPECT_EQ(bench.Output(), "");
 }
 
+TEST_F(ProgramsTest, AnImagerThatHangsIsGivenUpAndKilled) {
+    Program bench("bench", {"image", kSample, "--timeout", "1"});
+    const std::string process = bench.WaitForError("start the imager (process ");
+    const auto imager = static_cast<DWORD>(std::strtoul(process.c_str(), nullptr, 10));
+    SuspendProcess(imager);
+    EXPECT_EQ(bench.Wait(20000), 4);
+    EXPECT_TRUE(Holds(bench.Errors(), "did not answer 'load' within 1 s")) << bench.Errors();
+    EXPECT_TRUE(Holds(bench.Errors(), "did not end within 5 s and was killed\n")) << bench.Errors();
+    EXPECT_TRUE(HasEnded(imager, 0));
+}
+
 TEST_F(ProgramsTest, AnImagerWhoseBenchIsKilledEndsByItself) {
     Program bench("bench", {"image", kSample, "--speed", "10"});
     const DWORD imager = WaitForExposure(bench);
