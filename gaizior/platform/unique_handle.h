@@ -8,7 +8,7 @@ namespace gaizior {
 
 /// Owns a handle that CreateXxx or OpenXxx returned and closes it.
 class UniqueHandle {
-  public:
+public:
     UniqueHandle() = default;
     explicit UniqueHandle(HANDLE handle) : m_handle(handle) {}
     UniqueHandle(UniqueHandle&& other) noexcept : m_handle(std::exchange(other.m_handle, nullptr)) {}
@@ -22,10 +22,14 @@ class UniqueHandle {
         }
     }
 
-    HANDLE Get() const { return m_handle; }
-    explicit operator bool() const { return m_handle != nullptr; }
+    HANDLE Get() const {
+        return m_handle;
+    }
+    explicit operator bool() const {
+        return m_handle != nullptr;
+    }
 
-  private:
+private:
     HANDLE m_handle = nullptr;
 };
 

@@ -241,7 +241,7 @@ bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
         }
         InitialiseMutex(m_pSync->mutex);
         if (kind == Kind::NamedMutex && !(bits & kSignalled)) {
-            Taken(::pthread_mutex_lock(&m_pSync->mutex)); // before anybody else can
+            Taken(::pthread_mutex_trylock(&m_pSync->mutex)); // before anybody else can
         }
         m_pSync->event = bits & kSignalled ? kSet : 0;
         m_pSync->isManual = bits & kManual ? 1 : 0;
@@ -351,16 +351,6 @@ Take NamedObject::TryTake(Kind kind, std::uint32_t turn) {
     return Take::No;
 }
 
-Take NamedObject::TakeMutex(const Deadline& deadline) {
-    int result = 0;
-    do {
-        const std::int64_t end = deadline.AtMost(kLongestNamedSleep).Nanoseconds();
-        const timespec time{end / 1'000'000'000, end % 1'000'000'000};
-        result = ::pthread_mutex_clocklock(&m_pSync->mutex, CLOCK_MONOTONIC, &time);
-    } while (result == ETIMEDOUT && !deadline.HasPassed());
-    return Taken(result);
-}
-
 Take NamedObject::Taken(int result) {
     if (result != 0 && result != EOWNERDEAD) {
         return Take::No;
@@ -392,6 +382,12 @@ FutexWord NamedObject::PrepareSleep(Kind kind, std::uint32_t turn) {
         }
     } while (!word.compare_exchange_weak(value, value | mark));
     return {&word, value | mark, true};
+}
+
+void NamedObject::RemindOfSleepers(Kind kind) const {
+    if (kind == Kind::NamedMutex) {
+        MutexWord().fetch_or(static_cast<std::uint32_t>(FUTEX_WAITERS));
+    }
 }
 
 void NamedObject::PassWakeOn(Kind kind) const {

@@ -48,11 +48,11 @@ public:
     /// @returns 0 or a Windows error number.
     DWORD ReleaseMutex();
     Take TryTake(Kind kind, std::uint32_t turn);
-    /// Waits for this mutex alone. @returns No when the deadline passed.
-    Take TakeMutex(const Deadline& deadline);
 
     /// Announces a sleeper. @returns what to sleep on; its `word` is null when the object can be taken now.
     FutexWord PrepareSleep(Kind kind, std::uint32_t turn);
+    /// Has whoever slept beside the caller woken when it gives back what it took: taking a mutex forgets its sleepers.
+    void RemindOfSleepers(Kind kind) const;
     /// Passes on a wake that a sleeper got and did not use.
     void PassWakeOn(Kind kind) const;
 

@@ -51,7 +51,7 @@ bool CompleteAfterEnd(DWORD exitCode, CompletionRef& completion) {
         std::swap(ending->completion, completion);
         return false;
     }
-    ending.release();
+    static_cast<void>(ending.release());
     return true;
 }
 

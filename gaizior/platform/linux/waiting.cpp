@@ -93,11 +93,16 @@ private:
 
     std::optional<DWORD> TakeLowest() {
         for (DWORD i = 0; i < m_count; ++i) {
-            const Take take = m_places[i].TryTake();
-            if (take != Take::No) {
-                m_places[i].hasSlept = false;
-                return ResultOf(take, i);
+            Waited& waited = m_places[i];
+            const Take take = waited.TryTake();
+            if (take == Take::No) {
+                continue;
             }
+            if (waited.hasSlept) {
+                waited.named->RemindOfSleepers(waited.kind);
+                waited.hasSlept = false;
+            }
+            return ResultOf(take, i);
         }
         return std::nullopt;
     }
@@ -180,16 +185,6 @@ bool IsOpen(HANDLE handle) {
     return kind != Kind::None && kind != Kind::Section;
 }
 
-DWORD WaitForMutex(HANDLE handle, DWORD milliseconds) {
-    const std::shared_ptr<NamedObject> mutex = NamedOf(handle, Kind::NamedMutex);
-    const Take take = mutex ? mutex->TakeMutex(Deadline(milliseconds)) : Take::No;
-    if (take == Take::No && (!mutex || milliseconds == INFINITE)) {
-        Fail(ERROR_INVALID_HANDLE);
-        return WAIT_FAILED;
-    }
-    return take == Take::No ? WAIT_TIMEOUT : ResultOf(take, 0);
-}
-
 } // namespace
 } // namespace gaizior::platform
 
@@ -204,9 +199,6 @@ DWORD gaizior_windows_api::WaitForSingleObject(HANDLE handle, DWORD milliseconds
     }
     if (milliseconds == 0) {
         return WAIT_TIMEOUT;
-    }
-    if (KindOf(Reference(handle).Load()) == Kind::NamedMutex) {
-        return WaitForMutex(handle, milliseconds);
     }
     Waited place;
     return Wait(std::span(&handle, 1), std::span(&place, 1), milliseconds).Run();
