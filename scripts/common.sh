@@ -1,5 +1,7 @@
 # What ./run and ./test share. Sourced by bash with the project's folder as the current one.
 set -Eeuo pipefail
+# A compiler cache serves every clone of the project alike.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 trap 'echo "FAILED: $BASH_COMMAND" >&2' ERR
 
 # Runs a command and keeps its output back unless it fails.
