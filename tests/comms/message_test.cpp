@@ -1,6 +1,7 @@
 #include "gaizior/comms/message.h"
 
-#include "gaizior/logging/log_stream.h"
+#include "tests/comms/log_capture.h"
+#include "tests/support/allocation_failure.h"
 
 #include <gtest/gtest.h>
 
@@ -13,23 +14,17 @@ namespace {
 
 using ZRErrors::ZRErrorT;
 
-std::string g_logged;
-
 /// Opens what derived classes may use.
 class Message : public ZRCommMsgC {
 public:
     using ZRCommMsgC::FromString;
+    using ZRCommMsgC::m_nStringLength;
     using ZRCommMsgC::ToString;
     using ZRCommMsgC::ZRCommMsgC;
 };
 
 class MessageTest : public ::testing::Test {
 protected:
-    MessageTest() {
-        ZRLogStreamC([](unsigned, int, char* text) { g_logged += text; }, nullptr, nullptr, nullptr);
-        g_logged.clear();
-    }
-
     static std::string Written(const Message& message) {
         std::ostringstream stream;
         EXPECT_EQ(message.ToString(stream, 1), ZRErrors::e_General_NoError);
@@ -41,6 +36,7 @@ protected:
         return message.FromString(stream);
     }
 
+    test::LogCapture lines;
     Message message;
 };
 
@@ -105,14 +101,20 @@ TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
          "unexpected object termination while reading parameter value: &quo\n"},
         {"<ZRCommMsgC m_pString=\"&#65536;\" />", ZRErrors::e_Xml_ReadFailed,
          "unexpected object termination while reading parameter value: &#65536;\n"},
+        {"<ZRCommMsgC m_ID=\"zz\" m_Val=\"10000001f\"", ZRErrors::e_Xml_ReadFailed,
+         "unexpected object termination while reading parameter name: \n"}, // 33 bits: the low 32, as on Windows
+        {"<ZRCommMsgC m_pString=\"a/>\" />", ZRErrors::e_Xml_ReadFailed,
+         "unexpected object termination while reading parameter value: a\n"},
+        {"<ZRCommMsgC a>b//>", ZRErrors::e_Xml_ReadFailed,
+         "unexpected object termination while reading parameter name: a>b/\n"},
+        {"<Other>", ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading object name: Other>\n"},
         {"<ZRCommMsgC m_Nothing=\"1\" />", ZRErrors::e_Arguments_Bad, "Invalid parameter:m_Nothing = 1\n"},
     };
     for (const Reading& reading : readings) {
         SCOPED_TRACE(reading.text);
-        g_logged.clear();
         EXPECT_EQ(Read(reading.text), reading.error);
         const std::string from = reading.error == ZRErrors::e_Arguments_Bad ? "StoreParameter" : "FromString";
-        EXPECT_EQ(g_logged, *reading.logged ? " ERROR: ZRCommMsgC::" + from + "(): " + reading.logged : "");
+        EXPECT_EQ(lines.Take(), *reading.logged ? "0 ERROR: ZRCommMsgC::" + from + "(): " + reading.logged : "");
     }
     EXPECT_EQ(message.m_Code, 26);
     EXPECT_EQ(message.m_Val, 31);
@@ -160,10 +162,46 @@ TEST_F(MessageTest, OwnsItsTexts) {
     other = message;
     EXPECT_STREQ(other.GetMessageString(), "text");
     EXPECT_NE(other.GetMessageString(), message.GetMessageString());
-    Message sharing(message); // shares the text until something is assigned to it
-    EXPECT_EQ(sharing.GetMessageString(), message.GetMessageString());
-    sharing = message;
-    EXPECT_NE(sharing.GetMessageString(), message.GetMessageString());
+    EXPECT_EQ(message.m_nStringLength, 5);
+}
+
+TEST_F(MessageTest, SharesItsTextsWithItsCopies) {
+    auto first = std::make_unique<Message>();
+    first->m_Val = 7;
+    first->SetMessageString("string");
+    first->SetQualifierString("qualifier");
+    Message copy(*first);
+    EXPECT_EQ(copy.GetMessageString(), first->GetMessageString());
+    EXPECT_EQ(copy.GetQualifierString(), first->GetQualifierString());
+    EXPECT_EQ(Written(copy), Written(*first));
+    copy.SetMessageString("other");
+    first.reset();
+    EXPECT_STREQ(copy.GetMessageString(), "other");
+    EXPECT_STREQ(copy.GetQualifierString(), "qualifier");
+    Message(copy).Clear();
+    EXPECT_STREQ(copy.GetQualifierString(), "qualifier");
+}
+
+TEST_F(MessageTest, LogsWhatItCannotStoreOrWrite) {
+    EXPECT_EQ(message.SetMessageString(std::string(65535, 'x').c_str()), ZRErrors::e_Buffer_TooSmall);
+    EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::DuplicateString(): Buffer too small: 124\n");
+    std::ostringstream full;
+    full.setstate(std::ios_base::badbit);
+    EXPECT_EQ(message.ToString(full, 1), ZRErrors::e_Xml_WriteFailed);
+    EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::ToString(): Failed to write XML object: 33666\n");
+    message.SetMessageString("kept");
+    Message other;
+    other.SetMessageString("string");
+    other.SetQualifierString("qualifier");
+    int failures = 0;
+    while (lines.Take(), test::FailAllocation(failures + 1, [&] { message = other; })) {
+        ++failures;
+        EXPECT_STREQ(message.GetMessageString(), "kept");
+        EXPECT_NE(lines.Take().find(" ERROR: ZRCommMsgC::Clone(): failed - Memory allocation failed: 2001\n"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(failures, 2) << "each text is allocated once";
+    EXPECT_STREQ(message.GetQualifierString(), "qualifier");
 }
 
 } // namespace
