@@ -13,25 +13,19 @@ namespace gaizior::test {
 class LogCapture {
 public:
     LogCapture() {
-        Lines().clear();
-        ZRLogStrstreambufC::SetDBFn([](unsigned level, int, char* line) { Lines() += std::to_string(level) + line; });
+        s_lines.clear();
+        ZRLogStrstreambufC::SetDBFn([](unsigned level, int, char* line) { s_lines += std::to_string(level) + line; });
     }
     ~LogCapture() {
         ZRLogStrstreambufC::SetDBFn([](unsigned, int, char* line) { std::fputs(line, stderr); });
     }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
     /// The lines since the last call.
     std::string Take() {
-        return std::exchange(Lines(), {});
+        return std::exchange(s_lines, {});
     }
 
 private:
-    static std::string& Lines() {
-        static std::string lines;
-        return lines;
-    }
+    static inline std::string s_lines;
 };
 
 } // namespace gaizior::test
