@@ -1,14 +1,15 @@
 #include "gaizior/comms/message.h"
 
+#include "gaizior/comms/number_text.h"
 #include "gaizior/comms/packet.h"
 #include "gaizior/comms/xml_reader.h"
 #include "gaizior/errors/error_text.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/values/text.h"
 
 #include <array>
+#include <atomic>
 #include <charconv>
-#include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <new>
 #include <sstream>
@@ -24,6 +25,46 @@ constexpr std::string_view kObjectName = "ZRCommMsgC";
 constexpr std::size_t kLongestText = 65534;
 constexpr std::size_t kPacketSize = 256;
 constexpr std::uint16_t kFieldSize = 2048;
+
+/// A stored text follows the number of messages that share it.
+using Sharers = std::atomic<std::uint32_t>;
+
+Sharers& SharersOf(char* text) {
+    return *std::launder(reinterpret_cast<Sharers*>(text - sizeof(Sharers)));
+}
+
+/// @returns a copy of the text with its NUL, for one message; null when memory runs out.
+char* NewText(std::string_view text) {
+    void* const block = ::operator new(sizeof(Sharers) + text.size() + 1, std::nothrow);
+    if (!block) {
+        return nullptr;
+    }
+    new (block) Sharers(1);
+    char* const copy = static_cast<char*>(block) + sizeof(Sharers);
+    copy[text.copy(copy, text.size())] = '\0';
+    return copy;
+}
+
+char* ShareText(char* text) {
+    if (text) {
+        SharersOf(text).fetch_add(1, std::memory_order_relaxed);
+    }
+    return text;
+}
+
+void GiveUpText(char* text) {
+    if (text && SharersOf(text).fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        ::operator delete(text - sizeof(Sharers));
+    }
+}
+
+/// Logs why a method failed. @returns the code.
+ZRErrorT Fail(ZRErrorT code, const char* function) {
+    std::array<char, kErrorTextSize> text;
+    ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+    log << ZRLevel(0) << ZRErrorMark << function << FormatErrorText(code, text) << std::endl;
+    return code;
+}
 
 void AppendHexadecimal(std::string& text, std::uint32_t value) {
     char digits[8];
@@ -65,19 +106,17 @@ void AppendEscaped(std::string& text, char c) {
 
 void AppendText(std::string& text, std::string_view name, const char* value) {
     text.append(" ").append(name).append("=\"");
-    for (const char c : std::string_view(value ? value : "")) {
+    for (const char c : OrEmpty(value)) {
         AppendEscaped(text, c);
     }
     text += '"';
 }
 
-/// Reads a number as "%x" does: nothing is stored when there is none.
+/// Stores a number that is written in hexadecimal; nothing when there is none.
 template <typename Number>
 void ReadHexadecimal(const char* text, Number& number) {
-    char* end = nullptr;
-    const unsigned long long value = std::strtoull(text, &end, 16);
-    if (end != text) {
-        number = static_cast<Number>(value);
+    if (const std::optional<std::uint32_t> value = ReadNumber(text, 16)) {
+        number = static_cast<Number>(*value);
     }
 }
 
@@ -90,6 +129,11 @@ using namespace gaizior;
 
 ZRCommMsgC::ZRCommMsgC(bool bXML) : m_nFormat(bXML ? 1 : 0) {}
 
+ZRCommMsgC::ZRCommMsgC(const ZRCommMsgC& other)
+    : m_Type(other.m_Type), m_Code(other.m_Code), m_ID(other.m_ID), m_Val(other.m_Val),
+      m_nStringLength(other.m_nStringLength), m_nQualifierLength(other.m_nQualifierLength),
+      m_pString(ShareText(other.m_pString)), m_pQualifier(ShareText(other.m_pQualifier)), m_nFormat(other.m_nFormat) {}
+
 ZRCommMsgC& ZRCommMsgC::operator=(const ZRCommMsgC& other) {
     Clone(other);
     return *this;
@@ -100,38 +144,29 @@ ZRCommMsgC::~ZRCommMsgC() {
 }
 
 ZRErrorT ZRCommMsgC::Clone(const ZRCommMsgC& other) {
-    if (this == &other) {
-        return ZRErrors::e_General_NoError;
-    }
-    // A message made as a copy still shares its texts with the other: those are not its own to free.
-    if (m_pString == other.m_pString) {
-        m_pString = nullptr;
-    }
-    if (m_pQualifier == other.m_pQualifier) {
-        m_pQualifier = nullptr;
-    }
-    Clear();
-    m_Type = other.m_Type;
-    m_Code = other.m_Code;
-    m_ID = other.m_ID;
-    m_Val = other.m_Val;
-    m_nFormat = other.m_nFormat;
-    ZRErrorT error = SetMessageString(other.m_pString);
+    ZRCommMsgC copy(other); // shares the texts until they are duplicated
+    ZRErrorT error = copy.SetMessageString(other.m_pString);
     if (error == ZRErrors::e_General_NoError) {
-        error = SetQualifierString(other.m_pQualifier);
+        error = copy.SetQualifierString(other.m_pQualifier);
     }
     if (error != ZRErrors::e_General_NoError) {
-        std::array<char, kErrorTextSize> text;
-        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-        log << ZRLevel(0) << ZRErrorMark << "ZRCommMsgC::Clone(): failed - " << FormatErrorText(error, text)
-            << std::endl;
+        return Fail(error, "ZRCommMsgC::Clone(): failed - ");
     }
-    return error;
+    m_Type = copy.m_Type;
+    m_Code = copy.m_Code;
+    m_ID = copy.m_ID;
+    m_Val = copy.m_Val;
+    m_nStringLength = copy.m_nStringLength;
+    m_nQualifierLength = copy.m_nQualifierLength;
+    std::swap(m_pString, copy.m_pString);
+    std::swap(m_pQualifier, copy.m_pQualifier);
+    m_nFormat = copy.m_nFormat;
+    return ZRErrors::e_General_NoError;
 }
 
 void ZRCommMsgC::Clear() {
-    delete[] std::exchange(m_pString, nullptr);
-    delete[] std::exchange(m_pQualifier, nullptr);
+    GiveUpText(std::exchange(m_pString, nullptr));
+    GiveUpText(std::exchange(m_pQualifier, nullptr));
     m_nStringLength = 0;
     m_nQualifierLength = 0;
 }
@@ -156,22 +191,19 @@ const char* ZRCommMsgC::GetQualifierString() const {
     return m_pQualifier;
 }
 
-/// Replaces a stored text; the old one is freed last, since the new one may be a part of it.
+/// Replaces a stored text; the old one is given up last, since the new one may be a part of it.
 ZRErrorT ZRCommMsgC::DuplicateString(const char* text, char** copy, std::uint16_t* length) {
-    const std::size_t characters = text ? std::strlen(text) : 0;
-    if (characters > kLongestText) {
-        return ZRErrors::e_Buffer_TooSmall;
+    constexpr const char* kFunction = "ZRCommMsgC::DuplicateString(): ";
+    const std::string_view characters = OrEmpty(text);
+    if (characters.size() > kLongestText) {
+        return Fail(ZRErrors::e_Buffer_TooSmall, kFunction);
     }
-    char* duplicate = nullptr;
-    if (characters > 0) {
-        duplicate = new (std::nothrow) char[characters + 1];
-        if (!duplicate) {
-            return ZRErrors::e_Memory_AllocationFailed;
-        }
-        std::memcpy(duplicate, text, characters + 1);
+    char* const duplicate = characters.empty() ? nullptr : NewText(characters);
+    if (!duplicate && !characters.empty()) {
+        return Fail(ZRErrors::e_Memory_AllocationFailed, kFunction);
     }
-    delete[] std::exchange(*copy, duplicate);
-    *length = static_cast<std::uint16_t>(characters > 0 ? characters + 1 : 0);
+    GiveUpText(std::exchange(*copy, duplicate));
+    *length = static_cast<std::uint16_t>(duplicate ? characters.size() + 1 : 0);
     return ZRErrors::e_General_NoError;
 }
 
@@ -183,12 +215,7 @@ std::ostream& operator<<(std::ostream& stream, ZRCommMsgC& message) {
 }
 
 ZRErrorT ZRCommMsgC::ToString(std::ostream& stream, int noTerminator) const {
-    ZRErrorT error = ZRErrors::e_General_NoError;
-    if (m_nFormat) {
-        ToXMLString(stream);
-    } else {
-        error = ToQ2String();
-    }
+    const ZRErrorT error = m_nFormat ? ToXMLString(stream) : ToQ2String();
     if (noTerminator == 0) {
         stream.put('\0');
     }
@@ -201,7 +228,7 @@ ZRErrorT ZRCommMsgC::ToQ2String() const {
     return ZRCreateMessage(m_Type, m_Code, m_ID, m_Val, m_pString, m_pQualifier, text, kPacketSize);
 }
 
-void ZRCommMsgC::ToXMLString(std::ostream& stream) const {
+ZRErrorT ZRCommMsgC::ToXMLString(std::ostream& stream) const {
     std::string text("<");
     text.reserve(128u + m_nStringLength + m_nQualifierLength);
     text.append(kObjectName);
@@ -214,6 +241,7 @@ void ZRCommMsgC::ToXMLString(std::ostream& stream) const {
     text.append(" />");
     stream.write(text.data(), static_cast<std::streamsize>(text.size()));
     stream << std::hex; // a decision of this system: hosts find the stream as the writer left it
+    return stream ? ZRErrors::e_General_NoError : Fail(ZRErrors::e_Xml_WriteFailed, "ZRCommMsgC::ToString(): ");
 }
 
 // --- Reading ---------------------------------------------------------------------------------------------------------
@@ -249,33 +277,29 @@ ZRErrorT ZRCommMsgC::FromQ2String(std::istream& stream) {
 
 ZRErrorT ZRCommMsgC::FromXMLString(std::istream& stream) {
     XmlReader reader(stream);
-    std::string name;
-    if (const ZRErrorT error = reader.ReadObjectName(name)) {
-        return error;
+    std::string_view object;
+    ZRErrorT error = reader.ReadObjectName(object);
+    if (error == ZRErrors::e_General_NoError && object != kObjectName) {
+        LogReadFailure(
+            std::string("Invalid comms object name, expected: \"ZRCommMsgC\", read: \"").append(object).append("\""));
+        error = ZRErrors::e_Object_InvalidName;
     }
-    if (name != kObjectName) {
-        LogReadFailure("Invalid comms object name, expected: \"" + std::string(kObjectName) + "\", read: \"" + name +
-                       '"');
-        return ZRErrors::e_Object_InvalidName;
-    }
-    while (!reader.AtEnd()) {
-        std::string parameter;
-        std::string value;
-        ZRErrorT error = reader.ReadParameter(parameter, value);
+    while (error == ZRErrors::e_General_NoError && !reader.AtEnd()) {
+        const char* name = nullptr;
+        const char* value = nullptr;
+        error = reader.ReadParameter(name, value);
         if (error == ZRErrors::e_General_NoError) {
-            error = StoreParameter(parameter.c_str(), value.c_str());
-        }
-        if (error != ZRErrors::e_General_NoError) {
-            return error;
+            error = StoreParameter(name, value);
         }
     }
-    return ZRErrors::e_General_NoError;
+    return error;
 }
 
 ZRErrorT ZRCommMsgC::StoreParameter(const char* name, const char* value) {
     const std::string_view parameter(name);
     if (parameter == "m_Type") {
-        m_Type = std::atoi(value); // in decimal although it is written in hexadecimal, a decision of this system
+        // in decimal although it is written in hexadecimal, a decision of this system
+        m_Type = static_cast<std::int32_t>(ReadNumber(value, 10).value_or(0));
     } else if (parameter == "m_Code") {
         ReadHexadecimal(value, m_Code);
     } else if (parameter == "m_ID") {

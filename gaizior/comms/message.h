@@ -10,27 +10,26 @@
 /// One command or reply between processes: type, code, ID, value and two texts. The stream operators write and read it
 /// as an element of XML or, with the format flag off, read it from its packet text.
 ///
-/// An object belongs to one thread at a time. It owns its texts, at most 65,534 characters each, and frees them in its
-/// destructor.
+/// An object belongs to one thread at a time. It owns its texts, at most 65,534 characters each.
 class GAIZIOR_API ZRCommMsgC {
 public:
     /// An empty message; `bXML` chooses the text form.
     explicit ZRCommMsgC(bool bXML = true);
-    /// Copies share the texts, a decision of this system: only one of the two may keep them, the other must be made to
-    /// forget them before it is destroyed. Assignment duplicates them.
-    ZRCommMsgC(const ZRCommMsgC& other) = default;
-    /// When memory runs out the failure is logged and the texts that could not be duplicated are missing.
+    /// Copies share the texts, a decision of this system, until one of them gets others; assignment duplicates them.
+    /// Whoever gives a shared text up last frees it. Copies may belong to different threads.
+    ZRCommMsgC(const ZRCommMsgC& other);
+    /// When memory runs out the failure is logged and nothing is changed.
     ZRCommMsgC& operator=(const ZRCommMsgC& other);
     virtual ~ZRCommMsgC();
 
-    /// Frees both texts.
+    /// Gives both texts up.
     void Clear();
     /// @returns the format flag before; not 0 is XML.
     int SetFormat(int format);
 
     /// Store a copy of a text, of which the present one may be a part; null and "" store null.
     /// @returns 0; e_Buffer_TooSmall for a text of 65,535 characters or more, e_Memory_AllocationFailed: nothing is
-    ///   changed then.
+    ///   changed then, and the failure is logged.
     ZRErrors::ZRErrorT SetMessageString(const char* text);
     ZRErrors::ZRErrorT SetQualifierString(const char* text);
     /// @returns the stored text, the object's, or null.
@@ -50,10 +49,12 @@ public:
 
 protected:
     /// Writes the text form, and a NUL behind it when `noTerminator` is 0.
-    /// @returns 0, or what ZRCreateMessage returns for the packet form in 256 bytes.
+    /// @returns 0; e_Xml_WriteFailed when the stream does not take the XML form, which is logged; for the packet form
+    ///   what ZRCreateMessage returns for 256 bytes.
     ZRErrors::ZRErrorT ToString(std::ostream& stream, int noTerminator) const;
     /// Reads the text form. @returns 0; for XML e_Object_InvalidName, e_Xml_ReadFailed, e_Xml_SeekFailed,
-    ///   e_Arguments_Bad for an attribute of another name; for the packet form what ZRExtractMessage returns.
+    ///   e_Arguments_Bad for an attribute of another name, what SetMessageString returns; for the packet form what
+    ///   ZRExtractMessage returns.
     ZRErrors::ZRErrorT FromString(std::istream& stream);
 
 private:
@@ -61,11 +62,12 @@ private:
     static ZRErrors::ZRErrorT DuplicateString(const char* text, char** copy, std::uint16_t* length);
 
     ZRErrors::ZRErrorT ToQ2String() const;
-    void ToXMLString(std::ostream& stream) const;
+    ZRErrors::ZRErrorT ToXMLString(std::ostream& stream) const;
     ZRErrors::ZRErrorT FromQ2String(std::istream& stream);
     ZRErrors::ZRErrorT FromXMLString(std::istream& stream);
     ZRErrors::ZRErrorT StoreParameter(const char* name, const char* value);
 
+protected:
     std::uint16_t m_nStringLength = 0; ///< with the NUL; 0 when there is no text
     std::uint16_t m_nQualifierLength = 0;
     char* m_pString = nullptr;

@@ -1,5 +1,7 @@
 #include "gaizior/comms/packet.h"
 
+#include "gaizior/comms/number_text.h"
+#include "gaizior/errors/error_text.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/values/text.h"
 
@@ -7,6 +9,7 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <initializer_list>
 #include <optional>
 #include <string_view>
 
@@ -18,6 +21,16 @@ using ZRErrors::ZRErrorT;
 constexpr char kSeparator = ';';
 constexpr std::size_t kSeparators = 5;
 constexpr std::size_t kWorkingCopySize = 1028;
+
+/// Logs the failure of a function, if it is one. @returns the code.
+ZRErrorT Logged(ZRErrorT code, const char* function) {
+    if (code != ZRErrors::e_General_NoError) {
+        std::array<char, kErrorTextSize> text;
+        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+        log << ZRLevel(0) << ZRErrorMark << function << FormatErrorText(code, text) << std::endl;
+    }
+    return code;
+}
 
 /// Appends fields to a buffer and keeps it terminated. Room is counted without the NUL.
 class PacketWriter {
@@ -34,7 +47,7 @@ public:
     }
 
     bool AppendText(const char* text, std::string_view separator) {
-        const std::string_view field(text ? text : "");
+        const std::string_view field = OrEmpty(text);
         return field.size() + separator.size() <= m_nLeft && Append(field) && Append(separator);
     }
 
@@ -53,12 +66,30 @@ private:
     std::size_t m_nLeft;
 };
 
+ZRErrorT Create(std::initializer_list<long> numbers, const char* string, const char* qualifier, char* buffer,
+                std::size_t size) {
+    if (!buffer || size == 0) {
+        return ZRErrors::e_Buffer_TooSmall;
+    }
+    PacketWriter writer(buffer, size);
+    for (const long number : numbers) {
+        if (!writer.AppendNumber(static_cast<std::int32_t>(number))) {
+            return ZRErrors::e_Buffer_TooSmall;
+        }
+    }
+    const bool stringFits = writer.AppendText(string, ";");
+    const bool qualifierFits = writer.AppendText(qualifier, "");
+    return stringFits && qualifierFits ? ZRErrors::e_General_NoError : ZRErrors::e_Buffer_Overflowed;
+}
+
 /// A packet text taken apart in a zeroed copy of its own.
 class PacketReader {
 public:
     ZRErrorT Load(const void* text, std::size_t unitLimit);
     /// The next number as "%d" reads it; nothing behind one that did not convert.
     std::int32_t NextNumber();
+    /// Ends the string before the qualifier; the numbers are read before, since without separators it may end in them.
+    void EndString();
     std::string_view String() const {
         return FieldAt(m_starts[kSeparators - 2]);
     }
@@ -98,15 +129,14 @@ ZRErrorT PacketReader::Load(const void* text, std::size_t unitLimit) {
 }
 
 ZRErrorT PacketReader::CopyUnits(const unsigned char* units, std::size_t limit) {
-    const std::size_t room = std::min(limit, m_text.size() - 1);
-    if (const ZRErrorT error = UnitsToAscii(m_text.data(), units, room)) {
-        return error;
+    if (*units == 0) {
+        return ZRErrors::e_General_NoError; // an 8-bit text may end with this byte
     }
-    std::size_t length = 0;
-    while (units[2 * length] != 0 || units[2 * length + 1] != 0) {
-        ++length;
+    const std::optional<std::size_t> length = UnitsToAscii(m_text.data(), m_text.size() - 1, units, m_text.size());
+    if (!length) {
+        return ZRErrors::e_Name_NotAscii;
     }
-    return length <= room ? ZRErrors::e_General_NoError : ZRErrors::e_Buffer_TooSmall;
+    return *length <= std::min(limit, m_text.size() - 1) ? ZRErrors::e_General_NoError : ZRErrors::e_Buffer_TooSmall;
 }
 
 ZRErrorT PacketReader::CopyBytes(const char* text) {
@@ -130,42 +160,21 @@ void PacketReader::Split() {
             m_starts[found++] = i + 1;
         }
     }
-    const std::size_t qualifier = m_starts[kSeparators - 1];
-    if (qualifier > 0) {
-        m_text[qualifier - 1] = 0;
-    }
     m_pNumber = m_text.data();
 }
 
-constexpr bool IsBlank(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-constexpr bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
+void PacketReader::EndString() {
+    if (const std::size_t qualifier = m_starts[kSeparators - 1]; qualifier > 0) {
+        m_text[qualifier - 1] = 0;
+    }
 }
 
 std::int32_t PacketReader::NextNumber() {
-    if (!m_pNumber) {
-        return 0;
-    }
-    const char* p = m_pNumber;
-    while (IsBlank(*p)) {
-        ++p;
-    }
-    const bool isNegative = *p == '-';
-    if (*p == '-' || *p == '+') {
-        ++p;
-    }
-    if (!IsDigit(*p)) {
+    const std::optional<std::uint32_t> number = m_pNumber ? ReadNumber(m_pNumber, 10) : std::nullopt;
+    if (!number) {
         m_pNumber = nullptr;
-        return 0;
     }
-    std::uint32_t value = 0;
-    for (; IsDigit(*p); ++p) {
-        value = value * 10 + static_cast<std::uint32_t>(*p - '0');
-    }
-    m_pNumber = p;
-    return static_cast<std::int32_t>(isNegative ? 0 - value : value);
+    return static_cast<std::int32_t>(number.value_or(0));
 }
 
 /// Copies a field with its NUL. @returns whether it fits.
@@ -187,17 +196,18 @@ void Store(Target* target, std::int32_t value) {
 template <typename Number, typename Id>
 ZRErrorT Extract(const void* text, Number* type, Number* code, Id* id, Number* value, char* string,
                  std::size_t stringSize, char* qualifier, std::size_t qualifierSize) {
-    if (!text) {
-        return ZRErrors::e_Arguments_Bad;
-    }
     PacketReader reader;
-    if (const ZRErrorT error = reader.Load(text, stringSize)) {
+    const ZRErrorT error = text ? reader.Load(text, stringSize) : ZRErrors::e_Arguments_Bad;
+    CopyField("", string, stringSize); // only now: the text may lie in these buffers
+    CopyField("", qualifier, qualifierSize);
+    if (error != ZRErrors::e_General_NoError) {
         return error;
     }
     Store(type, reader.NextNumber());
     Store(code, reader.NextNumber());
     Store(id, reader.NextNumber());
     Store(value, reader.NextNumber());
+    reader.EndString();
     const bool fits =
         CopyField(reader.String(), string, stringSize) && CopyField(reader.Qualifier(), qualifier, qualifierSize);
     return fits ? ZRErrors::e_General_NoError : ZRErrors::e_Buffer_TooSmall;
@@ -210,21 +220,10 @@ using namespace gaizior;
 
 ZRErrors::ZRErrorT ZRCreateMessage(long type, long code, unsigned short id, long val, const char* string,
                                    const char* qualifier, char* buffer, unsigned short bufferSize) {
-    if (!buffer || bufferSize == 0) {
-        return ZRErrors::e_Buffer_TooSmall;
-    }
-    PacketWriter writer(buffer, bufferSize);
-    for (const long number : {type, code, static_cast<long>(id), val}) {
-        if (!writer.AppendNumber(static_cast<std::int32_t>(number))) {
-            return ZRErrors::e_Buffer_TooSmall;
-        }
-    }
-    const bool stringFits = writer.AppendText(string, ";");
-    const bool qualifierFits = writer.AppendText(qualifier, "");
-    return stringFits && qualifierFits ? ZRErrors::e_General_NoError : ZRErrors::e_Buffer_Overflowed;
+    return Logged(Create({type, code, id, val}, string, qualifier, buffer, bufferSize), "ZRCreateMessage(): ");
 }
 
-ZRErrors::ZRErrorT ZRCreateMessageFromPacket(ZRErrors::ZRMessagePacketT& packet, char* buffer,
+ZRErrors::ZRErrorT ZRCreateMessageFromPacket(const ZRErrors::ZRMessagePacketT& packet, char* buffer,
                                              unsigned short bufferSize) {
     return ZRCreateMessage(packet.nType, packet.nCode, packet.nID, packet.nVal, packet.pString, packet.pQualifier,
                            buffer, bufferSize);
@@ -233,17 +232,20 @@ ZRErrors::ZRErrorT ZRCreateMessageFromPacket(ZRErrors::ZRMessagePacketT& packet,
 ZRErrors::ZRErrorT ZRExtractMessage(const unsigned short* text, long* type, long* code, unsigned short* id, long* val,
                                     char* string, unsigned short stringSize, char* qualifier,
                                     unsigned short qualifierSize) {
-    return Extract(text, type, code, id, val, string, stringSize, qualifier, qualifierSize);
+    return Logged(Extract(text, type, code, id, val, string, stringSize, qualifier, qualifierSize),
+                  "ZRExtractMessage(): ");
 }
 
 ZRErrors::ZRErrorT ZRExtractMessagePacket(const unsigned short* text, ZRErrors::ZRMessagePacketT& packet) {
-    return Extract(text, &packet.nType, &packet.nCode, &packet.nID, &packet.nVal, packet.pString, packet.nStringSize,
-                   packet.pQualifier, packet.nQualifierSize);
+    return Logged(Extract(text, &packet.nType, &packet.nCode, &packet.nID, &packet.nVal, packet.pString,
+                          packet.nStringSize, packet.pQualifier, packet.nQualifierSize),
+                  "ZRExtractMessagePacket(): ");
 }
 
 ZRLogStreamC& operator<<(ZRLogStreamC& log, const ZRErrors::ZRMessagePacketT& packet) {
-    char text[kWorkingCopySize];
-    ZRErrors::ZRMessagePacketT copy = packet;
-    ZRCreateMessageFromPacket(copy, text, sizeof(text) - 1);
-    return log << static_cast<const char*>(text);
+    // Field by field: the texts may be long, and the stream's number format has no say in a packet.
+    char numbers[64];
+    Create({packet.nType, packet.nCode, packet.nID, packet.nVal}, "", "", numbers, sizeof(numbers) - 1);
+    numbers[std::strlen(numbers) - 1] = 0; // the empty string's separator
+    return log << static_cast<const char*>(numbers) << packet.pString << kSeparator << packet.pQualifier;
 }

@@ -25,7 +25,7 @@ struct ZRMessagePacketT {
 
 /// The packet text: type, code, ID, value, string, qualifier, the first five each followed by a semicolon, the numbers
 /// in signed decimal of 32 bits. Nothing is escaped: the string must hold no semicolon, the qualifier may.
-/// All functions may be called from any thread.
+/// All functions may be called from any thread; each logs its failures.
 extern "C" {
 
 /// Writes a packet text into `buffer` of `bufferSize` bytes. A text may fill them exactly: its NUL then stands in the
@@ -36,13 +36,16 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRCreateMessage(long type, long code, unsigned sh
                                                const char* qualifier, char* buffer, unsigned short bufferSize);
 
 /// The same with a record's fields; its sizes are ignored.
-GAIZIOR_API ZRErrors::ZRErrorT ZRCreateMessageFromPacket(ZRErrors::ZRMessagePacketT& packet, char* buffer,
+GAIZIOR_API ZRErrors::ZRErrorT ZRCreateMessageFromPacket(const ZRErrors::ZRMessagePacketT& packet, char* buffer,
                                                          unsigned short bufferSize);
 
 /// Reads a packet text: 8-bit characters up to a NUL, at any address; or, behind the bytes FF FE, 16-bit units of plain
 /// ASCII. Whatever the bytes are, nothing outside text and buffers is touched. Numbers are read as the C library's "%d"
 /// does; those that do not convert are 0, those that do not fit keep their lower 32 bits, the ID its lower 16.
-/// Any result pointer may be null. A buffer is left alone unless its text fits with its NUL.
+/// Any result pointer may be null. Behind the bytes FF FE a text ends with a zero unit: end bytes from elsewhere, which
+/// may begin so too, with three NULs. After a failure a buffer whose text was not reached or does not fit holds "".
+/// A field whose separator is missing starts at the character code of the text's last character, in a copy that is zero
+/// behind the text: a decision of this system.
 /// @returns 0; e_Buffer_TooSmall when the text is longer than 1,027 characters, or the string or qualifier does not
 /// fit;
 ///   e_Text_ReverseByteOrderMark for a text that begins with FE FF; e_Name_NotAscii for units of 128 and more;
@@ -55,5 +58,5 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRExtractMessage(const unsigned short* text, long
 GAIZIOR_API ZRErrors::ZRErrorT ZRExtractMessagePacket(const unsigned short* text, ZRErrors::ZRMessagePacketT& packet);
 }
 
-/// Writes the packet text of a record; what does not fit a working buffer of 1,028 bytes is left out.
+/// Writes the packet text of a record, however long its texts are.
 GAIZIOR_API ZRLogStreamC& operator<<(ZRLogStreamC& log, const ZRErrors::ZRMessagePacketT& packet);

@@ -2,21 +2,25 @@
 
 #include "gaizior/logging/log_stream.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string_view>
 
 namespace gaizior {
 namespace {
 
-constexpr int kEnd = std::char_traits<char>::eof();
+constexpr auto kIsWhite = [](char c) { return c == '\t' || c == ' ' || c == '\n' || c == '\r'; };
+constexpr auto kIsQuote = [](char c) { return c == '"'; };
+constexpr auto kIsEqualsSign = [](char c) { return c == '='; };
 
-bool IsWhite(int c) {
-    return c == '\t' || c == ' ' || c == '\n' || c == '\r';
+std::string_view View(std::span<const char> text) {
+    return {text.data(), text.size()};
 }
 
-ZRErrors::ZRErrorT Fail(ZRErrors::ZRErrorT code, const std::string& what) {
-    LogReadFailure(what);
+ZRErrors::ZRErrorT Fail(ZRErrors::ZRErrorT code, std::string_view what, std::string_view read = {}) {
+    LogReadFailure(std::string(what).append(read));
     return code;
 }
 
@@ -53,6 +57,31 @@ std::optional<char> DecodeName(std::string_view& text) {
     return std::nullopt;
 }
 
+/// The character of an entity behind its "&"; moves `text` behind the entity.
+std::optional<char> DecodeEntity(std::string_view& text) {
+    if (!text.starts_with('#')) {
+        return DecodeName(text);
+    }
+    text.remove_prefix(1);
+    return DecodeNumber(text);
+}
+
+/// Decodes the entities of a value. @returns whether all could be.
+bool Decode(std::string_view text, std::string& value) {
+    value.clear();
+    for (std::size_t plain; (plain = text.find('&')) != std::string_view::npos;) {
+        value.append(text, 0, plain);
+        text.remove_prefix(plain + 1);
+        const std::optional<char> character = DecodeEntity(text);
+        if (!character) {
+            return false;
+        }
+        value += *character;
+    }
+    value.append(text);
+    return true;
+}
+
 } // namespace
 
 void LogReadFailure(const std::string& what) {
@@ -60,98 +89,70 @@ void LogReadFailure(const std::string& what) {
     log << ZRLevel(0) << ZRErrorMark << "ZRCommMsgC::FromString(): " << what << std::endl;
 }
 
-void XmlReader::SkipWhite() {
-    while (IsWhite(m_buffer.sgetc())) {
-        m_buffer.sbumpc();
+XmlReader::XmlReader(std::istream& stream) {
+    stream.ignore(std::numeric_limits<std::streamsize>::max(), '<');
+    std::getline(stream, m_element, '>');
+    std::string more;
+    while (stream.good() && !m_element.ends_with('/')) {
+        std::getline(stream, more, '>');
+        m_element.append(">").append(more);
+    }
+    m_bEnded = stream.good();
+    m_rest = m_element;
+    if (m_bEnded) {
+        m_rest = m_rest.first(m_rest.size() - 1);
     }
 }
 
-/// The end of the element: "/>", consumed. A slash alone is put back.
-bool XmlReader::EndsHere() {
-    if (m_buffer.sgetc() != '/') {
-        return false;
+/// Takes the text before the first character that ends it, which becomes a NUL; all of the rest when there is none.
+template <typename Ends>
+bool XmlReader::TakeUpTo(Ends ends, std::span<char>& text) {
+    const auto end = std::ranges::find_if(m_rest, ends);
+    const bool isEnded = end != m_rest.end();
+    text = {m_rest.begin(), end};
+    if (isEnded) {
+        *end = '\0';
     }
-    if (m_buffer.snextc() == '>') {
-        m_buffer.sbumpc();
-        return true;
-    }
-    m_buffer.sungetc();
-    return false;
-}
-
-/// The next character; kEnd at the end of the element or the stream.
-int XmlReader::NextInside() {
-    return EndsHere() ? kEnd : m_buffer.sbumpc();
+    m_rest = m_rest.subspan(text.size() + (isEnded ? 1 : 0));
+    return isEnded;
 }
 
 bool XmlReader::AtEnd() {
-    SkipWhite();
-    return EndsHere();
+    m_rest = {std::ranges::find_if_not(m_rest, kIsWhite), m_rest.end()};
+    return m_bEnded && m_rest.empty();
 }
 
-ZRErrors::ZRErrorT XmlReader::ReadObjectName(std::string& name) {
-    int c = m_buffer.sbumpc();
-    while (c != '<' && c != kEnd) {
-        c = m_buffer.sbumpc();
-    }
-    SkipWhite();
-    while ((c = NextInside()) != kEnd) {
-        if (IsWhite(c)) {
-            return ZRErrors::e_General_NoError;
-        }
-        name += static_cast<char>(c);
-    }
-    return Fail(ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading object name: " + name);
+ZRErrors::ZRErrorT XmlReader::ReadObjectName(std::string_view& name) {
+    AtEnd();
+    std::span<char> text;
+    const bool isWhole = TakeUpTo(kIsWhite, text);
+    name = View(text);
+    return isWhole
+               ? ZRErrors::e_General_NoError
+               : Fail(ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading object name: ", name);
 }
 
-ZRErrors::ZRErrorT XmlReader::ReadParameter(std::string& name, std::string& value) {
-    int c = NextInside();
-    for (; c != '=' && c != kEnd; c = NextInside()) {
-        if (!IsWhite(c)) {
-            name += static_cast<char>(c);
-        }
+ZRErrors::ZRErrorT XmlReader::ReadParameter(const char*& name, const char*& value) {
+    std::span<char> text;
+    const bool isNamed = TakeUpTo(kIsEqualsSign, text);
+    text = {text.begin(), std::ranges::remove_if(text, kIsWhite).begin()};
+    if (!isNamed) {
+        return Fail(ZRErrors::e_Xml_ReadFailed,
+                    "unexpected object termination while reading parameter name: ", View(text));
     }
-    if (c == kEnd) {
-        return Fail(ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading parameter name: " + name);
-    }
-    while (c != '"' && c != kEnd) {
-        c = NextInside();
-    }
-    if (c == kEnd) {
+    text.data()[text.size()] = '\0'; // at the equals sign or before it
+    name = text.data();
+    if (!TakeUpTo(kIsQuote, text)) {
         return Fail(ZRErrors::e_Xml_SeekFailed, "unexpected object termination while seeking parameter value.");
     }
-    while ((c = NextInside()) != '"' && c != kEnd) {
-        value += static_cast<char>(c);
-    }
-    if (c == kEnd || !DecodeEntities(value)) {
+    const bool isWhole = TakeUpTo(kIsQuote, text);
+    const bool isPlain = std::ranges::find(text, '&') == text.end();
+    if (!isWhole || (!isPlain && !Decode(View(text), m_value))) {
         return Fail(ZRErrors::e_Xml_ReadFailed,
-                    "unexpected object termination while reading parameter value: " + value);
+                    "unexpected object termination while reading parameter value: ", View(text));
     }
+    value = isPlain ? text.data() : m_value.c_str();
     return ZRErrors::e_General_NoError;
-}
-
-bool DecodeEntities(std::string& value) {
-    std::string_view rest = value;
-    std::string decoded;
-    while (!rest.empty()) {
-        const char c = rest.front();
-        rest.remove_prefix(1);
-        if (c != '&') {
-            decoded += c;
-            continue;
-        }
-        const bool isNumber = !rest.empty() && rest.front() == '#';
-        if (isNumber) {
-            rest.remove_prefix(1);
-        }
-        const std::optional<char> character = isNumber ? DecodeNumber(rest) : DecodeName(rest);
-        if (!character) {
-            return false;
-        }
-        decoded += *character;
-    }
-    value = decoded;
-    return true;
 }
 
 } // namespace gaizior

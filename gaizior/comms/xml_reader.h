@@ -3,33 +3,39 @@
 #include "gaizior/errors/error_codes.h"
 
 #include <istream>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace gaizior {
 
-/// Reads one element of attributes, <NAME A="..." B="..." />, character by character from a stream, and no character
-/// beyond its end. Each function logs its failure.
+/// Takes one element of attributes, <NAME A="..." B="..." />, from a stream, and no character beyond its end; then
+/// reads it part by part. The first "/>" ends it, wherever it stands. Each function logs its failure.
 class XmlReader {
 public:
-    explicit XmlReader(std::istream& stream) : m_buffer(*stream.rdbuf()) {}
+    /// Takes all up to the end of the next element, or all there is when none ends.
+    explicit XmlReader(std::istream& stream);
 
-    /// Goes on to the next element and reads its name. @returns 0 or e_Xml_ReadFailed.
-    ZRErrors::ZRErrorT ReadObjectName(std::string& name);
-    /// Skips white characters. @returns whether the element ends here; its end is consumed then.
+    XmlReader(const XmlReader&) = delete;
+    XmlReader& operator=(const XmlReader&) = delete;
+
+    /// Reads the name. @returns 0 or e_Xml_ReadFailed.
+    ZRErrors::ZRErrorT ReadObjectName(std::string_view& name);
+    /// Skips white characters. @returns whether the element ends here.
     bool AtEnd();
-    /// Reads the next attribute with its entities decoded. @returns 0, e_Xml_ReadFailed or e_Xml_SeekFailed.
-    ZRErrors::ZRErrorT ReadParameter(std::string& name, std::string& value);
+    /// Reads the next attribute with its entities decoded. Both texts are the reader's, valid until the next call.
+    /// @returns 0, e_Xml_ReadFailed or e_Xml_SeekFailed.
+    ZRErrors::ZRErrorT ReadParameter(const char*& name, const char*& value);
 
 private:
-    void SkipWhite();
-    bool EndsHere();
-    int NextInside();
+    template <typename Ends>
+    bool TakeUpTo(Ends ends, std::span<char>& text);
 
-    std::streambuf& m_buffer;
+    std::string m_element; ///< what stands between "<" and "/>"; texts that are taken from it are ended in it
+    std::span<char> m_rest;
+    std::string m_value;   ///< the last one that had entities
+    bool m_bEnded = false; ///< by "/>" and not by the end of the stream
 };
-
-/// Decodes the entities of an attribute's value in place. @returns whether all could be.
-bool DecodeEntities(std::string& value);
 
 /// Logs what went wrong while a message was read.
 void LogReadFailure(const std::string& what);

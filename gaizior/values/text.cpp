@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 namespace gaizior {
@@ -10,29 +11,30 @@ namespace {
 
 constexpr std::uint32_t kFirstNotAscii = 128;
 
-/// Converts the units that `unitAt` gives up to a zero; see WsToAscii.
+/// Converts the units that `unitAt` gives up to a zero, and looks at `limit` at most; see UnitsToAscii.
 template <typename UnitAt>
-ZRErrors::ZRErrorT ToAscii(char* dst, std::size_t len, UnitAt unitAt) {
+std::optional<std::size_t> ToAscii(char* dst, std::size_t len, std::size_t limit, UnitAt unitAt) {
     std::size_t i = 0;
-    for (std::uint32_t unit; (unit = unitAt(i)) != 0; ++i) {
+    for (; i < limit; ++i) {
+        const std::uint32_t unit = unitAt(i);
         if (unit >= kFirstNotAscii) {
-            return ZRErrors::e_Name_NotAscii;
+            return std::nullopt;
         }
         if (i < len) {
             dst[i] = static_cast<char>(unit);
         }
+        if (unit == 0) {
+            break;
+        }
     }
-    if (i < len) {
-        dst[i] = 0;
-    }
-    return ZRErrors::e_General_NoError;
+    return i;
 }
 
 } // namespace
 
-ZRErrors::ZRErrorT UnitsToAscii(char* dst, const void* units, std::size_t len) {
+std::optional<std::size_t> UnitsToAscii(char* dst, std::size_t len, const void* units, std::size_t limit) {
     const auto* bytes = static_cast<const unsigned char*>(units);
-    return ToAscii(dst, len, [=](std::size_t i) { return bytes[2 * i] + 256u * bytes[2 * i + 1]; });
+    return ToAscii(dst, len, limit, [=](std::size_t i) { return bytes[2 * i] + 256u * bytes[2 * i + 1]; });
 }
 
 } // namespace gaizior
@@ -56,7 +58,9 @@ ZRErrors::ZRErrorT WsToAscii(char* dst, const wchar_t* src, unsigned int len) {
     if (!dst || !src) {
         return ZRErrors::e_General_NoError;
     }
-    return ToAscii(dst, len, [=](std::size_t i) { return static_cast<std::uint32_t>(src[i]); });
+    const auto unitAt = [=](std::size_t i) { return static_cast<std::uint32_t>(src[i]); };
+    return ToAscii(dst, len, std::numeric_limits<std::size_t>::max(), unitAt) ? ZRErrors::e_General_NoError
+                                                                              : ZRErrors::e_Name_NotAscii;
 }
 
 const char* UiStrStr(const char* text, const char* pattern) {

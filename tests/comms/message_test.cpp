@@ -1,6 +1,7 @@
 #include "gaizior/comms/message.h"
 
-#include "gaizior/logging/log_stream.h"
+#include "tests/comms/log_capture.h"
+#include "tests/support/allocation_failure.h"
 
 #include <gtest/gtest.h>
 
@@ -11,55 +12,45 @@
 namespace gaizior {
 namespace {
 
+using enum ZRErrors::ZRErrorT;
 using ZRErrors::ZRErrorT;
-
-std::string g_logged;
 
 /// Opens what derived classes may use.
 class Message : public ZRCommMsgC {
 public:
     using ZRCommMsgC::FromString;
+    using ZRCommMsgC::m_nStringLength;
     using ZRCommMsgC::ToString;
     using ZRCommMsgC::ZRCommMsgC;
 };
 
 class MessageTest : public ::testing::Test {
 protected:
-    MessageTest() {
-        ZRLogStreamC([](unsigned, int, char* text) { g_logged += text; }, nullptr, nullptr, nullptr);
-        g_logged.clear();
-    }
-
-    static std::string Written(const Message& message) {
+    static std::string Written(const Message& message, int noTerminator = 1) {
         std::ostringstream stream;
-        EXPECT_EQ(message.ToString(stream, 1), ZRErrors::e_General_NoError);
+        EXPECT_EQ(message.ToString(stream, noTerminator), e_General_NoError);
         return stream.str();
     }
-
     ZRErrorT Read(const std::string& text) {
         std::istringstream stream(text);
         return message.FromString(stream);
     }
 
+    test::LogCapture lines;
     Message message;
 };
 
 TEST_F(MessageTest, IsWrittenAsOneElementInHexadecimal) {
-    EXPECT_EQ(Written(message), "<ZRCommMsgC m_Type=\"0\" m_Code=\"0\" m_ID=\"0\" m_Val=\"0\" m_pString=\"\" "
-                                "m_pQualifier=\"\" />");
     message.m_Type = 3;
     message.m_Code = 26;
     message.m_ID = 65535;
     message.m_Val = -1;
     message.SetMessageString("a\"b&c<d>e\t\x1b\xe9");
-    message.SetQualifierString("q;");
-    std::ostringstream stream;
-    EXPECT_EQ(message.ToString(stream, 0), ZRErrors::e_General_NoError);
-    EXPECT_EQ(stream.str(), std::string("<ZRCommMsgC m_Type=\"3\" m_Code=\"1a\" m_ID=\"ffff\" m_Val=\"ffffffff\" "
-                                        "m_pString=\"a&quot;b&amp;c&lt;d&gt;e&#9;&#1b;&#ffffffe9;\" "
-                                        "m_pQualifier=\"q;\" />") +
-                                '\0');
-    EXPECT_TRUE(stream.flags() & std::ios_base::hex);
+    EXPECT_EQ(Written(message, 0),
+              std::string("<ZRCommMsgC m_Type=\"3\" m_Code=\"1a\" m_ID=\"ffff\" m_Val=\"ffffffff\" "
+                          "m_pString=\"a&quot;b&amp;c&lt;d&gt;e&#9;&#1b;&#ffffffe9;\" "
+                          "m_pQualifier=\"\" />") +
+                  '\0');
 }
 
 TEST_F(MessageTest, ComesBackFromItsElement) {
@@ -70,52 +61,47 @@ TEST_F(MessageTest, ComesBackFromItsElement) {
     message.SetMessageString("START \"<&\" / now");
     message.SetQualifierString("a/b");
     std::stringstream stream;
-    stream << "noise " << message << "tail";
+    stream << "noise " << message << 17 << "tail";
     Message back;
     stream >> back;
     EXPECT_EQ(Written(back), Written(message));
     std::string tail;
-    EXPECT_TRUE(stream >> tail) << "nothing beyond the element is read";
-    EXPECT_EQ(tail, "tail");
+    stream >> tail;
+    EXPECT_EQ(tail, "11tail") << "the stream is left in hexadecimal, and nothing beyond the element is read";
+    EXPECT_FALSE(stream >> back);
 }
 
-struct Reading {
-    const char* text;
-    ZRErrorT error;
-    const char* logged;
-};
-
 TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
-    const Reading readings[] = {
-        {"< ZRCommMsgC\r\n m_Val = \"1f\" m_Code=\"1a\" />", ZRErrors::e_General_NoError, ""},
-        {"<ZRCommMsgC />", ZRErrors::e_General_NoError, ""},
-        {"", ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading object name: \n"},
-        {"<ZRComm/>", ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading object name: ZRComm\n"},
-        {"<Other m_Type=\"1\" />", ZRErrors::e_Object_InvalidName,
-         "Invalid comms object name, expected: \"ZRCommMsgC\", read: \"Other\"\n"},
-        {"<ZRCommMsgC m_Ty/>=\"1\"", ZRErrors::e_Xml_ReadFailed,
-         "unexpected object termination while reading parameter name: m_Ty\n"},
-        {"<ZRCommMsgC m_Type=/>\"1\"", ZRErrors::e_Xml_SeekFailed,
-         "unexpected object termination while seeking parameter value.\n"},
-        {"<ZRCommMsgC m_Type=\"12", ZRErrors::e_Xml_ReadFailed,
-         "unexpected object termination while reading parameter value: 12\n"},
-        {"<ZRCommMsgC m_pString=\"a&gt;b\" />", ZRErrors::e_Xml_ReadFailed,
-         "unexpected object termination while reading parameter value: a&gt;b\n"},
-        {"<ZRCommMsgC m_pString=\"&quo\" />", ZRErrors::e_Xml_ReadFailed,
-         "unexpected object termination while reading parameter value: &quo\n"},
-        {"<ZRCommMsgC m_pString=\"&#65536;\" />", ZRErrors::e_Xml_ReadFailed,
-         "unexpected object termination while reading parameter value: &#65536;\n"},
-        {"<ZRCommMsgC m_Nothing=\"1\" />", ZRErrors::e_Arguments_Bad, "Invalid parameter:m_Nothing = 1\n"},
+    const std::string ended = "unexpected object termination while ";
+    const struct {
+        const char* text;
+        ZRErrorT error;
+        std::string logged;
+    } cases[] = {
+        {"< ZRCommMsgC\r\n m_Val = \"10000001f\" m_Code=\"1a\" m_ID=\"zz\" />", e_General_NoError, ""},
+        {"<ZRCommMsgC />", e_General_NoError, ""},
+        {"", e_Xml_ReadFailed, ended + "reading object name: "},
+        {"<ZRComm/>", e_Xml_ReadFailed, ended + "reading object name: ZRComm"},
+        {"<Other>", e_Xml_ReadFailed, ended + "reading object name: Other>"},
+        {"<Other m_Type=\"1", e_Object_InvalidName,
+         "Invalid comms object name, expected: \"ZRCommMsgC\", read: \"Other\""},
+        {"<ZRCommMsgC a>b c//>=\"1\"", e_Xml_ReadFailed, ended + "reading parameter name: a>bc/"},
+        {"<ZRCommMsgC m_Type=/>\"1\"", e_Xml_SeekFailed, ended + "seeking parameter value."},
+        {"<ZRCommMsgC m_Type=\"12", e_Xml_ReadFailed, ended + "reading parameter value: 12"},
+        {"<ZRCommMsgC m_Type=\"1/>\" />", e_Xml_ReadFailed, ended + "reading parameter value: 1"},
+        {"<ZRCommMsgC a=\"&amp;&gt;\" />", e_Xml_ReadFailed, ended + "reading parameter value: &amp;&gt;"},
+        {"<ZRCommMsgC a=\"&quo\" />", e_Xml_ReadFailed, ended + "reading parameter value: &quo"},
+        {"<ZRCommMsgC a=\"&#65536;\" />", e_Xml_ReadFailed, ended + "reading parameter value: &#65536;"},
     };
-    for (const Reading& reading : readings) {
-        SCOPED_TRACE(reading.text);
-        g_logged.clear();
-        EXPECT_EQ(Read(reading.text), reading.error);
-        const std::string from = reading.error == ZRErrors::e_Arguments_Bad ? "StoreParameter" : "FromString";
-        EXPECT_EQ(g_logged, *reading.logged ? " ERROR: ZRCommMsgC::" + from + "(): " + reading.logged : "");
+    for (const auto& reading : cases) {
+        EXPECT_EQ(Read(reading.text), reading.error) << reading.text;
+        const std::string line = "0 ERROR: ZRCommMsgC::FromString(): " + reading.logged + '\n';
+        EXPECT_EQ(lines.Take(), reading.logged.empty() ? "" : line);
     }
+    EXPECT_EQ(Read("<ZRCommMsgC m_Nothing=\"1\" />"), e_Arguments_Bad);
+    EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::StoreParameter(): Invalid parameter:m_Nothing = 1\n");
     EXPECT_EQ(message.m_Code, 26);
-    EXPECT_EQ(message.m_Val, 31);
+    EXPECT_EQ(message.m_Val, 31) << "of 33 bits the low 32, as on Windows";
 }
 
 /// Decisions of this system: types and references are written in hexadecimal and read in decimal, and ">" is the name
@@ -123,47 +109,65 @@ TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
 TEST_F(MessageTest, ReadsSomeThingsOtherwiseThanItWritesThem) {
     message.m_Type = 0x12;
     message.SetMessageString("\x1b");
-    EXPECT_EQ(Read(Written(message)), ZRErrors::e_Xml_ReadFailed) << "&#1b; is no decimal number";
+    EXPECT_EQ(Read(Written(message)), e_Xml_ReadFailed) << "&#1b; is no decimal number";
     EXPECT_EQ(message.m_Type, 12);
-    EXPECT_EQ(Read("<ZRCommMsgC m_pString=\"&>;&#65;&#321;\" />"), ZRErrors::e_General_NoError);
+    EXPECT_EQ(Read("<ZRCommMsgC m_pString=\"&>;&#65;&#321;\" />"), e_General_NoError);
     EXPECT_STREQ(message.GetMessageString(), ">AA");
 }
 
 TEST_F(MessageTest, ReadsThePacketFormButWritesNothingOfIt) {
     EXPECT_EQ(message.SetFormat(0), 1);
-    EXPECT_EQ(Read("3;17;2;-1;START;a;b"), ZRErrors::e_General_NoError);
+    EXPECT_EQ(Read("3;17;2;-1;START;a;b"), e_General_NoError);
     EXPECT_EQ(message.m_Type + message.m_Code + message.m_ID + message.m_Val, 21);
     EXPECT_STREQ(message.GetMessageString(), "START");
     EXPECT_STREQ(message.GetQualifierString(), "a;b");
     EXPECT_EQ(Written(message), "");
-    EXPECT_EQ(Read("1;2;3;4;;" + std::string(1100, 'x')), ZRErrors::e_Buffer_TooSmall);
+    EXPECT_EQ(Read("1;2;3;4;;" + std::string(1100, 'x')), e_Buffer_TooSmall);
     EXPECT_EQ(message.GetMessageString(), nullptr);
     message.SetMessageString(std::string(300, 'x').c_str());
     std::ostringstream stream;
-    EXPECT_EQ(message.ToString(stream, 1), ZRErrors::e_Buffer_Overflowed);
+    EXPECT_EQ(message.ToString(stream, 1), e_Buffer_Overflowed);
 }
 
-TEST_F(MessageTest, OwnsItsTexts) {
+TEST_F(MessageTest, OwnsItsTextsAndSharesThemWithItsCopies) {
     message.SetMessageString("abcdef");
-    EXPECT_EQ(message.SetMessageString(message.GetMessageString() + 3), ZRErrors::e_General_NoError);
-    EXPECT_STREQ(message.GetMessageString(), "def");
-    EXPECT_EQ(message.SetMessageString(std::string(65535, 'x').c_str()), ZRErrors::e_Buffer_TooSmall);
-    EXPECT_STREQ(message.GetMessageString(), "def");
-    EXPECT_EQ(message.SetMessageString(std::string(65534, 'x').c_str()), ZRErrors::e_General_NoError);
-    message.SetMessageString("");
-    EXPECT_EQ(message.GetMessageString(), nullptr);
-    message.SetMessageString("text");
+    message.SetMessageString(message.GetMessageString() + 3);
+    EXPECT_EQ(message.SetMessageString(std::string(65535, 'x').c_str()), e_Buffer_TooSmall);
+    EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::DuplicateString(): Buffer too small: 124\n");
     Message& same = message;
     message = same;
-    EXPECT_STREQ(message.GetMessageString(), "text");
+    EXPECT_STREQ(message.GetMessageString(), "def");
+    EXPECT_EQ(message.m_nStringLength, 4);
+    auto copy = std::make_unique<Message>(message);
+    EXPECT_EQ(copy->GetMessageString(), message.GetMessageString());
+    *copy = message;
+    EXPECT_NE(copy->GetMessageString(), message.GetMessageString()) << "assignment duplicates";
+    message = *std::make_unique<Message>(*copy);
+    copy.reset();
+    EXPECT_STREQ(message.GetMessageString(), "def");
+    EXPECT_EQ(message.SetMessageString(std::string(65534, 'x').c_str()), e_General_NoError);
+    EXPECT_EQ(message.m_nStringLength, 65535);
+    message.SetMessageString("");
+    EXPECT_TRUE(!message.GetMessageString() && message.m_nStringLength == 0);
+}
+
+TEST_F(MessageTest, LogsWhatItCannotCopyOrWrite) {
+    message.SetMessageString("kept");
     Message other;
-    other = message;
-    EXPECT_STREQ(other.GetMessageString(), "text");
-    EXPECT_NE(other.GetMessageString(), message.GetMessageString());
-    Message sharing(message); // shares the text until something is assigned to it
-    EXPECT_EQ(sharing.GetMessageString(), message.GetMessageString());
-    sharing = message;
-    EXPECT_NE(sharing.GetMessageString(), message.GetMessageString());
+    other.SetMessageString("string");
+    other.SetQualifierString("qualifier");
+    int failures = 0;
+    while (lines.Take(), test::FailAllocation(failures + 1, [&] { message = other; })) {
+        ++failures;
+        EXPECT_STREQ(message.GetMessageString(), "kept");
+        EXPECT_TRUE(lines.Take().ends_with(" ERROR: ZRCommMsgC::Clone(): failed - Memory allocation failed: 2001\n"));
+    }
+    EXPECT_EQ(failures, 2) << "each text is allocated once";
+    EXPECT_STREQ(message.GetQualifierString(), "qualifier");
+    std::ostringstream full;
+    full.setstate(std::ios_base::badbit);
+    EXPECT_EQ(message.ToString(full, 1), e_Xml_WriteFailed);
+    EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::ToString(): Failed to write XML object: 33666\n");
 }
 
 } // namespace

@@ -3,15 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstring>
 #include <string>
 
 using namespace std::string_literals;
 
 namespace {
-
-const auto kOk = ZRErrors::e_General_NoError;
-const auto kNotAscii = ZRErrors::e_Name_NotAscii;
 
 TEST(Text, BecomesAsciiOrIsRefused) {
     std::setlocale(LC_ALL, ""); // no locale may have a say
@@ -19,41 +15,30 @@ TEST(Text, BecomesAsciiOrIsRefused) {
         const char* narrow;
         const wchar_t* wide;
         unsigned size;
-        ZRErrors::ZRErrorT code;
-        std::string expectedNarrow, expectedWide; // of a buffer of six '#'
+        bool isAscii;
+        std::string expectedNarrow, expectedWide; // of buffers of six '#'
     } cases[] = {
-        {"abc", L"abc", 6, kOk, "abc\0\0\0"s, "abc\0##"s},
-        {"abc", L"abc", 4, kOk, "abc\0##"s, "abc\0##"s},
-        {"abc", L"abc", 3, kOk, "abc###", "abc###"},
-        {"abc", L"abc", 2, kOk, "ab####", "ab####"},
-        {"", L"", 1, kOk, "\0#####"s, "\0#####"s},
-        {"a", L"a", 0, kOk, "######", "######"},
-        {nullptr, nullptr, 6, kOk, "######", "######"},
-        {"ab\x80", L"ab\x80", 6, kNotAscii, "######", "ab####"},
-        {"ab\xFF", L"ab\xFFFF", 1, kNotAscii, "######", "a#####"},
-        {"\x7F\xC3\xA9", L"\x7F\x20AC", 6, kNotAscii, "######", "\x7F#####"},
+        {"abc", L"abc", 6, true, "abc\0\0\0"s, "abc\0##"s},  {"abc", L"abc", 3, true, "abc###", "abc###"},
+        {"abc", L"abc", 2, true, "ab####", "ab####"},        {nullptr, nullptr, 6, true, "######", "######"},
+        {"ab\x80", L"ab\x80", 6, false, "######", "ab####"}, {"ab\xFF", L"ab\xFFFF", 1, false, "######", "a#####"},
     };
     for (const auto& given : cases) {
         SCOPED_TRACE(&given - cases);
+        const auto code = given.isAscii ? ZRErrors::e_General_NoError : ZRErrors::e_Name_NotAscii;
         std::string narrow(6, '#');
         std::string wide(6, '#');
-        EXPECT_EQ(TchrToAscii(narrow.data(), given.narrow, given.size), given.code);
-        EXPECT_EQ(WsToAscii(wide.data(), given.wide, given.size), given.code);
-        EXPECT_EQ(narrow, given.expectedNarrow);
-        EXPECT_EQ(wide, given.expectedWide);
+        EXPECT_EQ(TchrToAscii(narrow.data(), given.narrow, given.size), code);
+        EXPECT_EQ(WsToAscii(wide.data(), given.wide, given.size), code);
+        EXPECT_EQ(narrow + wide, given.expectedNarrow + given.expectedWide);
     }
 }
 
 TEST(Text, IsFoundInEitherCase) {
     const char* const text = "Hello World";
     EXPECT_EQ(UiStrStr(text, "WORLD"), text + 6);
-    EXPECT_EQ(UiStrStr(text, "l"), text + 2);
     EXPECT_EQ(UiStrStr(text, "worlds"), nullptr);
     EXPECT_EQ(UiStrStr("[", "{"), nullptr) << "only letters have two cases";
-    for (const char* nothing : {"", static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(UiStrStr(text, nothing), nullptr);
-        EXPECT_EQ(UiStrStr(nothing, text), nullptr);
-    }
+    EXPECT_TRUE(!UiStrStr(text, "") && !UiStrStr("", text) && !UiStrStr(text, nullptr) && !UiStrStr(nullptr, text));
 }
 
 } // namespace
