@@ -135,7 +135,9 @@ ZRCommMsgC::ZRCommMsgC(const ZRCommMsgC& other)
       m_pString(ShareText(other.m_pString)), m_pQualifier(ShareText(other.m_pQualifier)), m_nFormat(other.m_nFormat) {}
 
 ZRCommMsgC& ZRCommMsgC::operator=(const ZRCommMsgC& other) {
-    Clone(other);
+    if (this != &other) {
+        Clone(other);
+    }
     return *this;
 }
 

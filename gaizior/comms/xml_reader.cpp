@@ -135,7 +135,7 @@ ZRErrors::ZRErrorT XmlReader::ReadObjectName(std::string_view& name) {
 ZRErrors::ZRErrorT XmlReader::ReadParameter(const char*& name, const char*& value) {
     std::span<char> text;
     const bool isNamed = TakeUpTo(kIsEqualsSign, text);
-    text = {text.begin(), std::ranges::remove_if(text, kIsWhite).begin()};
+    text = {text.begin(), std::remove_if(text.begin(), text.end(), kIsWhite)};
     if (!isNamed) {
         return Fail(ZRErrors::e_Xml_ReadFailed,
                     "unexpected object termination while reading parameter name: ", View(text));

@@ -25,6 +25,7 @@ std::string Formatted(const char* format, std::va_list arguments) {
     std::array<char, 256> first;
     std::va_list again;
     va_copy(again, arguments);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has begun the list
     const int length = std::vsnprintf(first.data(), first.size(), format, arguments);
     std::string text(Clamped(length), '\0');
     if (text.size() < first.size()) {

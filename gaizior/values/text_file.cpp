@@ -147,6 +147,7 @@ int FPrint(std::FILE* file, int isUnicode, unsigned int size, const char* fmt, .
 
 int vFPrint(std::FILE* file, int isUnicode, unsigned int size, const char* fmt, std::va_list arguments) {
     const std::unique_ptr<char[]> text(file && fmt ? new (std::nothrow) char[size] : nullptr);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has begun the list
     const int length = text ? std::vsnprintf(text.get(), size, fmt, arguments) : -1;
     if (length < 0 || static_cast<unsigned>(length) >= size) {
         return -1;

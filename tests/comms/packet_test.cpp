@@ -17,7 +17,7 @@ namespace {
 
 using enum ZRErrors::ZRErrorT;
 using ZRErrors::ZRErrorT;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 struct Fields {
     ZRErrorT error;
