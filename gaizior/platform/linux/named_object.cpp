@@ -207,7 +207,7 @@ std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, Mode
             continue;
         }
         // From here on the destructor gives the name up, and with it a file that could not be begun.
-        const auto object = std::make_shared<NamedObject>(std::move(file), path);
+        auto object = std::make_shared<NamedObject>(std::move(file), path);
         if (isFirst && mode == Mode::Open) {
             return FailNull(ERROR_FILE_NOT_FOUND); // left over by holders that all died
         }

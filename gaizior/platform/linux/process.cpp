@@ -36,7 +36,7 @@ HANDLE NewProcessHandle(CompletionKind kind, const std::shared_ptr<Process>& pro
     std::unique_ptr<ProcessHandle> context(new ProcessHandle{process, access});
     const HANDLE handle = NewCompletion(kind, context.get(), [](void* p) { delete static_cast<ProcessHandle*>(p); });
     if (handle) {
-        context.release();
+        static_cast<void>(context.release());
         ProcessWatcher::Instance()->CompleteAtEnd(*process, ReferToCompletion(handle));
     }
     return handle;
@@ -44,6 +44,7 @@ HANDLE NewProcessHandle(CompletionKind kind, const std::shared_ptr<Process>& pro
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }
