@@ -1,0 +1,10 @@
+#pragma once
+
+/// One function for each subject; each prints its comparisons.
+namespace benchmarks {
+
+void Logging();
+void Events();
+void Channel();
+
+} // namespace benchmarks
