@@ -61,7 +61,8 @@ void Logging() {
     const auto logger = TextLogger();
     int plate = 1234;
     int step = 7;
-    ZRLogStreamC(&TakeLine, nullptr, nullptr, &Level);
+    ZRLogStreamC(&TakeLine, nullptr, nullptr, nullptr);
+    ZRLogStreamC::SetTrustedDBGetLevelFn(&Level);
     const Batch suppressed = Repeat([&] {
         Keep(plate);
         WriteLine(kSuppressed, plate, step);

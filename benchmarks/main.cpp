@@ -16,6 +16,7 @@ struct Subject {
 };
 
 constexpr Subject kSubjects[] = {
+    {"errors", &benchmarks::Errors},
     {"logging", &benchmarks::Logging},
     {"events", &benchmarks::Events},
     {"channel", &benchmarks::Channel},

@@ -3,6 +3,7 @@
 /// One function for each subject; each prints its comparisons.
 namespace benchmarks {
 
+void Errors();
 void Logging();
 void Events();
 void Channel();
