@@ -62,7 +62,7 @@ void Logging() {
     int plate = 1234;
     int step = 7;
     ZRLogStreamC(&TakeLine, nullptr, nullptr, nullptr);
-    ZRLogStreamC::SetTrustedDBGetLevelFn(&Level);
+    ZRLogStreamC::SetDBGetLevelFn(&Level, g_level);
     const Batch suppressed = Repeat([&] {
         Keep(plate);
         WriteLine(kSuppressed, plate, step);
