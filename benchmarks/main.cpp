@@ -16,10 +16,8 @@ struct Subject {
 };
 
 constexpr Subject kSubjects[] = {
-    {"errors", &benchmarks::Errors},
-    {"logging", &benchmarks::Logging},
-    {"events", &benchmarks::Events},
-    {"channel", &benchmarks::Channel},
+    {"errors", &benchmarks::Errors}, {"logging", &benchmarks::Logging}, {"messages", &benchmarks::Messages},
+    {"events", &benchmarks::Events}, {"channel", &benchmarks::Channel},
 };
 
 int Usage() {

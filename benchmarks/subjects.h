@@ -5,6 +5,7 @@ namespace benchmarks {
 
 void Errors();
 void Logging();
+void Messages();
 void Events();
 void Channel();
 
