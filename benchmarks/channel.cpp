@@ -1,4 +1,5 @@
 #include "benchmarks/compare.h"
+#include "benchmarks/shared_folder.h"
 #include "benchmarks/subjects.h"
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/message_pool.h"
@@ -30,6 +31,12 @@ public:
         m_objects.section.Create();
         gaizior::MessagePool::Initialise(*m_objects.section.Block());
     }
+    /// A hundred messages wait in it.
+    explicit UnpacedChannel(std::uint16_t addressee) : UnpacedChannel() {
+        for (int i = 0; i < kManyMessages; ++i) {
+            Send("waiting", addressee);
+        }
+    }
 
     void Send(const char* text, std::uint16_t destination) {
         {
@@ -52,13 +59,8 @@ public:
         }
     }
 
-    void Fill(std::uint16_t destination) {
-        for (int i = 0; i < kManyMessages; ++i) {
-            Send("waiting", destination);
-        }
-    }
-
 private:
+    SharedFolder m_folder;
     gaizior::ChannelObjects m_objects;
 };
 
@@ -138,9 +140,14 @@ void Channel() {
     UnpacedChannel channel;
     BoostQueue boostQueue;
     PosixQueue posixQueue;
-    Compare("send and take 255 bytes", SendAndTake(channel, text),
+    const Batch empty = SendAndTake(channel, text);
+    Compare("send and take 255 bytes", empty,
             {{"Boost.Interprocess message_queue", SendAndTake(boostQueue, text), 1.5},
              {"POSIX message queue", SendAndTake(posixQueue, text), 0.15}});
+    UnpacedChannel own(kOwnId);
+    Compare("the same, 100 more wait for the same addressee", SendAndTake(own, text), {{"empty pool", empty, 1.3}});
+    UnpacedChannel others(kOtherId);
+    Compare("the same, 100 more wait for another", SendAndTake(others, text), {{"empty pool", empty, 1.3}});
 }
 
 } // namespace benchmarks

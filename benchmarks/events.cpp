@@ -1,3 +1,4 @@
+#include "benchmarks/shared_folder.h"
 #include "benchmarks/signals.h"
 #include "benchmarks/subjects.h"
 
@@ -92,7 +93,8 @@ void BetweenThreads() {
 
 void BetweenProcesses(const char* place, unsigned core) {
     PrintPlace(place);
-    Table<EventSignal> events{EventSignal("benchmark ping"), EventSignal("benchmark pong")};
+    const SharedFolder folder;
+    Table<EventSignal> events{EventSignal("ping"), EventSignal("pong")};
     const Shared<Table<SemaphoreSignal<true>>> semaphores;
     const PartnerProcess eventPartner(events, core);
     const PartnerProcess semaphorePartner(*semaphores, core);
