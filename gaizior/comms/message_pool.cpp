@@ -308,7 +308,25 @@ bool MessagePool::CanAppend(Index slot) const {
     return last.taken == kTaken && last.next == m_block.end_of_list;
 }
 
+/// Mostly one message at most waits for an addressee, and its slot alone tells: side by side the slots are read several
+/// times faster than along the list. Where there are more, and where there is none, the list is asked.
 std::optional<MessagePool::Index> MessagePool::FindFor(std::uint16_t destination) {
+    Index found = kNone;
+    Index seen = 0;
+    for (Index i = 0; i < kZcSlotCount && seen < m_block.nMessages; ++i) {
+        const ZcMessageSlot& slot = m_block.slots[i];
+        seen = static_cast<Index>(seen + slot.taken);
+        if (slot.dest_id == destination && slot.taken == kTaken) {
+            if (found != kNone) {
+                return FindInList(destination);
+            }
+            found = i;
+        }
+    }
+    return found != kNone ? found : FindInList(destination);
+}
+
+std::optional<MessagePool::Index> MessagePool::FindInList(std::uint16_t destination) {
     for (bool repaired = false;; repaired = true) {
         Index steps = 0;
         Index i = m_block.start_of_list;

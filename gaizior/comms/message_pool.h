@@ -61,6 +61,7 @@ private:
     std::optional<Index> FirstFree() const;
     bool CanAppend(Index slot) const;
     std::optional<Index> FindFor(std::uint16_t destination);
+    std::optional<Index> FindInList(std::uint16_t destination);
     bool CanUnlink(Index slot) const;
     void Unlink(Index slot);
     void Rebuild(const std::array<Index, kZcSlotCount>& order, Index count);

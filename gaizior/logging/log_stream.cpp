@@ -59,7 +59,7 @@ std::optional<unsigned> AskLevel() {
 
 } // namespace
 
-constinit std::atomic<ZRGetLevelHookT> ZRLogStrstreambufC::s_pTrustedGetLevel{nullptr};
+constinit std::atomic<const std::atomic<unsigned>*> ZRLogStrstreambufC::s_pDebugLevel{nullptr};
 
 // --- The buffer ------------------------------------------------------------------------------------------------------
 
@@ -100,15 +100,15 @@ void ZRLogStrstreambufC::SetDBSetLevelFn(ZRSetLevelHookT hook) {
 
 void ZRLogStrstreambufC::SetDBGetLevelFn(ZRGetLevelHookT hook) {
     if (hook) {
-        s_pTrustedGetLevel.store(nullptr, std::memory_order_release);
+        s_pDebugLevel.store(nullptr, std::memory_order_release);
         Install(g_getLevel, hook);
     }
 }
 
-void ZRLogStrstreambufC::SetTrustedDBGetLevelFn(ZRGetLevelHookT hook) {
+void ZRLogStrstreambufC::SetDBGetLevelFn(ZRGetLevelHookT hook, const std::atomic<unsigned>& variable) {
     if (hook) {
         Install(g_getLevel, hook);
-        s_pTrustedGetLevel.store(hook, std::memory_order_release);
+        s_pDebugLevel.store(&variable, std::memory_order_release);
     }
 }
 

@@ -58,8 +58,8 @@ public:
     }
     /// @returns whether a line of `level` would be delivered; costs one level query and no stream. Any thread.
     static bool IsLevelEnabled(unsigned level) {
-        const ZRGetLevelHookT hook = s_pTrustedGetLevel.load(std::memory_order_acquire);
-        return hook ? level < hook() : AskWhetherEnabled(level);
+        const std::atomic<unsigned>* const variable = s_pDebugLevel.load(std::memory_order_acquire);
+        return variable ? level < variable->load(std::memory_order_relaxed) : AskWhetherEnabled(level);
     }
     /// Hands the log file's new name to the set-log-name hook, if there is one.
     void SetLogFileName(char* const name);
@@ -69,9 +69,9 @@ public:
     static void SetDBSetLogNameFn(ZRSetLogNameHookT hook);
     static void SetDBSetLevelFn(ZRSetLevelHookT hook);
     static void SetDBGetLevelFn(ZRGetLevelHookT hook);
-    /// Installs a get-level hook that only reports a number: it does not log, does not throw and leaves errno and the
-    /// last error alone. It is asked without precautions, which makes a suppressed line several times cheaper.
-    static void SetTrustedDBGetLevelFn(ZRGetLevelHookT hook);
+    /// The same for a hook that answers what stands in `variable`, which must outlive all logging: lines are compared
+    /// with the variable and do not ask the hook, which makes a suppressed line several times cheaper.
+    static void SetDBGetLevelFn(ZRGetLevelHookT hook, const std::atomic<unsigned>& variable);
     /// Store the installed hook, or null, into the caller's variable.
     static void GetDBFn(ZRDebugPrintHookT& hook);
     static void GetDBSetLogNameFn(ZRSetLogNameHookT& hook);
@@ -102,8 +102,8 @@ private:
     void BeginBuffer();
     void Deliver();
 
-    /// The get-level hook while it is a trusted one, else null.
-    static std::atomic<ZRGetLevelHookT> s_pTrustedGetLevel;
+    /// Where the get-level hook's answer stands; null when only the hook knows.
+    static std::atomic<const std::atomic<unsigned>*> s_pDebugLevel;
 
     unsigned m_nMessageLevel = 0;
     unsigned m_nMode = 1;

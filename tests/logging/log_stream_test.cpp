@@ -63,10 +63,17 @@ TEST_F(LogStream, DeliversALineBelowTheDebugLevelOnly) {
     EXPECT_TRUE(ZRLogStreamC::IsLevelEnabled(4) && !ZRLogStreamC::IsLevelEnabled(5));
     EXPECT_EQ(m_log.SetDebugLevel(2), 5u);
     EXPECT_FALSE(m_log.IsValidDebugLevel());
-    m_log.SetTrustedDBGetLevelFn([] { return 9u; });
+    static std::atomic<unsigned> variable;
+    variable = 9;
+    g_queries = 0;
+    m_log.SetDBGetLevelFn(QueryLevel, variable);
     EXPECT_TRUE(m_log.IsValidDebugLevel());
-    m_log.SetDBGetLevelFn(QueryLevel);
+    variable = 4;
     EXPECT_FALSE(m_log.IsValidDebugLevel());
+    EXPECT_EQ(g_queries, 0);
+    g_debugLevel = 9;
+    m_log.SetDBGetLevelFn(QueryLevel);
+    EXPECT_TRUE(m_log.IsValidDebugLevel());
 }
 
 struct Grouping : std::numpunct<char> {
@@ -146,12 +153,13 @@ TEST_F(LogStream, SurvivesHooksThatLogThrowAndSpoilTheErrorNumbers) {
 
 TEST_F(LogStream, LetsThreadsLogWhileHooksAreReplaced) {
     static std::atomic<int> lines;
+    static std::atomic<unsigned> level{1};
     lines = 0;
     const auto log = [] {
         for (int n = 0; n < 500; ++n) {
             ZRLogStreamC line([](unsigned, int, char* text) { lines += std::string_view(text) == "line 1\n"; }, nullptr,
                               nullptr, nullptr);
-            line.SetTrustedDBGetLevelFn([] { return 1u; });
+            line.SetDBGetLevelFn([] { return 1u; }, level);
             line << "line " << 1 << std::endl;
         }
     };

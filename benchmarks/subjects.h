@@ -1,0 +1,12 @@
+#pragma once
+
+/// One function for each subject; each prints its comparisons.
+namespace benchmarks {
+
+void Errors();
+void Logging();
+void Messages();
+void Events();
+void Channel();
+
+} // namespace benchmarks
