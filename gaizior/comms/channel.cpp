@@ -70,9 +70,7 @@ ZRErrorT Channel::Open() {
         LogFailure("ZcOpenComms", "the block carries a wrong magic number");
         return ZRErrors::e_Object_BadMagic;
     }
-    if (lock.IsAbandoned()) {
-        m_objects.Mend("ZcOpenComms");
-    }
+    m_objects.MendIfAbandoned(lock, "ZcOpenComms");
     Purge();
     RecordChannelError(ERROR_ALREADY_EXISTS);
     return ZRErrors::e_General_NoError;

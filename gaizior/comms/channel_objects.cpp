@@ -119,28 +119,33 @@ ZRErrors::ZRErrorT ChannelSection::Map(const char* function) {
                     : FailWithLastError(function, "mapping the shared memory", ZRErrors::e_File_MappingFailed);
 }
 
-ZRErrors::ZRErrorT ChannelObjects::Open(const char* function) {
-    if (const ZRErrors::ZRErrorT error = section.Open(function)) {
-        return error;
-    }
+ChannelLock ChannelObjects::Open(const char* function, DWORD timeout) {
     if (const ZRErrors::ZRErrorT error = mutex.Open(function)) {
-        return error;
+        return ChannelLock(error);
+    }
+    ChannelLock lock = mutex.Lock(function, timeout);
+    if (!lock) {
+        return lock;
+    }
+    if (const ZRErrors::ZRErrorT error = section.Open(function)) {
+        return ChannelLock(error);
     }
     event = UniqueHandle(::OpenEventA(EVENT_ALL_ACCESS, FALSE, kChannelEventName));
-    return event ? ZRErrors::e_General_NoError
-                 : FailWithLastError(function, "opening the event", ZRErrors::e_Resource_AllocationFailed);
+    if (!event) {
+        return ChannelLock(FailWithLastError(function, "opening the event", ZRErrors::e_Resource_AllocationFailed));
+    }
+    MendIfAbandoned(lock, function);
+    return lock;
 }
 
 ChannelLock ChannelObjects::Lock(const char* function, DWORD timeout) const {
     ChannelLock lock = mutex.Lock(function, timeout);
-    if (lock.IsAbandoned()) {
-        Mend(function);
-    }
+    MendIfAbandoned(lock, function);
     return lock;
 }
 
-void ChannelObjects::Mend(const char* function) const {
-    if (section.Block()->magic != kZcMagic) {
+void ChannelObjects::MendIfAbandoned(const ChannelLock& lock, const char* function) const {
+    if (!lock.IsAbandoned() || section.Block()->magic != kZcMagic) {
         return;
     }
     MessagePool pool(*section.Block());

@@ -108,12 +108,14 @@ struct ChannelObjects {
     UniqueHandle event;
     ChannelSection section;
 
-    /// Opens the objects of a channel that others have open.
-    ZRErrors::ZRErrorT Open(const char* function);
+    /// Opens the objects of a channel that others have open and takes the mutex. The block comes after the mutex, since
+    /// one who holds it may be about to make the block.
+    [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout);
     /// Takes the mutex; a block whose last owner died is put in order before it is used.
     [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout) const;
-    /// Puts the block in order and announces its messages, since their sender may not have come to it. Under the mutex.
-    void Mend(const char* function) const;
+    /// Puts the block of an owner that died in order and announces its messages, since their sender may not have come
+    /// to it.
+    void MendIfAbandoned(const ChannelLock& lock, const char* function) const;
 };
 
 } // namespace gaizior

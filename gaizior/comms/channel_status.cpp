@@ -15,10 +15,7 @@ ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs) {
         return ZRErrors::e_Command_Aborted;
     }
     ChannelObjects objects;
-    if (const ZRErrors::ZRErrorT error = objects.Open("ZcSnapshot")) {
-        return error;
-    }
-    const ChannelLock lock = objects.Lock("ZcSnapshot", ToTimeout(timeoutMs));
+    const ChannelLock lock = objects.Open("ZcSnapshot", ToTimeout(timeoutMs));
     if (!lock) {
         return lock.Error();
     }

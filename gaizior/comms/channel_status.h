@@ -16,10 +16,11 @@ extern "C" {
 
 /// Copies the machine's block into `block` under its mutex without taking part in the channel: no ID is registered and
 /// nothing is purged. Waits up to `timeoutMs` for the mutex. Any thread.
-/// @returns 0; e_File_MappingFailed when no process has the channel open (ZcGetCommsOSError tells 2) or the memory
-///   cannot be mapped; e_Resource_AllocationFailed when its mutex or event cannot be opened; e_Object_BadMagic when the
-///   block, which is copied all the same, is not a channel's; e_Command_TimedOut; e_Command_Aborted when a wait failed
-///   or `block` is null.
+/// @returns 0; e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2) or its
+/// mutex
+///   or event cannot be opened; e_File_MappingFailed when the block is just going or cannot be mapped;
+///   e_Object_BadMagic when the block, which is copied all the same, is not a channel's; e_Command_TimedOut;
+///   e_Command_Aborted when a wait failed or `block` is null.
 GAIZIOR_API ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs);
 
 /// Checks a copy of a block and lists what is queued in it. No index in the block is trusted. Any thread.

@@ -259,7 +259,7 @@ TEST_F(ChannelTest, ABlockOfAnotherMakeIsRefusedAndLeftAsItIs) {
 
 TEST_F(ChannelTest, ASnapshotShowsTheQueueAndTakesNothing) {
     const auto block = std::make_unique<ZcChannel>();
-    EXPECT_EQ(ZcSnapshot(block.get(), 100), ZRErrors::e_File_MappingFailed) << "nobody has the channel open";
+    EXPECT_EQ(ZcSnapshot(block.get(), 100), ZRErrors::e_Resource_AllocationFailed) << "nobody has the channel open";
     EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
     ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
     ZcSendMessage("1", 1000, kOtherId);
