@@ -3,6 +3,7 @@
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
+#include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/timing.h"
 
 #include <atomic>
@@ -51,26 +52,30 @@ ZRErrorT Channel::Open() {
     if (const ZRErrorT error = m_objects.mutex.Create()) {
         return error;
     }
+    CrashPoint();
     const ChannelLock lock = m_objects.mutex.Lock("ZcOpenComms", kOpenTimeout);
     if (!lock) {
         return lock.Error();
     }
+    CrashPoint();
     m_objects.event = UniqueHandle(::CreateEventA(nullptr, TRUE, FALSE, kChannelEventName));
     if (!m_objects.event) {
         return FailWithLastError("ZcOpenComms", "creating the event", ZRErrors::e_Resource_AllocationFailed);
     }
+    CrashPoint();
     if (const ZRErrorT error = m_objects.section.Create()) {
         return error;
     }
+    CrashPoint();
     if (!m_objects.section.Existed()) {
         MessagePool::Initialise(Block());
         return ZRErrors::e_General_NoError;
     }
+    m_objects.MendIfAbandoned(lock, "ZcOpenComms");
     if (Block().magic != kZcMagic) {
         LogFailure("ZcOpenComms", "the block carries a wrong magic number");
         return ZRErrors::e_Object_BadMagic;
     }
-    m_objects.MendIfAbandoned(lock, "ZcOpenComms");
     Purge();
     RecordChannelError(ERROR_ALREADY_EXISTS);
     return ZRErrors::e_General_NoError;
@@ -96,6 +101,7 @@ bool Channel::TakeLocked(char* buffer, std::size_t size) {
     ReportRepair("ZcReceiveMessage", pool);
     if (taken && pool.IsEmpty()) {
         ::ResetEvent(m_objects.event.Get());
+        CrashPoint();
     }
     return taken;
 }
@@ -123,7 +129,9 @@ ZRErrorT Channel::Send(const char* message, DWORD timeout, std::uint16_t destina
             return FailTimedOut("ZcSendMessage", "all slots are taken");
         }
     }
+    CrashPoint();
     ::SetEvent(m_objects.event.Get());
+    CrashPoint();
     return ZRErrors::e_General_NoError;
 }
 

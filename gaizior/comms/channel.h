@@ -16,8 +16,8 @@ extern "C" {
 /// @returns 0; e_Resource_AllocationFailed when the mutex or the event cannot be made; e_Command_TimedOut when the
 /// mutex
 ///   was not free within 20 s; e_Command_Aborted when waiting for it failed; e_File_MappingFailed when the shared
-///   memory cannot be made or is too small; e_Object_BadMagic when the block is not a channel's (it is left as it is).
-///   After a failure the channel is closed.
+///   memory cannot be made or has another size; e_Object_BadMagic when the block is not a channel's (it is left as it
+///   is). After a failure the channel is closed.
 GAIZIOR_API ZRErrors::ZRErrorT ZcOpenComms(unsigned short ownID);
 
 /// Posts a copy of `message`, cut to 255 characters, for `destID`. `timeoutMs` limits each wait for the mutex. When all

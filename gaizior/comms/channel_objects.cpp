@@ -2,14 +2,21 @@
 
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
+#include "gaizior/platform/section.h"
 #include "gaizior/platform/timing.h"
 
+#include <algorithm>
 #include <atomic>
 
 namespace gaizior {
 namespace {
 
 std::atomic<DWORD> g_channelError{ERROR_SUCCESS};
+
+bool IsAllZero(const ZcChannel& block) {
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(&block);
+    return std::all_of(bytes, bytes + sizeof(block), [](unsigned char byte) { return byte == 0; });
+}
 
 } // namespace
 
@@ -113,10 +120,10 @@ ZRErrors::ZRErrorT ChannelSection::Open(const char* function) {
 }
 
 ZRErrors::ZRErrorT ChannelSection::Map(const char* function) {
-    m_pBlock = static_cast<ZcChannel*>(
-        ::MapViewOfFile(m_mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, sizeof(ZcChannel)));
+    m_pBlock = static_cast<ZcChannel*>(MapWhole(m_mapping.Get(), sizeof(ZcChannel)));
     return m_pBlock ? ZRErrors::e_General_NoError
-                    : FailWithLastError(function, "mapping the shared memory", ZRErrors::e_File_MappingFailed);
+                    : FailWithLastError(function, "mapping all of the shared memory, and no more,",
+                                        ZRErrors::e_File_MappingFailed);
 }
 
 ChannelLock ChannelObjects::Open(const char* function, DWORD timeout) {
@@ -145,7 +152,16 @@ ChannelLock ChannelObjects::Lock(const char* function, DWORD timeout) const {
 }
 
 void ChannelObjects::MendIfAbandoned(const ChannelLock& lock, const char* function) const {
-    if (!lock.IsAbandoned() || section.Block()->magic != kZcMagic) {
+    if (!lock.IsAbandoned()) {
+        return;
+    }
+    if (IsAllZero(*section.Block())) {
+        // Its maker's mutex is free before its memory is gone.
+        MessagePool::Initialise(*section.Block());
+        ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the block was half made and has been begun anew%s",
+                   function, kLineEnd);
+    }
+    if (section.Block()->magic != kZcMagic) {
         return;
     }
     MessagePool pool(*section.Block());

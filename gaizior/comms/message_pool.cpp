@@ -257,7 +257,9 @@ bool MessagePool::Post(const char* message, std::uint16_t destination) {
     ZcMessageSlot& slot = m_block.slots[i];
     const std::size_t length = ::strnlen(message, kZcMessageSize - 1);
     std::memcpy(slot.msg, message, length);
+    CrashPoint();
     std::memset(slot.msg + length, 0, kZcMessageSize - length);
+    CrashPoint();
     Commit(slot.dest_id, destination);
     Commit(slot.prev, Index{m_block.end_of_list});
     Commit(slot.self, i);

@@ -67,14 +67,34 @@ TEST_F(LinuxNames, BelongToTheProcessAndNotToItsForkedChild) {
     EXPECT_TRUE(std::filesystem::exists(File("s")));
 }
 
-TEST_F(LinuxNames, AFileThatNobodyHoldsIsBegunAnew) {
-    std::ofstream(File("left_over")) << "what a killed process left behind";
-    const UniqueHandle section = Section("left_over", 20);
-    EXPECT_EQ(::GetLastError(), ERROR_SUCCESS);
-    const void* view = ::MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 20);
-    ASSERT_NE(view, nullptr);
-    EXPECT_STREQ(static_cast<const char*>(view), "");
-    ::UnmapViewOfFile(view);
+TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnewAndNothingElse) {
+    std::ofstream(File("whole")) << "what was written";
+    std::ofstream(File("empty"));
+    for (const char* name : {"whole", "empty"}) {
+        const UniqueHandle section = Section(name, 16);
+        EXPECT_EQ(::GetLastError(), ERROR_SUCCESS) << name;
+        const void* view = ::MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 16);
+        ASSERT_NE(view, nullptr) << name;
+        EXPECT_STREQ(static_cast<const char*>(view), "") << name;
+        ::UnmapViewOfFile(view);
+    }
+    std::ofstream(File("other")) << "of another size";
+    EXPECT_FALSE(Section("other", 16));
+    EXPECT_EQ(::GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(std::filesystem::file_size(File("other")), 15u);
+}
+
+/// Its maker was killed before it could undo the umask.
+TEST_F(LinuxNames, AFileThatItsOwnUserMayNotOpenIsNoObstacle) {
+    const uid_t user = ::geteuid() == 0 ? 12345 : ::geteuid();
+    std::ofstream(File("half made"));
+    ASSERT_EQ(::chmod(File("half made").c_str(), 0), 0);
+    ASSERT_EQ(::chmod(names.Path().c_str(), 0777), 0);
+    ASSERT_EQ(user == ::geteuid() ? 0 : ::chown(File("half made").c_str(), user, user), 0);
+    const uid_t before = ::geteuid();
+    ASSERT_EQ(::seteuid(user), 0);
+    EXPECT_TRUE(Section("half made"));
+    ASSERT_EQ(::seteuid(before), 0);
 }
 
 TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefused) {

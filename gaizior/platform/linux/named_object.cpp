@@ -1,5 +1,6 @@
 #include "gaizior/platform/linux/named_object.h"
 
+#include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/linux/last_error.h"
 
 #include <algorithm>
@@ -106,11 +107,21 @@ bool LeadsTo(const std::string& path, int file) {
            byName.st_dev == byFile.st_dev;
 }
 
+/// A maker that dies before it has undone a restrictive umask leaves a file that its own user may not open.
+bool MakeAccessible(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
+           (status.st_mode & kMode) != kMode && ::chmod(path.c_str(), kMode) == 0;
+}
+
 /// Opens the name's file, or makes it: opening comes first, since even root may be refused another's file in a sticky
 /// folder when it asks to create it. An empty result has set the last error.
 UniqueFd OpenFile(const std::string& path, bool create) {
     for (;;) {
         UniqueFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+        if (!file && errno == EACCES && MakeAccessible(path)) {
+            continue;
+        }
         if (file || errno != ENOENT || !create) {
             if (!file) {
                 FailErrno();
@@ -119,6 +130,7 @@ UniqueFd OpenFile(const std::string& path, bool create) {
         }
         file = UniqueFd(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_CREAT | O_EXCL, kMode));
         if (file) {
+            CrashPoint();
             ::fchmod(file.Get(), kMode); // whatever the umask took away
             return file;
         }
@@ -139,6 +151,12 @@ bool IsOurs(int file) {
         return Fail(ERROR_INVALID_HANDLE);
     }
     return status.st_uid == ::geteuid() || Fail(ERROR_ACCESS_DENIED);
+}
+
+/// What those who died left behind is empty or whole. Anything else was put there by somebody else and stays as it is.
+bool IsLeftOver(int file, std::size_t size) {
+    struct stat status {};
+    return ::fstat(file, &status) == 0 && (status.st_size == 0 || status.st_size == static_cast<off_t>(size));
 }
 
 bool ReadHeader(int file, SyncFile& header) {
@@ -206,11 +224,15 @@ std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, Mode
             NapOneMillisecond();
             continue;
         }
-        // From here on the destructor gives the name up, and with it a file that could not be begun.
-        auto object = std::make_shared<NamedObject>(std::move(file), path);
+        CrashPoint();
         if (isFirst && mode == Mode::Open) {
             return FailNull(ERROR_FILE_NOT_FOUND); // left over by holders that all died
         }
+        if (isFirst && !IsLeftOver(file.Get(), size)) {
+            return FailNull(ERROR_INVALID_HANDLE);
+        }
+        // From here on the destructor gives the name up, and with it a file that could not be begun.
+        auto object = std::make_shared<NamedObject>(std::move(file), path);
         existed = !isFirst;
         if (isFirst ? !object->Begin(kind, size, bits) : !object->Adopt(kind)) {
             return nullptr;
@@ -227,6 +249,7 @@ bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
     if (::ftruncate(File(), 0) != 0) {
         return FailErrno();
     }
+    CrashPoint();
     // Allocated at once: a full folder is told here and not by a signal at the first access.
     int error = 0;
     do {
@@ -235,11 +258,13 @@ bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
     if (error != 0) {
         return Fail(ErrorOfErrno(error));
     }
+    CrashPoint();
     if (kind != Kind::Section) {
         if (!Map()) {
             return false;
         }
         InitialiseMutex(m_pSync->mutex);
+        CrashPoint();
         if (kind == Kind::NamedMutex && !(bits & kSignalled)) {
             Taken(::pthread_mutex_trylock(&m_pSync->mutex)); // before anybody else can
         }
@@ -249,6 +274,7 @@ bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
         m_pSync->size = sizeof(SyncFile);
         m_pSync->version = SyncFile::kVersion;
         std::memcpy(m_pSync->magic, SyncFile::kMagic, sizeof(m_pSync->magic));
+        CrashPoint();
     }
     return SetFileLock(File(), F_RDLCK) || FailErrno();
 }
@@ -296,6 +322,7 @@ void NamedObject::GiveUpName() {
     }
     SetFileLock(File(), F_UNLCK);
     if (SetFileLock(File(), F_WRLCK) && LeadsHere()) {
+        CrashPoint();
         ::unlink(m_path.c_str());
     }
 }

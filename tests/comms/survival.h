@@ -1,0 +1,63 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+/// What the survival tests and the processes that they start and kill have in common.
+namespace gaizior::test {
+
+// Communications IDs of the kill matrix; a fill names the addressees of its messages by their last digit.
+inline constexpr std::uint16_t kVictimId = 11;
+inline constexpr std::uint16_t kSurvivorId = 12;
+inline constexpr std::uint16_t kThirdId = 13;
+inline constexpr std::uint16_t kFillerId = 14;
+
+/// The i-th message of a fill, as long as a message can be.
+inline std::string FillText(std::size_t i) {
+    std::string text = "message " + std::to_string(i) + ' ';
+    return text.append(255 - text.size(), static_cast<char>('a' + i % 26));
+}
+
+inline const std::string kSentByVictim(255, 's');
+
+/// Where processes that open the channel at once wait for each other.
+struct Gathering {
+    std::atomic<std::uint32_t> arrived;
+    std::atomic<std::uint32_t> failed;
+};
+inline constexpr const char* kGatheringName = "Gathering";
+inline constexpr unsigned kGatheringSize = 8;
+
+/// Who has sent and received what in a soak. It belongs to the test, so it outlives the processes that keep it.
+struct Ledger {
+    static constexpr unsigned kProcesses = 3;
+    static constexpr unsigned kMost = 10'000; ///< messages from one process to another
+
+    /// One direction between two processes; messages are numbered from 0.
+    struct Lane {
+        std::atomic<std::uint32_t> begun;                   ///< sends that were begun
+        std::array<std::atomic<std::uint8_t>, kMost> sent;  ///< 1: the send has returned
+        std::array<std::atomic<std::uint8_t>, kMost> came;  ///< how often it was received, or thrown away by an open
+        std::array<std::atomic<std::uint8_t>, kMost> found; ///< 1: it was in the buffer of a process that was killed
+        std::atomic<std::uint32_t> next;                    ///< the newest that came, plus 1
+        std::atomic<std::uint32_t> disorder;                ///< messages that came after a newer one
+    };
+
+    /// What a process leaves behind when it is killed.
+    struct Desk {
+        std::atomic<std::uint8_t> isOpen; ///< 0 while the process opens the channel
+        char buffer[256];                 ///< what it receives into
+    };
+
+    std::uint32_t count; ///< messages for each lane
+    std::array<Desk, kProcesses> desks;
+    std::atomic<std::uint32_t> stop;
+    std::atomic<std::uint32_t> damaged; ///< messages that nobody sent like that
+    std::array<std::array<Lane, kProcesses>, kProcesses> lanes;
+};
+inline constexpr const char* kLedgerName = "Ledger";
+inline constexpr std::uint16_t kFirstSoakId = 21;
+
+} // namespace gaizior::test
