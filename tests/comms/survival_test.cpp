@@ -120,7 +120,7 @@ void DropEmpty(Queues& queues) {
 }
 
 /// Removes from `before` what the victim's operation may have done, if that explains what is there now.
-void AllowFor(const std::string& operation, bool hasFinished, Queues& before, Queues& now) {
+void AllowFor(const std::string& operation, int point, bool hasFinished, Queues& before, Queues& now) {
     Texts& mine = before[kVictimId];
     const std::size_t left = now[kVictimId].size();
     if (operation == "send") {
@@ -131,6 +131,7 @@ void AllowFor(const std::string& operation, bool hasFinished, Queues& before, Qu
     } else if (operation == "take" && !mine.empty()) {
         const bool isTaken = left == mine.size() - 1;
         EXPECT_TRUE(isTaken || !hasFinished);
+        EXPECT_FALSE(isTaken && point == 1) << "it is freed last";
         mine.erase(mine.begin(), mine.begin() + isTaken);
     } else if (operation == "open") {
         EXPECT_TRUE(left == 0 || !hasFinished);
@@ -157,7 +158,7 @@ bool SurvivalTest::DieAndGoOn(const Operation& operation, const Fill& fill, int 
     Texts& mine = now[kSurvivorId];
     mine.insert(mine.begin(), received.begin(), received.end());
     Queues before = QueuesOf(fill);
-    AllowFor(operation.name, !hasCrashed, before, now);
+    AllowFor(operation.name, point, !hasCrashed, before, now);
     DropEmpty(before);
     DropEmpty(now);
     EXPECT_EQ(now, before);
