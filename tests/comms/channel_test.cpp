@@ -3,8 +3,10 @@
 #include "gaizior/comms/channel_status.h"
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
+#include "gaizior/platform/section.h"
 #include "gaizior/platform/timing.h"
 #include "gaizior/platform/unique_handle.h"
+#include "tests/comms/shared_view.h"
 #include "tests/support/scratch.h"
 #include "tests/support/watchdog.h"
 
@@ -33,31 +35,8 @@ void KeepLine(int, int, const char* text) {
 }
 
 /// A view of the block beside the channel's own; it keeps the block alive while the channel is closed.
-class BlockView {
-public:
-    BlockView()
-        : m_mapping(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(ZcChannel),
-                                         "Zircona_Comms_Queue")) {
-        m_pBlock = static_cast<ZcChannel*>(::MapViewOfFile(m_mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
-    }
-    BlockView(const BlockView&) = delete;
-    BlockView& operator=(const BlockView&) = delete;
-    ~BlockView() {
-        ::UnmapViewOfFile(m_pBlock);
-    }
-    ZcChannel* operator->() const {
-        return m_pBlock;
-    }
-    ZcChannel* Get() const {
-        return m_pBlock;
-    }
-    const unsigned char* Bytes() const {
-        return reinterpret_cast<const unsigned char*>(m_pBlock);
-    }
-
-private:
-    UniqueHandle m_mapping;
-    ZcChannel* m_pBlock;
+struct BlockView : test::SharedView<ZcChannel> {
+    BlockView() : SharedView("Zircona_Comms_Queue") {}
 };
 
 class ChannelTest : public ::testing::Test {
@@ -126,7 +105,7 @@ TEST_F(ChannelTest, TheBlockHoldsTheDocumentedBytes) {
     put(12 + 256, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
     put(284, {'s', 'e', 'c', 'o', 'n', 'd'});
     put(284 + 256, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
-    EXPECT_EQ(std::memcmp(view.Bytes(), expected.data(), expected.size()), 0);
+    EXPECT_EQ(std::memcmp(view.Get(), expected.data(), expected.size()), 0);
 }
 
 TEST_F(ChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
@@ -245,6 +224,19 @@ TEST_F(ChannelTest, NamesThatBelongToAnotherKindOfObjectMakeTheOpenFail) {
         EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE) << taken.name;
     }
     EXPECT_FALSE(Logged("Dumping")) << "a failed open only releases what it took";
+    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+}
+
+TEST_F(ChannelTest, ABlockOfAnotherSizeIsRefused) {
+    constexpr auto kSize = static_cast<DWORD>(sizeof(ZcChannel));
+    constexpr auto kStep = static_cast<DWORD>(kSectionGranularity);
+    for (const DWORD size : {DWORD{1}, kSize - kStep, kSize + kStep, 2 * kSize}) {
+        g_lines.clear();
+        const UniqueHandle section(
+            ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, "Zircona_Comms_Queue"));
+        EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_File_MappingFailed) << size;
+        EXPECT_TRUE(Logged("ZcOpenComms: ERROR: mapping all of the shared memory, and no more, failed")) << size;
+    }
     EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
 }
 
