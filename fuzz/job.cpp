@@ -1,0 +1,26 @@
+// What bench reads from a job file, and what bench and imager read from each other.
+
+#include "apps/job/job_file.h"
+#include "apps/job/message.h"
+
+#include <cstdlib>
+#include <sstream>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    std::istringstream stream(text);
+    gaizior::Job job;
+    gaizior::ReadJob(stream, "job", job);
+    gaizior::Message message;
+    if (gaizior::Decode(text, message) != ZRErrors::e_General_NoError) {
+        return 0;
+    }
+    std::string packet;
+    gaizior::Message again;
+    if (gaizior::Encode(message, packet) == ZRErrors::e_General_NoError &&
+        (gaizior::Decode(packet, again) != ZRErrors::e_General_NoError || again.text != message.text ||
+         again.qualifier != message.qualifier || again.value != message.value)) {
+        std::abort();
+    }
+    return 0;
+}
