@@ -153,17 +153,45 @@ bool IsOurs(int file) {
     return status.st_uid == ::geteuid() || Fail(ERROR_ACCESS_DENIED);
 }
 
-/// What those who died left behind is empty or whole. Anything else was put there by somebody else and stays as it is.
-bool IsLeftOver(int file, std::size_t size) {
-    struct stat status {};
-    return ::fstat(file, &status) == 0 && (status.st_size == 0 || status.st_size == static_cast<off_t>(size));
-}
-
 bool ReadHeader(int file, SyncFile& header) {
     struct stat status {};
     return ::fstat(file, &status) == 0 && status.st_size == sizeof(SyncFile) &&
            ::pread(file, static_cast<void*>(&header), sizeof(header), 0) == sizeof(header) &&
            std::memcmp(header.magic, SyncFile::kMagic, sizeof(header.magic)) == 0;
+}
+
+/// How a file that was opened under a name can be used.
+enum class Standing {
+    First,   ///< it is empty, and nobody else can open it before the lock is made a shared one
+    Joining, ///< others hold it
+    Passing, ///< another process is about to make or to remove it
+    Refused, ///< not at all; the last error is set
+};
+
+/// Takes the lock of a file that was opened under the path.
+Standing Enter(const std::string& path, int file, NamedObject::Mode mode, std::size_t size) {
+    const bool isAlone = SetFileLock(file, F_WRLCK);
+    struct stat status {};
+    if ((!isAlone && !SetFileLock(file, F_RDLCK)) || !LeadsTo(path, file) || ::fstat(file, &status) != 0) {
+        return Standing::Passing;
+    }
+    CrashPoint();
+    if (!isAlone) {
+        return Standing::Joining;
+    }
+    if (mode == NamedObject::Mode::Open) {
+        Fail(ERROR_FILE_NOT_FOUND); // left over by holders that all died
+        return Standing::Refused;
+    }
+    if (status.st_size == 0) {
+        return Standing::First;
+    }
+    if (status.st_size != static_cast<off_t>(size)) {
+        Fail(ERROR_INVALID_HANDLE); // those who died do not leave such a thing
+        return Standing::Refused;
+    }
+    ::unlink(path.c_str()); // and not used again: a view may have outlived its handle
+    return Standing::Passing;
 }
 
 std::shared_ptr<NamedObject> UnnamedSection(std::size_t size) {
@@ -213,28 +241,20 @@ std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, Mode
         existed = true;
         return object->Adopt(kind) ? object : nullptr;
     }
-    // Another process may be making or removing the file: its lock then cannot be had, or the path leads elsewhere.
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
         UniqueFd file = OpenFile(path, mode == Mode::CreateOrOpen);
-        if (!file || !IsOurs(file.Get())) {
+        const Standing standing = file && IsOurs(file.Get()) ? Enter(path, file.Get(), mode, size) : Standing::Refused;
+        if (standing == Standing::Refused) {
             return nullptr;
         }
-        const bool isFirst = SetFileLock(file.Get(), F_WRLCK);
-        if ((!isFirst && !SetFileLock(file.Get(), F_RDLCK)) || !LeadsTo(path, file.Get())) {
+        if (standing == Standing::Passing) {
             NapOneMillisecond();
             continue;
         }
-        CrashPoint();
-        if (isFirst && mode == Mode::Open) {
-            return FailNull(ERROR_FILE_NOT_FOUND); // left over by holders that all died
-        }
-        if (isFirst && !IsLeftOver(file.Get(), size)) {
-            return FailNull(ERROR_INVALID_HANDLE);
-        }
         // From here on the destructor gives the name up, and with it a file that could not be begun.
         auto object = std::make_shared<NamedObject>(std::move(file), path);
-        existed = !isFirst;
-        if (isFirst ? !object->Begin(kind, size, bits) : !object->Adopt(kind)) {
+        existed = standing == Standing::Joining;
+        if (existed ? !object->Adopt(kind) : !object->Begin(kind, size, bits)) {
             return nullptr;
         }
         known = object;
@@ -243,10 +263,10 @@ std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, Mode
     return FailNull(ERROR_ACCESS_DENIED);
 }
 
-/// Makes the file anew. The header comes last and the lock lets others in only then: who dies before leaves a file that
+/// Fills an empty file. The header comes last and the lock lets others in only then: who dies before leaves a file that
 /// the next one begins again.
 bool NamedObject::Begin(Kind kind, std::size_t size, std::uint64_t bits) {
-    if (::ftruncate(File(), 0) != 0) {
+    if (::ftruncate(File(), static_cast<off_t>(size)) != 0) {
         return FailErrno();
     }
     CrashPoint();
