@@ -43,7 +43,7 @@ public:
             const gaizior::ChannelLock lock = m_objects.Lock("Send", INFINITE);
             gaizior::MessagePool pool(*m_objects.section.Block());
             pool.Post(text, destination);
-            gaizior::ReportRepair("Send", pool);
+            gaizior::LogRepair("Send", pool.Report());
         }
         ::SetEvent(m_objects.event.Get());
     }
@@ -53,7 +53,7 @@ public:
         const gaizior::ChannelLock lock = m_objects.Lock("Take", INFINITE);
         gaizior::MessagePool pool(*m_objects.section.Block());
         pool.Take(kOwnId, buffer, size);
-        gaizior::ReportRepair("Take", pool);
+        gaizior::LogRepair("Take", pool.Report());
         if (pool.IsEmpty()) {
             ::ResetEvent(m_objects.event.Get());
         }

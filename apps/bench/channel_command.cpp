@@ -1,3 +1,4 @@
+#include "apps/bench/channel_look.h"
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
 #include "apps/job/channel_id.h"
@@ -12,50 +13,6 @@
 
 namespace gaizior {
 namespace {
-
-constexpr unsigned long kLockTimeout = 2000;
-
-/// A look at the channel's block and what an examination of it found.
-struct Look {
-    ZcChannel block;
-    ZcFindingsT findings;
-};
-
-bool IsConsistent(const Look& look) {
-    return look.findings.szDamage[0] == '\0';
-}
-
-enum class Presence { kThere, kAbsent };
-
-/// Copies the block and examines the copy. That there is none, or that it is damaged, is an answer and no failure.
-Outcome TakeLook(Look& look, Presence& presence) {
-    constexpr unsigned kNoSuchObject = 2;
-    const ZRErrors::ZRErrorT code = ZcSnapshot(&look.block, kLockTimeout);
-    // While the last process closes the channel its objects vanish one after the other.
-    const bool absent = (code == ZRErrors::e_File_MappingFailed || code == ZRErrors::e_Resource_AllocationFailed) &&
-                        ZcGetCommsOSError() == kNoSuchObject;
-    presence = absent ? Presence::kAbsent : Presence::kThere;
-    if (!absent && code != ZRErrors::e_General_NoError && code != ZRErrors::e_Object_BadMagic) {
-        return Fail("TakeLook(): ", code, ExitOf(code),
-                    "the message channel cannot be read: " + ErrorText(code) + " (operating-system error " +
-                        std::to_string(ZcGetCommsOSError()) + "): end the process that holds it");
-    }
-    if (!absent) {
-        ZcExamine(&look.block, &look.findings);
-    }
-    return std::nullopt;
-}
-
-/// The same where a channel is needed.
-Outcome TakeLook(Look& look) {
-    Presence presence{};
-    Outcome failure = TakeLook(look, presence);
-    if (!failure && presence == Presence::kAbsent) {
-        failure = Fail("TakeLook(): ", ZRErrors::e_File_MappingFailed, Exit::kNotFound,
-                       "no process has the message channel open: it exists while an imager or another program uses it");
-    }
-    return failure;
-}
 
 /// A slot's text, however damaged its slot is.
 std::string_view TextOf(const ZcMessageSlot& slot) {
@@ -253,7 +210,7 @@ Outcome StatusCommand(const StatusOptions& options) {
     }
     if (!IsConsistent(*look)) {
         return Fail("StatusCommand(): ", kInvalidData, Exit::kFailed,
-                    "the message channel is damaged: end every process that uses it and start them again");
+                    "the message channel is damaged: 'bench channel doctor --repair' puts it in order");
     }
     return std::nullopt;
 }

@@ -35,6 +35,12 @@ struct StatusOptions {
 };
 Outcome StatusCommand(const StatusOptions& options);
 
+struct DoctorOptions {
+    bool repair = false;
+    bool json = false;
+};
+Outcome DoctorCommand(const DoctorOptions& options);
+
 struct SendOptions {
     std::string text;
     std::uint16_t to = 0;

@@ -45,6 +45,7 @@ constexpr const char* kErrorExamples = R"(Examples:
 
 constexpr const char* kChannelExamples = R"(Examples:
   bench channel status        who has messages waiting
+  bench channel doctor        who holds it, and is it in order
   bench channel watch         every message as it comes and goes
   bench channel send --to 101 --wait 5 "1;1;110;0;;"
                               ask the imager 101 for its state
@@ -56,6 +57,18 @@ purged. A damaged channel ends with exit code 1.
 Examples:
   bench channel status
   bench channel status --json
+)";
+
+constexpr const char* kDoctorExamples = R"(For a machine that hangs: tells who holds the channel's lock and since
+when, as far as the system knows, and whether the channel is in order.
+Only --repair changes anything, except where the lock's owner died: then
+the channel is put in order as by every other program that comes next.
+A lock that is not free within 2 s ends with exit code 4.
+
+Examples:
+  bench channel doctor
+  bench channel doctor --repair
+  bench channel doctor --json
 )";
 
 constexpr const char* kSendExamples = R"(The text goes out as it is, at most 255 characters. Our programs read
@@ -110,6 +123,7 @@ struct CommandLine {
     ImageOptions image;
     ErrorOptions error;
     StatusOptions status;
+    DoctorOptions doctor;
     SendOptions send;
     ReceiveOptions receive;
     WatchOptions watch;
@@ -176,6 +190,11 @@ void CommandLine::AddChannel() {
     CLI::App& statusCommand = Add(channel, "status", "What is in the channel and for whom", kStatusExamples);
     AddJson(statusCommand, status.json);
     statusCommand.callback([this] { run = [this](const Interrupt&) { return StatusCommand(status); }; });
+
+    CLI::App& doctorCommand = Add(channel, "doctor", "Who holds the channel, and is it in order", kDoctorExamples);
+    doctorCommand.add_flag("--repair", doctor.repair, "Put a damaged channel in order");
+    AddJson(doctorCommand, doctor.json);
+    doctorCommand.callback([this] { run = [this](const Interrupt&) { return DoctorCommand(doctor); }; });
 
     CLI::App& sendCommand = Add(channel, "send", "Send a text to an ID", kSendExamples);
     sendCommand.add_option("TEXT", send.text, "The message")->required()->type_name("");

@@ -98,7 +98,7 @@ void Channel::Purge() {
 bool Channel::TakeLocked(char* buffer, std::size_t size) {
     MessagePool pool(Block());
     const bool taken = pool.Take(m_ownId, buffer, size);
-    ReportRepair("ZcReceiveMessage", pool);
+    LogRepair("ZcReceiveMessage", pool.Report());
     if (taken && pool.IsEmpty()) {
         ::ResetEvent(m_objects.event.Get());
         CrashPoint();
@@ -117,7 +117,7 @@ ZRErrorT Channel::Send(const char* message, DWORD timeout, std::uint16_t destina
             }
             MessagePool pool(Block());
             const bool posted = pool.Post(message, destination);
-            ReportRepair("ZcSendMessage", pool);
+            LogRepair("ZcSendMessage", pool.Report());
             if (posted) {
                 break;
             }

@@ -32,10 +32,10 @@ void LogFailure(const char* function, const char* what) {
     ZRDBprintf(kFailureLevel, kChannelMode, "%s: ERROR: %s%s", function, what, kLineEnd);
 }
 
-void ReportRepair(const char* function, const MessagePool& pool) {
-    if (!pool.Report().empty()) {
-        ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the block was damaged: %s%s", function,
-                   pool.Report().c_str(), kLineEnd);
+void LogRepair(const char* function, const std::string& report) {
+    if (!report.empty()) {
+        ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the block was damaged: %s%s", function, report.c_str(),
+                   kLineEnd);
     }
 }
 
@@ -126,7 +126,7 @@ ZRErrors::ZRErrorT ChannelSection::Map(const char* function) {
                                         ZRErrors::e_File_MappingFailed);
 }
 
-ChannelLock ChannelObjects::Open(const char* function, DWORD timeout) {
+ChannelLock ChannelObjects::Open(const char* function, DWORD timeout, std::string& takeover) {
     if (const ZRErrors::ZRErrorT error = mutex.Open(function)) {
         return ChannelLock(error);
     }
@@ -141,7 +141,7 @@ ChannelLock ChannelObjects::Open(const char* function, DWORD timeout) {
     if (!event) {
         return ChannelLock(FailWithLastError(function, "opening the event", ZRErrors::e_Resource_AllocationFailed));
     }
-    MendIfAbandoned(lock, function);
+    takeover = MendIfAbandoned(lock, function);
     return lock;
 }
 
@@ -151,25 +151,29 @@ ChannelLock ChannelObjects::Lock(const char* function, DWORD timeout) const {
     return lock;
 }
 
-void ChannelObjects::MendIfAbandoned(const ChannelLock& lock, const char* function) const {
-    if (!lock.IsAbandoned()) {
-        return;
-    }
+std::string ChannelObjects::Mend(const char* function) const {
+    std::string found = "the block is in order";
     if (IsAllZero(*section.Block())) {
         // Its maker's mutex is free before its memory is gone.
         MessagePool::Initialise(*section.Block());
-        ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the block was half made and has been begun anew%s",
-                   function, kLineEnd);
+        found = "the block was half made and has been begun anew";
+    } else if (section.Block()->magic != kZcMagic) {
+        found = "the block is no channel's and stays as it is";
+    } else if (const std::string repaired = Repair(); !repaired.empty()) {
+        found = "the block was damaged: " + repaired;
     }
-    if (section.Block()->magic != kZcMagic) {
-        return;
-    }
+    ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the mutex's owner died: %s%s", function, found.c_str(),
+               kLineEnd);
+    return found;
+}
+
+std::string ChannelObjects::Repair() const {
     MessagePool pool(*section.Block());
     pool.Repair();
-    ReportRepair(function, pool);
     if (!pool.IsEmpty()) {
         ::SetEvent(event.Get());
     }
+    return pool.Report();
 }
 
 } // namespace gaizior

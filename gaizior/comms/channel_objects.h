@@ -4,10 +4,10 @@
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/unique_handle.h"
 
+#include <string>
+
 /// What the channel and those who only look at it share: the machine-wide objects and the way to report on them.
 namespace gaizior {
-
-class MessagePool;
 
 inline constexpr const char* kChannelMutexName = "Zircona_Comms_Mutex";
 inline constexpr const char* kChannelEventName = "Zircona_Comms_Event";
@@ -23,8 +23,8 @@ void RecordChannelError(DWORD error);
 DWORD ChannelError();
 
 void LogFailure(const char* function, const char* what);
-/// Logs what a pool had to mend, if anything.
-void ReportRepair(const char* function, const MessagePool& pool);
+/// Logs what had to be mended; an empty report is none.
+void LogRepair(const char* function, const std::string& report);
 
 /// Record the operating-system error, log the failure and return its code.
 ZRErrors::ZRErrorT FailWithLastError(const char* function, const char* what, ZRErrors::ZRErrorT code);
@@ -109,13 +109,22 @@ struct ChannelObjects {
     ChannelSection section;
 
     /// Opens the objects of a channel that others have open and takes the mutex. The block comes after the mutex, since
-    /// one who holds it may be about to make the block.
-    [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout);
+    /// one who holds it may be about to make the block. `takeover` tells what MendIfAbandoned did.
+    [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout, std::string& takeover);
     /// Takes the mutex; a block whose last owner died is put in order before it is used.
     [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout) const;
-    /// Puts the block of an owner that died in order and announces its messages, since their sender may not have come
-    /// to it.
-    void MendIfAbandoned(const ChannelLock& lock, const char* function) const;
+    /// Puts the block of an owner that died in order, or makes it where its maker had not come to it, announces its
+    /// messages, since their sender may not have done so, and logs that.
+    /// @returns what was found and done; empty when no owner had died.
+    std::string MendIfAbandoned(const ChannelLock& lock, const char* function) const {
+        return lock.IsAbandoned() ? Mend(function) : std::string();
+    }
+    /// Puts the block in order. The caller holds the mutex.
+    /// @returns what was found and done; empty for a consistent block.
+    std::string Repair() const;
+
+private:
+    std::string Mend(const char* function) const;
 };
 
 } // namespace gaizior

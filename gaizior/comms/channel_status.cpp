@@ -2,6 +2,8 @@
 
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/message_pool.h"
+#include "gaizior/logging/debug_print.h"
+#include "gaizior/platform/mutex_owner.h"
 #include "gaizior/platform/timing.h"
 
 #include <algorithm>
@@ -15,7 +17,8 @@ ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs) {
         return ZRErrors::e_Command_Aborted;
     }
     ChannelObjects objects;
-    const ChannelLock lock = objects.Open("ZcSnapshot", ToTimeout(timeoutMs));
+    std::string takeover;
+    const ChannelLock lock = objects.Open("ZcSnapshot", ToTimeout(timeoutMs), takeover);
     if (!lock) {
         return lock.Error();
     }
@@ -38,4 +41,51 @@ ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* findings) {
     std::copy_n(found.order.begin(), found.nQueued, findings->anOrder);
     found.damage.copy(findings->szDamage, sizeof(findings->szDamage) - 1);
     return found.damage.empty() ? ZRErrors::e_General_NoError : ZRErrors::e_Object_InvalidData;
+}
+
+ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder) {
+    if (!holder) {
+        LogFailure("ZcQueryHolder", "there is no place for what is found");
+        return ZRErrors::e_Command_Aborted;
+    }
+    const UniqueHandle mutex(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, kChannelMutexName));
+    if (!mutex) {
+        return FailWithLastError("ZcQueryHolder", "opening the mutex", ZRErrors::e_Resource_AllocationFailed);
+    }
+    MutexOwner owner;
+    if (!QueryMutexOwner(mutex.Get(), owner)) {
+        return FailWithLastError("ZcQueryHolder", "looking at the mutex", ZRErrors::e_Command_Aborted);
+    }
+    *holder = {owner.isHeld,
+               owner.isAbandoned,
+               static_cast<unsigned>(owner.process),
+               static_cast<unsigned>(owner.thread),
+               owner.since,
+               {}};
+    owner.program.copy(holder->szProgram, sizeof(holder->szProgram) - 1);
+    return ZRErrors::e_General_NoError;
+}
+
+ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs) {
+    if (!report || size == 0) {
+        LogFailure("ZcRepair", "there is no place for what is done");
+        return ZRErrors::e_Command_Aborted;
+    }
+    report[0] = 0;
+    ChannelObjects objects;
+    std::string done;
+    const ChannelLock lock = objects.Open("ZcRepair", ToTimeout(timeoutMs), done);
+    if (!lock) {
+        return lock.Error();
+    }
+    if (objects.section.Block()->magic != kZcMagic) {
+        LogFailure("ZcRepair", "the block carries a wrong magic number");
+        return ZRErrors::e_Object_BadMagic;
+    }
+    if (done.empty()) {
+        done = objects.Repair();
+        LogRepair("ZcRepair", done);
+    }
+    report[done.copy(report, size - 1)] = 0;
+    return ZRErrors::e_General_NoError;
 }

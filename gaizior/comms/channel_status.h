@@ -12,6 +12,16 @@ struct ZcFindingsT {
     char szDamage[256];                   ///< what is wrong, in words; empty when the block is consistent
 };
 
+/// Who has the channel's mutex. What the system does not tell is 0 or empty.
+struct ZcHolderT {
+    int bHeld;                 ///< 1 while a thread holds it, else 0
+    int bAbandoned;            ///< 1 when its last owner died and nobody has taken it over yet, else 0
+    unsigned int nProcess;     ///< the owner's process
+    unsigned int nThread;      ///< and thread
+    unsigned long long nSince; ///< when it was taken, in 100 ns since 1601 UTC
+    char szProgram[64];        ///< the process's program, without its path
+};
+
 extern "C" {
 
 /// Copies the machine's block into `block` under its mutex without taking part in the channel: no ID is registered and
@@ -28,4 +38,18 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeou
 /// found;
 ///   e_Command_Aborted when an argument is null.
 GAIZIOR_API ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* findings);
+
+/// Tells who has the machine's channel locked at this moment, without waiting for the mutex or taking it. Any thread.
+/// @returns 0; e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2) or its
+/// mutex
+///   cannot be opened; e_Command_Aborted when the system cannot tell or `holder` is null.
+GAIZIOR_API ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder);
+
+/// Puts the machine's block in order if it is damaged; a consistent one stays as it is, byte for byte. Waits up to
+/// `timeoutMs` for the mutex. What was found and done is told in `report` of `size` bytes, cut to fit; it is empty when
+/// there was nothing to do. Any thread.
+/// @returns 0, as ZcSnapshot, or e_Command_Aborted when `report` is null or `size` is 0. A block that is not a
+/// channel's
+///   stays as it is.
+GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs);
 }

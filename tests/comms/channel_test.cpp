@@ -5,8 +5,8 @@
 #include "gaizior/platform/section.h"
 #include "gaizior/platform/timing.h"
 #include "gaizior/platform/unique_handle.h"
-#include "tests/comms/shared_view.h"
 #include "tests/support/scratch.h"
+#include "tests/support/shared_view.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
@@ -257,6 +257,64 @@ TEST_F(ChannelTest, DamageInTheBlockIsLoggedAndMended) {
     EXPECT_EQ(Receive(), "1");
     EXPECT_TRUE(Logged("the block was damaged: the list leads to slot 5000; list rebuilt from 2 messages"));
     EXPECT_EQ(Receive(), "2");
+}
+
+/// The system that the tests for Windows run under does not tell a mutex's owner; Windows and Linux do.
+void ExpectThisProcess(const ZcHolderT& holder, DWORD thread) {
+#ifdef _WIN32
+    if (holder.nProcess == 0) {
+        return;
+    }
+#else
+    FILETIME now{};
+    ::GetSystemTimeAsFileTime(&now);
+    constexpr unsigned long long kMinute = 600'000'000;
+    EXPECT_LT((static_cast<unsigned long long>(now.dwHighDateTime) << 32 | now.dwLowDateTime) - holder.nSince, kMinute);
+    EXPECT_STREQ(holder.szProgram, "comms_test");
+#endif
+    EXPECT_EQ(holder.nProcess, ::GetCurrentProcessId());
+    EXPECT_EQ(holder.nThread, thread);
+}
+
+TEST_F(ChannelTest, ASpectatorTellsTheMutexsOwnerAndMendsTheBlock) {
+    ZcHolderT holder;
+    char report[256];
+    EXPECT_EQ(ZcQueryHolder(&holder), ZRErrors::e_Resource_AllocationFailed);
+    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_Resource_AllocationFailed);
+    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ZcSendMessage("kept", 1000, kOwnId);
+    const auto query = [&] {
+        EXPECT_EQ(ZcQueryHolder(&holder), ZRErrors::e_General_NoError);
+        return std::pair(holder.bHeld, holder.bAbandoned);
+    };
+    EXPECT_EQ(query(), std::pair(0, 0));
+    const BlockView view;
+    std::thread([&] {
+        const UniqueHandle mutex(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, "Zircona_Comms_Mutex"));
+        ::WaitForSingleObject(mutex.Get(), INFINITE);
+        view->nMessages = 9;
+        const DWORD owner = ::GetCurrentThreadId();
+        std::thread([&] {
+            EXPECT_EQ(query(), std::pair(1, 0));
+            ExpectThisProcess(holder, owner);
+            EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_Command_TimedOut);
+        }).join();
+    }).join();
+    EXPECT_EQ(query(), std::pair(0, 1)) << "the owner is gone";
+    const char* const expected = "the count says 9, 1 slots are taken; list rebuilt from 1 messages, 0 slots freed";
+    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_General_NoError);
+    EXPECT_EQ(report, std::string("the block was damaged: ") + expected);
+    EXPECT_TRUE(Logged(std::string("ZcRepair: WARNING: the mutex's owner died: ") + report));
+    EXPECT_EQ(query(), std::pair(0, 0));
+    view->nMessages = 9;
+    EXPECT_EQ(ZcRepair(report, 10, 100), ZRErrors::e_General_NoError);
+    EXPECT_STREQ(report, "the count");
+    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_General_NoError);
+    EXPECT_STREQ(report, "");
+    EXPECT_EQ(Receive(), "kept");
+    view->magic = 1;
+    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_Object_BadMagic);
+    view->magic = kZcMagic;
 }
 
 } // namespace

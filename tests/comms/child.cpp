@@ -10,8 +10,8 @@
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/timing.h"
-#include "tests/comms/shared_view.h"
 #include "tests/comms/survival.h"
+#include "tests/support/shared_view.h"
 #include "tests/support/watchdog.h"
 
 #include <cstdio>

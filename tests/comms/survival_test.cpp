@@ -2,10 +2,10 @@
 #include "gaizior/comms/channel_status.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/timing.h"
-#include "tests/comms/shared_view.h"
 #include "tests/comms/survival.h"
 #include "tests/support/child.h"
 #include "tests/support/scratch.h"
+#include "tests/support/shared_view.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>

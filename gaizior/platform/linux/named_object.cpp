@@ -35,7 +35,8 @@ struct NamedObject::SyncFile {
     std::atomic<std::uint32_t> event; ///< kSet, kSleepers, turns
     std::uint32_t reserved[7];
     pthread_mutex_t mutex;
-    unsigned char unused[64 - sizeof(pthread_mutex_t)];
+    std::atomic<std::int64_t> takenAt; ///< when the mutex's owner took it, in milliseconds since 1970
+    unsigned char unused[64 - sizeof(pthread_mutex_t) - sizeof(takenAt)];
 };
 
 namespace {
@@ -200,6 +201,13 @@ std::shared_ptr<NamedObject> UnnamedSection(std::size_t size) {
         return FailErrnoNull();
     }
     return std::make_shared<NamedObject>(std::move(file), std::string());
+}
+
+/// Milliseconds since 1970 as of the last clock tick: precise enough for people, and hardly more than a load.
+std::int64_t CoarseNow() {
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
 void NapOneMillisecond() {
@@ -404,11 +412,20 @@ Take NamedObject::Taken(int result) {
     }
     ++m_nAcquired;
     ++CurrentThread().namedOwned;
+    if (m_pSync->mutex.__data.__count == 1) {
+        m_pSync->takenAt.store(CoarseNow(), std::memory_order_relaxed);
+    }
     if (result == 0) {
         return Take::Taken;
     }
     ::pthread_mutex_consistent(&m_pSync->mutex);
     return Take::Abandoned;
+}
+
+NamedObject::Owner NamedObject::MutexOwner() const {
+    const std::uint32_t word = MutexWord().load();
+    const DWORD thread = word & FUTEX_TID_MASK;
+    return {thread, thread == 0 && (word & FUTEX_OWNER_DIED), m_pSync->takenAt.load(std::memory_order_relaxed)};
 }
 
 /// The word that the C library keeps the mutex's owner in; threads that wait for several objects sleep on it.

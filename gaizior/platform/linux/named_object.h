@@ -49,6 +49,14 @@ public:
     DWORD ReleaseMutex();
     Take TryTake(Kind kind, std::uint32_t turn);
 
+    struct Owner {
+        DWORD thread;       ///< 0 for none
+        bool hasDied;       ///< and nobody has taken the mutex over yet
+        std::int64_t since; ///< milliseconds since 1970, by what stands in the file
+    };
+    /// Who has the mutex, at a glance.
+    Owner MutexOwner() const;
+
     /// Announces a sleeper. @returns what to sleep on; its `word` is null when the object can be taken now.
     FutexWord PrepareSleep(Kind kind, std::uint32_t turn);
     /// Has whoever slept beside the caller woken when it gives back what it took: taking a mutex forgets its sleepers.

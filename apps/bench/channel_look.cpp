@@ -1,0 +1,51 @@
+#include "apps/bench/channel_look.h"
+
+#include "gaizior/comms/channel.h"
+
+namespace gaizior {
+
+bool IsConsistent(const Look& look) {
+    return look.findings.szDamage[0] == '\0';
+}
+
+/// While the last process closes the channel its objects vanish one after the other.
+bool IsAbsent(ZRErrors::ZRErrorT code) {
+    constexpr unsigned kNoSuchObject = 2;
+    return (code == ZRErrors::e_File_MappingFailed || code == ZRErrors::e_Resource_AllocationFailed) &&
+           ZcGetCommsOSError() == kNoSuchObject;
+}
+
+Failure NoChannel(const char* function) {
+    return Fail(function, ZRErrors::e_File_MappingFailed, Exit::kNotFound,
+                "no process has the message channel open: it exists while an imager or another program uses it");
+}
+
+Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* advice) {
+    return Fail(function, code, ExitOf(code),
+                "the message channel cannot be read: " + ErrorText(code) + " (operating-system error " +
+                    std::to_string(ZcGetCommsOSError()) + "): " + advice);
+}
+
+Outcome TakeLook(Look& look, Presence& presence) {
+    const ZRErrors::ZRErrorT code = ZcSnapshot(&look.block, kLockTimeout);
+    const bool absent = IsAbsent(code);
+    presence = absent ? Presence::kAbsent : Presence::kThere;
+    if (!absent && code != ZRErrors::e_General_NoError && code != ZRErrors::e_Object_BadMagic) {
+        return CannotRead("TakeLook(): ", code, "'bench channel doctor' tells who holds it");
+    }
+    if (!absent) {
+        ZcExamine(&look.block, &look.findings);
+    }
+    return std::nullopt;
+}
+
+Outcome TakeLook(Look& look) {
+    Presence presence{};
+    Outcome failure = TakeLook(look, presence);
+    if (!failure && presence == Presence::kAbsent) {
+        failure = NoChannel("TakeLook(): ");
+    }
+    return failure;
+}
+
+} // namespace gaizior

@@ -1,0 +1,62 @@
+#include "gaizior/platform/mutex_owner.h"
+
+#include "gaizior/platform/linux/last_error.h"
+#include "gaizior/platform/linux/named_object.h"
+
+#include <fstream>
+
+namespace gaizior {
+namespace {
+
+using platform::NamedObject;
+
+constexpr ULONGLONG kTicksPerMillisecond = 10'000;
+constexpr ULONGLONG kMillisecondsTo1970 = 11'644'473'600'000;
+constexpr ULONGLONG kLatest = 0x7FFFFFFFFFFFFFFF / kTicksPerMillisecond - kMillisecondsTo1970;
+
+/// The process that a thread belongs to; 0 when there is no such thread.
+DWORD ProcessOf(DWORD thread) {
+    std::ifstream status("/proc/" + std::to_string(thread) + "/status");
+    for (std::string word; status >> word;) {
+        DWORD process = 0;
+        if (word == "Tgid:" && status >> process) {
+            return process;
+        }
+    }
+    return 0;
+}
+
+std::string ProgramOf(DWORD process) {
+    std::ifstream name("/proc/" + std::to_string(process) + "/comm");
+    std::string program;
+    std::getline(name, program);
+    return program;
+}
+
+/// The file's other users may have written anything there.
+ULONGLONG ToFileTime(std::int64_t milliseconds) {
+    const auto since1970 = static_cast<ULONGLONG>(milliseconds);
+    return milliseconds > 0 && since1970 < kLatest ? (since1970 + kMillisecondsTo1970) * kTicksPerMillisecond : 0;
+}
+
+} // namespace
+
+bool QueryMutexOwner(HANDLE mutex, MutexOwner& owner) {
+    const std::shared_ptr<NamedObject> named = platform::NamedOf(mutex, platform::Kind::NamedMutex);
+    if (!named) {
+        return false;
+    }
+    const NamedObject::Owner ids = named->MutexOwner();
+    owner = {};
+    owner.isHeld = ids.thread != 0;
+    owner.isAbandoned = ids.hasDied;
+    if (owner.isHeld) {
+        owner.thread = ids.thread;
+        owner.process = ProcessOf(ids.thread);
+        owner.program = ProgramOf(owner.process);
+        owner.since = ToFileTime(ids.since);
+    }
+    return true;
+}
+
+} // namespace gaizior
