@@ -6,6 +6,8 @@
 #include "gaizior/platform/timing.h"
 
 #include <cerrno>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <system_error>
 
@@ -26,10 +28,10 @@ constexpr const char* kQueueName = "/gaizior_benchmark";
 class UnpacedChannel {
 public:
     UnpacedChannel() {
-        m_objects.mutex.Create();
-        m_objects.event = gaizior::UniqueHandle(::CreateEventA(nullptr, TRUE, FALSE, gaizior::kChannelEventName));
-        m_objects.section.Create();
-        gaizior::MessagePool::Initialise(*m_objects.section.Block());
+        m_pObjects->mutex.Create();
+        m_pObjects->event = gaizior::UniqueHandle(::CreateEventA(nullptr, TRUE, FALSE, gaizior::kChannelEventName));
+        m_pObjects->section.Create();
+        gaizior::MessagePool::Initialise(*m_pObjects->section.Block());
     }
     /// A hundred messages wait in it.
     explicit UnpacedChannel(std::uint16_t addressee) : UnpacedChannel() {
@@ -39,29 +41,38 @@ public:
     }
 
     void Send(const char* text, std::uint16_t destination) {
+        const auto objects = Current();
         {
-            const gaizior::ChannelLock lock = m_objects.Lock("Send", INFINITE);
-            gaizior::MessagePool pool(*m_objects.section.Block());
+            const gaizior::ChannelLock lock = objects->Lock("Send", INFINITE);
+            gaizior::MessagePool pool(*objects->section.Block());
             pool.Post(text, destination);
             gaizior::LogRepair("Send", pool.Report());
         }
-        ::SetEvent(m_objects.event.Get());
+        ::SetEvent(objects->event.Get());
     }
 
     void Take(char* buffer, std::size_t size) {
-        gaizior::WaitFor(m_objects.event.Get(), INFINITE);
-        const gaizior::ChannelLock lock = m_objects.Lock("Take", INFINITE);
-        gaizior::MessagePool pool(*m_objects.section.Block());
+        const auto objects = Current();
+        gaizior::WaitFor(objects->event.Get(), INFINITE);
+        const gaizior::ChannelLock lock = objects->Lock("Take", INFINITE);
+        gaizior::MessagePool pool(*objects->section.Block());
         pool.Take(kOwnId, buffer, size);
         gaizior::LogRepair("Take", pool.Report());
         if (pool.IsEmpty()) {
-            ::ResetEvent(m_objects.event.Get());
+            ::ResetEvent(objects->event.Get());
         }
     }
 
 private:
+    /// The process's channel may be closed while others use it.
+    std::shared_ptr<gaizior::ChannelObjects> Current() {
+        const std::lock_guard lock(m_lock);
+        return m_pObjects;
+    }
+
     SharedFolder m_folder;
-    gaizior::ChannelObjects m_objects;
+    std::mutex m_lock;
+    std::shared_ptr<gaizior::ChannelObjects> m_pObjects = std::make_shared<gaizior::ChannelObjects>();
 };
 
 class BoostQueue {
@@ -145,9 +156,9 @@ void Channel() {
             {{"Boost.Interprocess message_queue", SendAndTake(boostQueue, text), 1.5},
              {"POSIX message queue", SendAndTake(posixQueue, text), 0.15}});
     UnpacedChannel own(kOwnId);
-    Compare("the same, 100 more wait for the same addressee", SendAndTake(own, text), {{"empty pool", empty, 1.3}});
+    Compare("100 more wait for the same addressee", SendAndTake(own, text), {{"empty pool", empty, 1.3}});
     UnpacedChannel others(kOtherId);
-    Compare("the same, 100 more wait for another", SendAndTake(others, text), {{"empty pool", empty, 1.3}});
+    Compare("100 more wait for another", SendAndTake(others, text), {{"empty pool", empty, 1.3}});
 }
 
 } // namespace benchmarks

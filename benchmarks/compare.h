@@ -27,13 +27,13 @@ struct Peer {
     double aim; ///< ours may take so many times as long; 0 for a peer that is shown for comparison only
 };
 
-/// Prints a line of the table for each peer.
+/// Prints a line for ours and one for each peer.
 void Compare(const char* operation, const Batch& ours, const std::vector<Peer>& peers);
 
 /// Prints a line for an operation that may take `aim` nanoseconds.
 void Limit(const char* operation, const Batch& ours, double aim);
 
-/// Says where the threads of the following comparisons run.
+/// Says where the threads of the following comparisons run and heads their table.
 void PrintPlace(const char* place);
 
 /// Makes the compiler compute what is read and believe that it may have changed.

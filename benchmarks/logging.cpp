@@ -61,8 +61,7 @@ void Logging() {
     const auto logger = TextLogger();
     int plate = 1234;
     int step = 7;
-    ZRLogStreamC(&TakeLine, nullptr, nullptr, nullptr);
-    ZRLogStreamC::SetDBGetLevelFn(&Level, g_level);
+    ZRLogStreamC(&TakeLine, nullptr, nullptr, &Level);
     const Batch suppressed = Repeat([&] {
         Keep(plate);
         WriteLine(kSuppressed, plate, step);
@@ -72,12 +71,15 @@ void Logging() {
                             logger->debug("PlateC::LoadPlate(): plate {} is at step {}", plate, step);
                         }),
                         2.5};
-    Compare("suppressed line: level, text, two integers", suppressed, {disabled});
-    Limit("level asked first, line not begun", Repeat([] {
-              bool enabled = ZRLogStreamC::IsLevelEnabled(kSuppressed);
-              Keep(enabled);
-          }),
-          2);
+    const Batch asked = Repeat([] {
+        bool enabled = ZRLogStreamC::IsLevelEnabled(kSuppressed);
+        Keep(enabled);
+    });
+    Compare("suppressed line, level from a hook", suppressed, {disabled});
+    Limit("level asked first, of a hook", asked, 2);
+    ZRLogStreamC::SetDBGetLevelFn(&Level, g_level);
+    Compare("suppressed line, level in a variable", suppressed, {disabled});
+    Limit("level asked first, in a variable", asked, 2);
     Compare("line delivered to a hook that does nothing", Repeat([&] {
                 Keep(plate);
                 WriteLine(kShown, plate, step);

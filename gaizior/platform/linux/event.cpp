@@ -17,7 +17,7 @@ void SignalAll(ObjectLock& lock) {
 }
 
 /// Sets an event for which somebody may be waiting. @returns false for a closed handle.
-bool SetWithWaiters(const Reference& reference) {
+bool SetWithWaiters(Reference reference) {
     const ThreadState* next = nullptr;
     {
         ObjectLock lock(reference);
@@ -35,7 +35,7 @@ bool SetWithWaiters(const Reference& reference) {
 }
 
 /// Sets or resets an unnamed event. @returns false when the handle leads to no such event.
-bool ChangeEvent(const Reference& reference, bool set) {
+bool ChangeEvent(Reference reference, bool set) {
     for (;;) {
         const std::uint64_t word = reference.Load();
         if (KindOf(word) != Kind::Event) {
@@ -46,10 +46,35 @@ bool ChangeEvent(const Reference& reference, bool set) {
         }
         // The swap is made also where it changes nothing: it hands on what this thread did before.
         std::uint64_t expected = word;
-        if (reference.object->word.compare_exchange_strong(expected, set ? word | kSignalled : word & ~kSignalled)) {
+        if (reference->word.compare_exchange_strong(expected, set ? word | kSignalled : word & ~kSignalled)) {
             return true;
         }
     }
+}
+
+/// The same for a named event; sets the last error when the handle leads to none.
+[[gnu::noinline]] bool ChangeNamedEvent(Reference reference, bool set) {
+    std::shared_ptr<NamedObject> slept;
+    {
+        const ObjectLock lock(reference);
+        if (!lock || lock.GetKind() != Kind::NamedEvent) {
+            return Fail(ERROR_INVALID_HANDLE);
+        }
+        if (!set) {
+            lock->named->ResetEvent();
+        } else if (lock->named->SetEvent()) {
+            slept = lock->named;
+        }
+    }
+    if (slept) {
+        slept->WakeSleepers();
+    }
+    return true;
+}
+
+BOOL ChangeAnyEvent(HANDLE event, bool set) {
+    const Reference reference(event);
+    return ChangeEvent(reference, set) || ChangeNamedEvent(reference, set);
 }
 
 } // namespace
@@ -72,23 +97,9 @@ HANDLE gaizior_windows_api::OpenEventA(DWORD, BOOL, const char* name) {
 }
 
 BOOL gaizior_windows_api::SetEvent(HANDLE event) {
-    if (ChangeEvent(Reference(event), true)) {
-        return TRUE;
-    }
-    const std::shared_ptr<NamedObject> named = NamedOf(event, Kind::NamedEvent);
-    if (named) {
-        named->SetEvent();
-    }
-    return named != nullptr;
+    return ChangeAnyEvent(event, true);
 }
 
 BOOL gaizior_windows_api::ResetEvent(HANDLE event) {
-    if (ChangeEvent(Reference(event), false)) {
-        return TRUE;
-    }
-    const std::shared_ptr<NamedObject> named = NamedOf(event, Kind::NamedEvent);
-    if (named) {
-        named->ResetEvent();
-    }
-    return named != nullptr;
+    return ChangeAnyEvent(event, false);
 }

@@ -29,7 +29,7 @@ BOOL gaizior_windows_api::ReleaseMutex(HANDLE handle) {
         const DWORD error = named ? named->ReleaseMutex() : ::GetLastError();
         return error == ERROR_SUCCESS || Fail(error);
     }
-    Object& mutex = *reference.object;
+    Object& mutex = *reference;
     if (mutex.owner.load(std::memory_order_relaxed) != CurrentThread().id) {
         return Fail(ERROR_NOT_OWNER);
     }

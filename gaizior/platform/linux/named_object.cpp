@@ -363,17 +363,19 @@ bool NamedObject::IsSet(std::uint32_t word, std::uint32_t turn) const {
     return (word & kSet) || (m_pSync->isManual && word >> kTurnShift != turn);
 }
 
-void NamedObject::SetEvent() {
+bool NamedObject::SetEvent() {
     std::uint32_t before = m_pSync->event.load();
     std::uint32_t after = 0;
     do {
         after = (before & ~kSleepers) | kSet;
         after += before & kSet ? 0 : 1u << kTurnShift;
     } while (!m_pSync->event.compare_exchange_weak(before, after));
+    return (before & kSleepers) != 0;
+}
+
+void NamedObject::WakeSleepers() const {
     // A dead sleeper must not swallow the wake, so all are woken, also where only one can take the event.
-    if (before & kSleepers) {
-        FutexWake(m_pSync->event, INT_MAX, true);
-    }
+    FutexWake(m_pSync->event, INT_MAX, true);
 }
 
 void NamedObject::ResetEvent() {

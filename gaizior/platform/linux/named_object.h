@@ -10,7 +10,7 @@
 /// What processes share under a name: a file of the shared-memory folder. See docs/platform.md for its life.
 namespace gaizior::platform {
 
-enum class Take { No, Taken, Abandoned };
+enum class Take { No, Taken, Abandoned, Refused };
 
 /// How long a thread sleeps on what other processes wake it by, before it looks again: a wake can be lost with a
 /// process that dies between being woken and taking the object, or between changing it and waking.
@@ -43,7 +43,9 @@ public:
 
     /// How often this event has been set; a manual-reset event lets everybody go who began to wait at another count.
     std::uint32_t Turn() const;
-    void SetEvent();
+    /// @returns whether somebody sleeps, who is to be woken with WakeSleepers.
+    [[nodiscard]] bool SetEvent();
+    void WakeSleepers() const;
     void ResetEvent();
     /// @returns 0 or a Windows error number.
     DWORD ReleaseMutex();

@@ -17,14 +17,11 @@
 namespace gaizior::platform {
 namespace {
 
-constexpr std::uint32_t kPlacesPerChunk = 256;
-constexpr std::uint32_t kMaximumChunks = 65536;
 constexpr std::uint64_t kGenerationMask = 0x3FFFFFFF;
-constexpr int kPlaceShift = 2; // handles are multiples of 4, as on Windows
 constexpr int kSpins = 100;
 constexpr int kYields = 100;
 
-/// The places for objects. Never destroyed: handles are closed until the very end of the process.
+/// Gives out the places. Never destroyed, as they are not.
 class Table {
 public:
     Object* Allocate() {
@@ -40,14 +37,6 @@ public:
     void Free(Object& object) {
         const std::lock_guard lock(m_lock);
         m_free.push_back(&object); // cannot fail: Grow reserved room for every place
-    }
-
-    Object* At(std::uint64_t place) const {
-        if (place >= std::uint64_t{kMaximumChunks} * kPlacesPerChunk) {
-            return nullptr;
-        }
-        Object* const chunk = m_chunks[place / kPlacesPerChunk].load(std::memory_order_acquire);
-        return chunk ? chunk + place % kPlacesPerChunk : nullptr;
     }
 
 private:
@@ -68,14 +57,13 @@ private:
             chunk[i].place = m_nChunks * kPlacesPerChunk + i;
             m_free.push_back(&chunk[i]);
         }
-        m_chunks[m_nChunks++].store(chunk, std::memory_order_release);
+        g_chunks[m_nChunks++].store(chunk, std::memory_order_release);
         return true;
     }
 
     std::mutex m_lock;
     std::vector<Object*> m_free;
     std::uint32_t m_nChunks = 0;
-    std::array<std::atomic<Object*>, kMaximumChunks> m_chunks{};
 };
 
 Table& TheTable() {
@@ -99,18 +87,9 @@ std::uint64_t NextGeneration(std::uint64_t word) {
     return next ? next : 1;
 }
 
-/// Waits until nobody changes the object.
-std::uint64_t LoadUnlocked(const Object& object) {
-    for (int spins = 0;; ++spins) {
-        const std::uint64_t word = object.word.load();
-        if (!(word & kLocked)) {
-            return word;
-        }
-        Pause(spins);
-    }
-}
-
 } // namespace
+
+constinit std::array<std::atomic<Object*>, kMaximumChunks> g_chunks{};
 
 void Pause(int spins) {
     if (spins >= kSpins + kYields) {
@@ -158,28 +137,13 @@ HANDLE NewHandle(Kind kind, std::uint64_t state) {
     return HandleOf(*object);
 }
 
-Reference::Reference(HANDLE handle) {
-    const auto value = reinterpret_cast<std::uint64_t>(handle);
-    const std::uint64_t place = value & 0xFFFFFFFF;
-    if (place == 0 || place % (1u << kPlaceShift) != 0) {
-        return;
-    }
-    object = TheTable().At((place >> kPlaceShift) - 1);
-    generation = value >> kGenerationShift;
-}
-
-std::uint64_t Reference::Load() const {
-    const std::uint64_t word = object ? LoadUnlocked(*object) : 0;
-    return Matches(word) ? word : 0;
-}
-
-ObjectLock::ObjectLock(const Reference& reference) {
-    for (std::uint64_t word = reference.Load(); word != 0; word = reference.Load()) {
-        if (reference.object->word.compare_exchange_weak(word, word | kLocked)) {
-            m_pObject = reference.object;
-            m_word = word;
-            return;
+std::uint64_t AwaitUnlocked(const Object& object) {
+    for (int spins = 0;; ++spins) {
+        const std::uint64_t word = object.word.load();
+        if (!(word & kLocked)) {
+            return word;
         }
+        Pause(spins);
     }
 }
 
@@ -218,29 +182,18 @@ ThreadState* ObjectLock::HandOver(std::uint32_t resultBase, bool ownership) {
     return nullptr;
 }
 
-bool ObjectLock::IsForgotten() const {
-    if ((m_word & kOpen) || m_pObject->first || m_pObject->pins > 0) {
-        return false;
-    }
+void ObjectLock::UnlockClosed(Object& object) const {
     // Whoever has just taken a mutex writes its name down a moment later, so the word alone tells that it is free.
-    return GetKind() != Kind::Mutex || (m_word & kSignalled);
-}
-
-void ObjectLock::Unlock() {
-    if (!m_pObject) {
+    const bool isFree = GetKind() != Kind::Mutex || (m_word & kSignalled);
+    if (object.first || object.pins > 0 || !isFree) {
+        object.word.store(m_word, std::memory_order_release);
         return;
     }
-    const bool isForgotten = IsForgotten();
-    Object* const object = std::exchange(m_pObject, nullptr);
-    if (!isForgotten) {
-        object->word.store(m_word);
-        return;
-    }
-    void* const context = std::exchange(object->context, nullptr);
-    const auto release = std::exchange(object->release, nullptr);
-    const std::shared_ptr<NamedObject> named = std::move(object->named);
-    object->word.store(m_word & ~std::uint64_t{0xFFFFFFFF});
-    TheTable().Free(*object);
+    void* const context = std::exchange(object.context, nullptr);
+    const auto release = std::exchange(object.release, nullptr);
+    const std::shared_ptr<NamedObject> named = std::move(object.named);
+    object.word.store(m_word & ~std::uint64_t{0xFFFFFFFF});
+    TheTable().Free(object);
     if (release) {
         release(context);
     }

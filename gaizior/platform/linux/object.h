@@ -2,10 +2,11 @@
 
 #include "gaizior/platform/windows_api.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
+#include <utility>
 
 /// What stands behind a handle. A handle is an index into one process-wide table and the generation of what was put
 /// there. The place in the table is the object itself: one atomic word holds its generation, kind and state, so that
@@ -91,26 +92,72 @@ HANDLE HandleOf(const Object& object);
 /// Makes an object that is all in its word; the last error is 0 then. @returns its handle or null.
 HANDLE NewHandle(Kind kind, std::uint64_t state);
 
-/// The place that a handle leads to and the generation it wants there; null for what cannot be a handle.
-struct Reference {
-    Object* object = nullptr;
-    std::optional<std::uint64_t> generation; ///< none wants whatever is there
+inline constexpr int kPlaceShift = 2; // handles are multiples of 4, as on Windows
+inline constexpr std::uint32_t kPlacesPerChunk = 256;
+inline constexpr std::uint32_t kMaximumChunks = 65536;
 
-    explicit Reference(HANDLE handle);
-    /// To an object that cannot vanish (it is pinned, owned, or waited for by the caller), be its handle open or not.
-    explicit Reference(Object& present) : object(&present) {}
-    bool Matches(std::uint64_t word) const {
-        return object && (!generation || (word >> kGenerationShift == *generation && (word & kOpen)));
+/// The places for objects, so many at a time. Never given back: handles are closed until the very end of the process.
+extern std::array<std::atomic<Object*>, kMaximumChunks> g_chunks;
+
+/// Waits until nobody changes the object. @returns its word.
+std::uint64_t AwaitUnlocked(const Object& object);
+
+/// The place that a handle leads to and what its word must hold for the handle to be open. Every call on a handle
+/// begins with one, so it is inline and travels in two registers.
+class Reference {
+public:
+    /// Leads nowhere for what cannot be a handle.
+    explicit Reference(HANDLE handle) {
+        const auto value = reinterpret_cast<std::uint64_t>(handle);
+        const std::uint32_t place = (static_cast<std::uint32_t>(value) >> kPlaceShift) - 1;
+        if (value % (1u << kPlaceShift) != 0 || place >= kMaximumChunks * kPlacesPerChunk) {
+            return;
+        }
+        Object* const chunk = g_chunks[place / kPlacesPerChunk].load(std::memory_order_acquire);
+        m_pObject = chunk ? chunk + place % kPlacesPerChunk : nullptr;
+        m_wanted = (value & kMask) | kOpen;
     }
-    /// The object's word when nobody is changing it; 0, which matches nothing, when the handle is closed.
-    std::uint64_t Load() const;
+    /// To an object that cannot vanish (it is pinned, owned, or waited for by the caller), be its handle open or not.
+    explicit Reference(Object& present) : m_pObject(&present) {}
+
+    Object& operator*() const {
+        return *m_pObject;
+    }
+    Object* operator->() const {
+        return m_pObject;
+    }
+    /// The object's word when nobody is changing it; 0 when the handle is closed or leads nowhere.
+    std::uint64_t Load() const {
+        if (!m_pObject) {
+            return 0;
+        }
+        std::uint64_t word = m_pObject->word.load();
+        if (word & kLocked) {
+            word = AwaitUnlocked(*m_pObject);
+        }
+        return (word & kMask) == m_wanted || m_wanted == 0 ? word : 0;
+    }
+
+private:
+    static constexpr std::uint64_t kMask = ~std::uint64_t{0} << kGenerationShift | kOpen;
+
+    Object* m_pObject = nullptr;
+    std::uint64_t m_wanted = 0; ///< generation and kOpen; 0 wants whatever is there
 };
 
 /// Holds an object's lock bit. Everything that is not a single change of the word happens under it.
 class ObjectLock {
 public:
     /// Locks what the handle leads to, or nothing when it is closed.
-    explicit ObjectLock(const Reference& reference);
+    explicit ObjectLock(Reference reference) {
+        do {
+            m_word = reference.Load();
+            if (m_word == 0) {
+                return;
+            }
+        } while (!reference->word.compare_exchange_weak(m_word, m_word | kLocked));
+        m_pObject = &*reference;
+    }
     explicit ObjectLock(Object& present) : ObjectLock(Reference(present)) {}
     ObjectLock(const ObjectLock&) = delete;
     ObjectLock& operator=(const ObjectLock&) = delete;
@@ -144,10 +191,14 @@ public:
     /// after the lock is released, or null. For a mutex `ownership` makes the thread its owner.
     ThreadState* HandOver(std::uint32_t resultBase, bool ownership);
     /// Releases the lock; the place is free again when nothing leads to the object any more.
-    void Unlock();
+    void Unlock() {
+        if (Object* const object = std::exchange(m_pObject, nullptr)) {
+            (m_word & kOpen) ? object->word.store(m_word, std::memory_order_release) : UnlockClosed(*object);
+        }
+    }
 
 private:
-    bool IsForgotten() const;
+    void UnlockClosed(Object& object) const;
 
     Object* m_pObject = nullptr;
     std::uint64_t m_word = 0;

@@ -3,7 +3,6 @@
 #include "gaizior/platform/linux/named_object.h"
 #include "gaizior/platform/linux/take.h"
 
-#include <algorithm>
 #include <array>
 #include <optional>
 #include <span>
@@ -12,6 +11,9 @@ namespace gaizior::platform {
 namespace {
 
 DWORD ResultOf(Take take, DWORD index) {
+    if (take == Take::Refused) {
+        return WAIT_FAILED;
+    }
     return (take == Take::Abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + index;
 }
 
@@ -167,22 +169,55 @@ private:
     bool m_hasNodes = false;
 };
 
-/// Takes what an open handle leads to if it is free. @returns nothing, with the last error set, for any other handle.
-std::optional<Take> TryTakeAny(HANDLE handle) {
-    if (const std::optional<Take> take = TryTake(handle)) {
-        return take;
-    }
-    const ObjectLock lock{Reference(handle)};
+/// Takes a named object if it is free. @returns Take::Refused, with the last error set, for any other handle.
+[[gnu::noinline]] Take TryTakeNamed(Reference reference) {
+    const ObjectLock lock(reference);
     if (!lock || !lock->named || lock.GetKind() == Kind::Section) {
         Fail(ERROR_INVALID_HANDLE);
-        return std::nullopt;
+        return Take::Refused;
     }
     return lock->named->TryTake(lock.GetKind(), lock->named->Turn());
 }
 
-bool IsOpen(HANDLE handle) {
-    const Kind kind = KindOf(Reference(handle).Load());
-    return kind != Kind::None && kind != Kind::Section;
+/// Takes what an open handle leads to if it is free. @returns Take::Refused, with the last error set, for any other.
+Take TryTakeAny(HANDLE handle) {
+    const Reference reference(handle);
+    const Take take = TryTake(reference);
+    return take != Take::Refused ? take : TryTakeNamed(reference);
+}
+
+/// Whether somebody can take an object with that word; what is not in the word has to be asked.
+bool MayBeFree(std::uint64_t word) {
+    const Kind kind = KindOf(word);
+    return (word & kSignalled) || kind == Kind::Mutex || kind == Kind::NamedEvent || kind == Kind::NamedMutex;
+}
+
+/// The index of the first object that may be free, their number when none is. @returns nothing, with the last error
+/// set, when one of the handles is not open or cannot be waited for.
+std::optional<DWORD> FirstToTry(std::span<const HANDLE> handles) {
+    auto first = static_cast<DWORD>(handles.size());
+    for (DWORD i = first; i-- > 0;) {
+        const std::uint64_t word = Reference(handles[i]).Load();
+        if (KindOf(word) == Kind::None || KindOf(word) == Kind::Section) {
+            Fail(ERROR_INVALID_HANDLE);
+            return std::nullopt;
+        }
+        if (MayBeFree(word)) {
+            first = i;
+        }
+    }
+    return first;
+}
+
+/// Kept out of the calls that wait, where it would cost those that need not: it takes much of the stack.
+[[gnu::noinline]] DWORD WaitForAny(std::span<const HANDLE> handles, DWORD milliseconds) {
+    std::array<Waited, MAXIMUM_WAIT_OBJECTS> places;
+    return Wait(handles, places, milliseconds).Run();
+}
+
+[[gnu::noinline]] DWORD WaitForOne(HANDLE handle, DWORD milliseconds) {
+    Waited place;
+    return Wait(std::span(&handle, 1), std::span(&place, 1), milliseconds).Run();
 }
 
 } // namespace
@@ -190,18 +225,11 @@ bool IsOpen(HANDLE handle) {
 
 DWORD gaizior_windows_api::WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     using namespace gaizior::platform;
-    const std::optional<Take> take = TryTakeAny(handle);
-    if (!take) {
-        return WAIT_FAILED;
+    const Take take = TryTakeAny(handle);
+    if (take != Take::No) {
+        return ResultOf(take, 0);
     }
-    if (*take != Take::No) {
-        return ResultOf(*take, 0);
-    }
-    if (milliseconds == 0) {
-        return WAIT_TIMEOUT;
-    }
-    Waited place;
-    return Wait(std::span(&handle, 1), std::span(&place, 1), milliseconds).Run();
+    return milliseconds == 0 ? WAIT_TIMEOUT : WaitForOne(handle, milliseconds);
 }
 
 DWORD gaizior_windows_api::WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
@@ -212,22 +240,15 @@ DWORD gaizior_windows_api::WaitForMultipleObjects(DWORD count, const HANDLE* han
         return WAIT_FAILED;
     }
     const std::span<const HANDLE> all(handles, count);
-    if (!std::all_of(all.begin(), all.end(), &IsOpen)) {
-        Fail(ERROR_INVALID_HANDLE);
+    const std::optional<DWORD> first = FirstToTry(all);
+    if (!first) {
         return WAIT_FAILED;
     }
-    for (DWORD i = 0; i < count; ++i) {
-        const std::optional<Take> take = TryTakeAny(handles[i]);
-        if (!take) {
-            return WAIT_FAILED;
-        }
-        if (*take != Take::No) {
-            return ResultOf(*take, i);
+    for (DWORD i = *first; i < count; ++i) {
+        const Take take = TryTakeAny(handles[i]);
+        if (take != Take::No) {
+            return ResultOf(take, i);
         }
     }
-    if (milliseconds == 0) {
-        return WAIT_TIMEOUT;
-    }
-    std::array<Waited, MAXIMUM_WAIT_OBJECTS> places;
-    return Wait(all, places, milliseconds).Run();
+    return milliseconds == 0 ? WAIT_TIMEOUT : WaitForAny(all, milliseconds);
 }
