@@ -56,6 +56,7 @@ TEST_F(WaitingTest, OnlyItsOwnerReleasesAMutexAndAsOftenAsItTookIt) {
             }).join();
             EXPECT_EQ(::ReleaseMutex(mutex.Get()), expected == kTimeout);
         }
+        EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0) << "free again; its owner closes it without a release";
     }
 }
 
