@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace gaizior::test {
 namespace {
@@ -25,28 +26,25 @@ struct Processes : ObjectTest {
 };
 
 TEST_F(Processes, GetTheirCommandLineSplitAsWindowsDoes) {
-    const struct {
-        const char* line;
-        const char* words;
-    } cases[] = {{"", ""},
-                 {"  a\t b \t", "a|b|"},
-                 {R"("a b" c)", "a b|c|"},
-                 {R"(a"b c"d)", "ab cd|"},
-                 {R"("")", "|"},
-                 {R"(a""b c)", "ab|c|"},
-                 {R"(\a\\b)", R"(\a\\b|)"},
-                 {R"("a\\" b)", R"(a\|b|)"},
-                 {R"("a\"b")", R"(a"b|)"},
-                 {R"(\\\"a)", R"(\"a|)"},
-                 {R"(a\\\\"b c" d)", R"(a\\b c|d|)"},
-                 {R"("a""b" c)", R"(a"b|c|)"},
-                 {R"("a """ b)", R"(a "|b|)"},
-                 {R"(""""" b)", R"("" b|)"},
-                 {R"("not closed x)", "not closed x|"},
-                 {"'a\nb'", "'a\nb'|"}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(Child(nullptr, "platform_child arguments " + quotedFile + c.line).ExitCode(), 0u) << c.line;
-        EXPECT_EQ(Told(), c.words) << c.line;
+    const std::pair<const char*, const char*> cases[] = {{"", ""},
+                                                         {"  a\t b \t", "a|b|"},
+                                                         {R"("a b" c)", "a b|c|"},
+                                                         {R"(a"b c"d)", "ab cd|"},
+                                                         {R"("")", "|"},
+                                                         {R"(a""b c)", "ab|c|"},
+                                                         {R"(\a\\b)", R"(\a\\b|)"},
+                                                         {R"("a\\" b)", R"(a\|b|)"},
+                                                         {R"("a\"b")", R"(a"b|)"},
+                                                         {R"(\\\"a)", R"(\"a|)"},
+                                                         {R"(a\\\\"b c" d)", R"(a\\b c|d|)"},
+                                                         {R"("a""b" c)", R"(a"b|c|)"},
+                                                         {R"("a """ b)", R"(a "|b|)"},
+                                                         {R"(""""" b)", R"("" b|)"},
+                                                         {R"("not closed x)", "not closed x|"},
+                                                         {"'a\nb'", "'a\nb'|"}};
+    for (const auto& [line, words] : cases) {
+        EXPECT_EQ(Child(nullptr, "platform_child arguments " + quotedFile + line).ExitCode(), 0u) << line;
+        EXPECT_EQ(Told(), words) << line;
     }
 }
 
