@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace gaizior {
@@ -20,10 +21,7 @@ constexpr ZRErrors::ZRErrorT Code(std::uint32_t number) {
 }
 
 TEST(ErrorText, CodesGiveTheirMessageAndNumber) {
-    const struct {
-        std::uint32_t code;
-        const char* text;
-    } cases[] = {
+    const std::pair<std::uint32_t, const char*> cases[] = {
         {0, "No Error: 0"},
         {57, "Job Stopped: 57"},
         {0xFFFF, "Last Error Code: 65535"},
@@ -37,8 +35,8 @@ TEST(ErrorText, CodesGiveTheirMessageAndNumber) {
         {0x2FFFFFFF, "Format message failed.  Error: 268435455"},
         {0xBFFFFFFE, "Format message failed.  Error: -1610612738"},
     };
-    for (const auto& c : cases) {
-        EXPECT_STREQ(ZRErrToStr(Code(c.code)), c.text);
+    for (const auto& [code, text] : cases) {
+        EXPECT_STREQ(ZRErrToStr(Code(code)), text);
     }
 }
 
