@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace gaizior {
 namespace {
 
@@ -124,24 +126,21 @@ TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
 }
 
 TEST_F(CommandHandlerTest, EveryTextThatIsNoReplyIsAnswered) {
-    const struct {
-        const char* packet;
-        std::uint16_t destination;
-        ZRErrors::ZRErrorT code;
-    } cases[] = {{"", kClient, kInvalidData},
-                 {"hello", kClient, kInvalidData},
-                 {"1;1;7;0", kClient, kInvalidData},
-                 {"1;17;7;0;;", kOther, kUnimplemented},
-                 {"1;-1;7;0;;", kOther, kUnimplemented},
-                 {"9;1;7;0;;", kOther, kUnimplemented},
-                 {"1;17;0;0;;", kClient, kUnimplemented},
-                 {"1;17;101;0;;", kClient, kUnimplemented},
-                 {"1;2;7;0;width=345;", kOther, kInvalidParameter}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.packet);
-        const std::vector<Outgoing> answers = m_handler.Handle(c.packet);
-        EXPECT_EQ(CodeOf(answers), c.code);
-        EXPECT_EQ(answers.at(0).destination, c.destination);
+    const std::tuple<const char*, std::uint16_t, ZRErrors::ZRErrorT> cases[] = {
+        {"", kClient, kInvalidData},
+        {"hello", kClient, kInvalidData},
+        {"1;1;7;0", kClient, kInvalidData},
+        {"1;17;7;0;;", kOther, kUnimplemented},
+        {"1;-1;7;0;;", kOther, kUnimplemented},
+        {"9;1;7;0;;", kOther, kUnimplemented},
+        {"1;17;0;0;;", kClient, kUnimplemented},
+        {"1;17;101;0;;", kClient, kUnimplemented},
+        {"1;2;7;0;width=345;", kOther, kInvalidParameter}};
+    for (const auto& [packet, destination, code] : cases) {
+        SCOPED_TRACE(packet);
+        const std::vector<Outgoing> answers = m_handler.Handle(packet);
+        EXPECT_EQ(CodeOf(answers), code);
+        EXPECT_EQ(answers.at(0).destination, destination);
         EXPECT_FALSE(answers.at(0).message.qualifier.empty()) << "a person is told the reason";
     }
     EXPECT_TRUE(m_handler.Handle("2;1;7;0;;").empty()) << "an answer to an answer would never end";
