@@ -112,7 +112,7 @@ TEST_F(JobFile, EachFaultIsToldWithItsLine) {
 
 TEST_F(JobFile, TooMuchOfEverythingIsRefused) {
     std::string separations = kGoodFile;
-    for (const char c : std::string("abcdefg")) {
+    for (const char c : std::string("0123456")) {
         separations += std::string("\n[separation]\nname = Spot") + c;
     }
     for (const std::string& file : {""s, "\n"s, std::string(2000, '\n'), separations, "\x7F\1ELF\2\0"s}) {

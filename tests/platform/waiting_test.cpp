@@ -60,12 +60,13 @@ TEST_F(WaitingTest, OnlyItsOwnerReleasesAMutexAndAsOftenAsItTookIt) {
     }
 }
 
-/// Takes the second of two handles twice, sets the first and soon ends.
+/// Takes the second of three handles twice and the third once, sets the first and soon ends.
 DWORD TakeAndEnd(void* handles) {
-    const HANDLE* const both = static_cast<HANDLE*>(handles);
-    ::WaitForSingleObject(both[1], INFINITE);
-    ::WaitForSingleObject(both[1], INFINITE);
-    ::SetEvent(both[0]);
+    const HANDLE* const all = static_cast<HANDLE*>(handles);
+    ::WaitForSingleObject(all[1], INFINITE);
+    ::WaitForSingleObject(all[1], INFINITE);
+    ::WaitForSingleObject(all[2], INFINITE);
+    ::SetEvent(all[0]);
     ::Sleep(2);
     return 17;
 }
@@ -74,7 +75,8 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
     const UniqueHandle taken = Event();
     for (const char* name : kUnnamedAndNamed) {
         const UniqueHandle mutex = Mutex(FALSE, name);
-        HANDLE handles[] = {taken.Get(), mutex.Get()};
+        const UniqueHandle second = Mutex();
+        HANDLE handles[] = {taken.Get(), mutex.Get(), second.Get()};
         for (int round = 0; round < 50; ++round) {
             DWORD id = 0;
             DWORD exitCode = 0;
@@ -82,10 +84,14 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
             EXPECT_TRUE(id != 0 && id != ::GetCurrentThreadId());
             EXPECT_EQ(Wait(taken, INFINITE), WAIT_OBJECT_0);
             const DWORD limit = round % 4 < 2 && Wait(thread, INFINITE) == WAIT_OBJECT_0 ? 0 : INFINITE;
-            EXPECT_EQ(round % 2 ? Wait(mutex, limit) : WaitAny(handles, limit) - 1, kAbandoned) << round;
+            EXPECT_EQ(round % 2 ? Wait(mutex, limit) : ::WaitForMultipleObjects(2, handles, FALSE, limit) - 1,
+                      kAbandoned)
+                << round;
             EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
             EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0) << "it is told once";
             EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
+            EXPECT_EQ(Wait(second, INFINITE), kAbandoned);
+            EXPECT_TRUE(::ReleaseMutex(second.Get()));
             EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
             EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &exitCode) && exitCode == 17);
         }
