@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace gaizior {
 namespace {
 
@@ -39,23 +41,23 @@ protected:
 };
 
 TEST_F(CommandHandlerTest, AJobGoesThroughItsStates) {
+    const struct {
+        Message command;
+        const char *during, *after, *seconds;
+    } steps[] = {{MakeLoadCommand(kJob.plate), "loading", "loaded", "4"},
+                 {MakeExposeCommand(kJob), "exposing", "exposed", "104.83"}, // 27,250 lines at 900 a second
+                 {MakeUnloadCommand(), "unloading", "empty", "3"}};
     EXPECT_EQ(State(), "empty");
-    EXPECT_TRUE(Tell(MakeLoadCommand(kJob.plate)).empty());
-    EXPECT_EQ(State(), "loading");
-    EXPECT_EQ(CodeOf(m_handler.Advance(kLongEnough)), ZRErrors::e_General_NoError);
-    EXPECT_EQ(State(), "loaded");
-    EXPECT_TRUE(Tell(MakeExposeCommand(kJob), kOther).empty());
-    EXPECT_EQ(State(), "exposing");
-    const std::vector<Outgoing> exposed = m_handler.Advance(kLongEnough);
-    EXPECT_EQ(CodeOf(exposed), ZRErrors::e_General_NoError);
-    EXPECT_EQ(exposed.at(0).destination, kOther) << "whoever asked is answered";
-    EXPECT_EQ(exposed.at(0).message.code, kExpose);
-    EXPECT_EQ(FindParameter(exposed.at(0).message.text, "seconds"), "104.83") << "27,250 lines at 900 a second";
-    EXPECT_EQ(State(), "exposed");
-    EXPECT_TRUE(Tell(MakeUnloadCommand()).empty());
-    EXPECT_EQ(State(), "unloading");
-    EXPECT_EQ(CodeOf(m_handler.Advance(kLongEnough)), ZRErrors::e_General_NoError);
-    EXPECT_EQ(State(), "empty");
+    for (const auto& [command, during, after, seconds] : steps) {
+        EXPECT_TRUE(Tell(command, kOther).empty()) << "answered when it is done";
+        EXPECT_EQ(State(), during);
+        const std::vector<Outgoing> done = m_handler.Advance(kLongEnough);
+        EXPECT_EQ(CodeOf(done), ZRErrors::e_General_NoError);
+        EXPECT_EQ(done.at(0).destination, kOther) << "whoever asked is answered";
+        EXPECT_EQ(done.at(0).message.code, command.code);
+        EXPECT_EQ(FindParameter(done.at(0).message.text, "seconds"), seconds);
+        EXPECT_EQ(State(), after);
+    }
     EXPECT_TRUE(m_handler.Advance(kLongEnough).empty()) << "nothing runs any more";
 }
 
@@ -63,17 +65,19 @@ TEST_F(CommandHandlerTest, TheEngineTakesItsTimeAndTellsWhereItIs) {
     Load();
     Tell(MakeExposeCommand(kJob));
     // Three times 30.28 s, and 7 s for each change of the plate.
-    EXPECT_EQ(m_handler.Progress()->message.value, 0);
-    EXPECT_TRUE(m_handler.Advance(30).empty());
-    EXPECT_EQ(FindParameter(m_handler.Progress()->message.text, "separation"), "Cyan");
-    EXPECT_TRUE(m_handler.Advance(22.4).empty());
-    const Message progress = m_handler.Progress()->message;
-    EXPECT_EQ(progress.type, kProgress);
-    EXPECT_EQ(progress.value, 499);
-    EXPECT_EQ(FindParameter(progress.text, "separation"), "Black");
-    EXPECT_EQ(FindParameter(progress.text, "plate"), "2");
-    EXPECT_EQ(FindParameter(progress.text, "plates"), "3");
-    EXPECT_TRUE(m_handler.Advance(52.3).empty());
+    const struct {
+        double seconds;
+        std::int32_t progress;
+        const char *separation, *plate;
+    } steps[] = {{0, 0, "Cyan", "1"}, {30, 286, "Cyan", "1"}, {22.4, 499, "Black", "2"}, {52.3, 998, "Black", "3"}};
+    for (const auto& [seconds, progress, separation, plate] : steps) {
+        EXPECT_TRUE(m_handler.Advance(seconds).empty());
+        const Message told = m_handler.Progress()->message;
+        EXPECT_TRUE(told.type == kProgress && told.value == progress) << told.value;
+        EXPECT_EQ(FindParameter(told.text, "separation"), separation);
+        EXPECT_EQ(FindParameter(told.text, "plate"), plate);
+        EXPECT_EQ(FindParameter(told.text, "plates"), "3");
+    }
     EXPECT_FALSE(m_handler.Advance(0.3).empty());
     EXPECT_FALSE(m_handler.Progress()) << "nothing runs any more";
 }
@@ -122,24 +126,21 @@ TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
 }
 
 TEST_F(CommandHandlerTest, EveryTextThatIsNoReplyIsAnswered) {
-    struct Case {
-        const char* packet;
-        std::uint16_t destination;
-        ZRErrors::ZRErrorT code;
-    };
-    for (const Case& c : std::vector<Case>{{"", kClient, kInvalidData},
-                                           {"hello", kClient, kInvalidData},
-                                           {"1;1;7;0", kClient, kInvalidData},
-                                           {"1;17;7;0;;", kOther, kUnimplemented},
-                                           {"1;-1;7;0;;", kOther, kUnimplemented},
-                                           {"9;1;7;0;;", kOther, kUnimplemented},
-                                           {"1;17;0;0;;", kClient, kUnimplemented},
-                                           {"1;17;101;0;;", kClient, kUnimplemented},
-                                           {"1;2;7;0;width=345;", kOther, kInvalidParameter}}) {
-        SCOPED_TRACE(c.packet);
-        const std::vector<Outgoing> answers = m_handler.Handle(c.packet);
-        EXPECT_EQ(CodeOf(answers), c.code);
-        EXPECT_EQ(answers.at(0).destination, c.destination);
+    const std::tuple<const char*, std::uint16_t, ZRErrors::ZRErrorT> cases[] = {
+        {"", kClient, kInvalidData},
+        {"hello", kClient, kInvalidData},
+        {"1;1;7;0", kClient, kInvalidData},
+        {"1;17;7;0;;", kOther, kUnimplemented},
+        {"1;-1;7;0;;", kOther, kUnimplemented},
+        {"9;1;7;0;;", kOther, kUnimplemented},
+        {"1;17;0;0;;", kClient, kUnimplemented},
+        {"1;17;101;0;;", kClient, kUnimplemented},
+        {"1;2;7;0;width=345;", kOther, kInvalidParameter}};
+    for (const auto& [packet, destination, code] : cases) {
+        SCOPED_TRACE(packet);
+        const std::vector<Outgoing> answers = m_handler.Handle(packet);
+        EXPECT_EQ(CodeOf(answers), code);
+        EXPECT_EQ(answers.at(0).destination, destination);
         EXPECT_FALSE(answers.at(0).message.qualifier.empty()) << "a person is told the reason";
     }
     EXPECT_TRUE(m_handler.Handle("2;1;7;0;;").empty()) << "an answer to an answer would never end";

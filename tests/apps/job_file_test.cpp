@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::string_literals;
+
 namespace gaizior {
 namespace {
 
@@ -59,15 +61,13 @@ TEST_F(JobFile, AGoodFileIsReadToTheLastHundredth) {
     EXPECT_FALSE(Read("\xEF\xBB\xBF" + std::string(kGoodFile), job)) << "with a byte-order mark";
 }
 
-struct DamagedFile {
-    int line;
-    std::string replacement;
-    int complaintLine;
-    std::string complaint;
-};
-
 TEST_F(JobFile, EachFaultIsToldWithItsLine) {
-    const std::vector<DamagedFile> cases = {
+    const struct {
+        int line;
+        std::string replacement;
+        int complaintLine;
+        std::string complaint;
+    } cases[] = {
         {2, "[jab]", 2, "did you mean 'job'?"},
         {2, "[job", 2, "']'"},
         {2, "", 3, "before the first section"},
@@ -75,7 +75,7 @@ TEST_F(JobFile, EachFaultIsToldWithItsLine) {
         {3, "name =", 3, "has no value"},
         {3, "name = " + std::string(41, 'x'), 3, "at most 40"},
         {3, "name = bell\a", 3, "control character"},
-        {3, std::string("name = a\0b", 10), 3, "control character"},
+        {3, "name = a\0b"s, 3, "control character"},
         {3, "name = " + std::string(5000, 'x'), 3, "no job file"},
         {4, "resolution = 1270 lpi", 4, "whole number from 600 to 3600 dpi"},
         {4, "resolution = 99999999999999999999", 4, "600 to 3600"},
@@ -96,7 +96,7 @@ TEST_F(JobFile, EachFaultIsToldWithItsLine) {
         {15, "name = " + std::string(17, 'x'), 15, "1 to 16"},
         {16, "copies = 10", 16, "1 to 9"},
     };
-    for (const DamagedFile& damaged : cases) {
+    for (const auto& damaged : cases) {
         SCOPED_TRACE(damaged.replacement.substr(0, 40));
         Job job;
         const Outcome failure = Read(WithLine(damaged.line, damaged.replacement), job);
@@ -111,35 +111,22 @@ TEST_F(JobFile, EachFaultIsToldWithItsLine) {
 }
 
 TEST_F(JobFile, TooMuchOfEverythingIsRefused) {
-    std::string separations = WithLine(0, "");
-    for (int i = 0; i < 7; ++i) {
-        separations += "[separation]\nname = Spot" + std::to_string(i) + "\n";
+    std::string separations = kGoodFile;
+    for (const char c : std::string("0123456")) {
+        separations += std::string("\n[separation]\nname = Spot") + c;
     }
-    for (const std::string& file : {std::string(), std::string("\n"), std::string(2000, '\n'), separations,
-                                    std::string("\x7F"
-                                                "ELF\1\2\0",
-                                                7)}) {
+    for (const std::string& file : {""s, "\n"s, std::string(2000, '\n'), separations, "\x7F\1ELF\2\0"s}) {
         Job job;
         EXPECT_TRUE(Read(file, job)) << file.substr(0, 20);
     }
 }
 
-TEST_F(JobFile, TheSamplesAreGood) {
-    int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(GAIZIOR_SAMPLES)) {
-        if (entry.path().extension() != ".job") {
-            continue;
-        }
-        ++files;
-        Job job;
-        const Outcome failure = ReadJobFile(entry.path().string(), job);
-        EXPECT_FALSE(failure) << failure->text;
-    }
-    EXPECT_GE(files, 1);
-}
-
-TEST_F(JobFile, WhatIsNoFileIsToldApartFromOneThatIsMissing) {
+TEST_F(JobFile, TheSamplesAreGoodAndWhatIsNoFileIsToldApartFromOneThatIsMissing) {
     Job job;
+    for (const auto& entry : std::filesystem::directory_iterator(GAIZIOR_SAMPLES)) {
+        EXPECT_TRUE(entry.path().extension() != ".job" || !ReadJobFile(entry.path().string(), job)) << entry;
+    }
+    EXPECT_NE(job, Job()) << "there is one";
     EXPECT_EQ(ReadJobFile(std::string(GAIZIOR_SAMPLES) + "/nowhere.job", job)->exit, Exit::kNotFound);
     EXPECT_EQ(ReadJobFile(GAIZIOR_SAMPLES, job)->exit, Exit::kFailed);
 }

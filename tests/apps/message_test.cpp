@@ -18,26 +18,24 @@ Job LargestJob() {
     return job;
 }
 
-TEST(Message, TheLargestJobArrivesWhole) {
+/// What arrives of a message that is sent.
+Message Sent(const Message& message) {
+    Message received;
+    std::string packet;
+    EXPECT_EQ(Encode(message, packet), ZRErrors::e_General_NoError);
+    EXPECT_LE(packet.size(), kMaxMessage);
+    EXPECT_EQ(Decode(packet, received), ZRErrors::e_General_NoError);
+    return received;
+}
+
+TEST(Message, TheLargestJobAndHundredthsArriveWhole) {
     const Job job = LargestJob();
     Message command = MakeExposeCommand(job);
     command.id = 65535;
-    std::string packet;
-    ASSERT_EQ(Encode(command, packet), ZRErrors::e_General_NoError);
-    EXPECT_LE(packet.size(), kMaxMessage);
-    Message received;
-    ASSERT_EQ(Decode(packet, received), ZRErrors::e_General_NoError);
-    EXPECT_EQ(received.id, 65535);
-    EXPECT_EQ(ReadExposeCommand(received), job);
-}
-
-TEST(Message, ALoadCommandKeepsHundredths) {
-    Message received;
-    std::string packet;
-    ASSERT_EQ(Encode(MakeLoadCommand({345'05, 580'50}), packet), ZRErrors::e_General_NoError);
-    EXPECT_EQ(packet, "1;2;0;0;width=345.05 length=580.5;");
-    ASSERT_EQ(Decode(packet, received), ZRErrors::e_General_NoError);
-    EXPECT_EQ(ReadLoadCommand(received), (Size{345'05, 580'50}));
+    EXPECT_EQ(Sent(command).id, 65535);
+    EXPECT_EQ(ReadExposeCommand(Sent(command)), job);
+    EXPECT_EQ(Sent(MakeLoadCommand({345'05, 580'50})).text, "width=345.05 length=580.5");
+    EXPECT_EQ(ReadLoadCommand(Sent(MakeLoadCommand({345'05, 580'50}))), (Size{345'05, 580'50}));
 }
 
 TEST(Message, WhatWouldArriveChangedIsNotSent) {

@@ -1,7 +1,7 @@
 #include "tests/apps/program.h"
 
-#include <array>
-#include <cstdio>
+#include "gaizior/platform/unique_handle.h"
+
 #include <fstream>
 #include <sstream>
 
@@ -28,80 +28,60 @@ std::string Quoted(const std::string& argument) {
     return quoted + "\"";
 }
 
-#ifdef _WIN32
-
-HANDLE CreateInherited(const std::string& path) {
-    SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    return ::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS,
-                         FILE_ATTRIBUTE_NORMAL, nullptr);
+std::string Line(const std::vector<std::string>& words) {
+    std::string line;
+    for (const std::string& word : words) {
+        line += Quoted(word) + " ";
+    }
+    return line;
 }
 
-PROCESS_INFORMATION Start(const std::string& path, const std::string& arguments, const std::string& output) {
+#ifdef _WIN32
+
+UniqueHandle CreateInherited(const std::string& path) {
+    SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    return UniqueHandle(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+Child Start(const std::string& path, const std::string& arguments, const std::string& output) {
+    const UniqueHandle out = CreateInherited(output + ".out");
+    const UniqueHandle err = CreateInherited(output + ".err");
     STARTUPINFOA startup{};
-    startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = CreateInherited(output + ".out");
-    startup.hStdError = CreateInherited(output + ".err");
-    std::string command = Quoted(path) + arguments;
-    PROCESS_INFORMATION process{};
-    ::CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP, nullptr, nullptr,
-                     &startup, &process);
-    ::CloseHandle(startup.hStdOutput);
-    ::CloseHandle(startup.hStdError);
-    return process;
+    startup.hStdOutput = out.Get();
+    startup.hStdError = err.Get();
+    return Child(path.c_str(), Line({path}) + arguments, CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, startup);
 }
 
 #else
 
 /// The shell sets the output up and becomes the program.
-PROCESS_INFORMATION Start(const std::string& path, const std::string& arguments, const std::string& output) {
-    STARTUPINFOA startup{};
-    startup.cb = sizeof(startup);
-    std::string command = "sh -c " + Quoted(R"(exec "$@" >"$0.out" 2>"$0.err" </dev/null)") + " " + Quoted(output) +
-                          " " + Quoted(path) + arguments;
-    PROCESS_INFORMATION process{};
-    ::CreateProcessA("/bin/sh", command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
-    return process;
+Child Start(const std::string& path, const std::string& arguments, const std::string& output) {
+    const std::string script = R"(exec "$@" >"$0.out" 2>"$0.err" </dev/null)";
+    return Child("/bin/sh", Line({"sh", "-c", script, output, path}) + arguments);
 }
 
 #endif
 
 } // namespace
 
-Program::Program(const std::string& name, const std::vector<std::string>& arguments) {
-    std::string line;
-    for (const std::string& argument : arguments) {
-        line += " " + Quoted(argument);
-    }
-    const PROCESS_INFORMATION process = Start(ProgramPath(name), line, m_folder.File("text"));
-    m_hProcess = process.hProcess;
-    m_nProcessId = process.dwProcessId;
-    ::CloseHandle(process.hThread);
-}
+Program::Program(const char* name, const std::vector<std::string>& arguments)
+    : m_child(Start(SiblingProgram(name), Line(arguments), m_folder.File("text"))) {}
 
-Program::~Program() {
-    Kill();
-    ::CloseHandle(m_hProcess);
-}
-
-std::optional<int> Program::Wait(DWORD milliseconds) {
-    DWORD code = 0;
-    if (::WaitForSingleObject(m_hProcess, milliseconds) != WAIT_OBJECT_0 || !::GetExitCodeProcess(m_hProcess, &code)) {
+std::optional<int> Program::Wait(DWORD milliseconds) const {
+    if (::WaitForSingleObject(m_child.Handle(), milliseconds) != WAIT_OBJECT_0) {
         return std::nullopt;
     }
-    return static_cast<int>(code);
+    return static_cast<int>(m_child.ExitCode());
 }
 
-void Program::Kill() {
-    ::TerminateProcess(m_hProcess, 1);
-    ::WaitForSingleObject(m_hProcess, 10000);
-}
-
-bool Program::Interrupt() {
+bool Program::Interrupt() const {
+    const DWORD id = m_child.Information().dwProcessId;
 #ifdef _WIN32
-    return ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, m_nProcessId) != FALSE;
+    return ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, id) != FALSE;
 #else
-    return ::kill(static_cast<pid_t>(m_nProcessId), SIGINT) == 0;
+    return ::kill(static_cast<pid_t>(id), SIGINT) == 0;
 #endif
 }
 
@@ -125,37 +105,15 @@ std::string Program::WaitForError(const std::string& text) const {
     return {};
 }
 
-bool HasEnded(DWORD processId, DWORD milliseconds) {
-    const HANDLE hProcess = ::OpenProcess(SYNCHRONIZE, FALSE, processId);
-    const bool ended = !hProcess || ::WaitForSingleObject(hProcess, milliseconds) == WAIT_OBJECT_0;
-    ::CloseHandle(hProcess);
-    return ended;
-}
-
 void SuspendProcess(DWORD processId) {
 #ifdef _WIN32
     using Suspend = LONG(WINAPI*)(HANDLE);
     const auto suspend = reinterpret_cast<Suspend>(
         reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll"), "NtSuspendProcess")));
-    const HANDLE hProcess = ::OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, processId);
-    suspend(hProcess);
-    ::CloseHandle(hProcess);
+    suspend(UniqueHandle(::OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, processId)).Get());
 #else
     ::kill(static_cast<pid_t>(processId), SIGSTOP);
 #endif
-}
-
-void KillProcess(DWORD processId) {
-    const HANDLE hProcess = ::OpenProcess(PROCESS_TERMINATE, FALSE, processId);
-    ::TerminateProcess(hProcess, 1);
-    ::CloseHandle(hProcess);
-}
-
-std::string ProgramPath(const std::string& name) {
-    std::array<char, 4096> path{};
-    ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size() - 1));
-    std::filesystem::path own(path.data());
-    return own.replace_filename(name + own.extension().string()).string();
 }
 
 } // namespace gaizior::test

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "tests/support/child.h"
 #include "tests/support/scratch.h"
-
-#include "gaizior/platform/windows_api.h"
 
 #include <optional>
 #include <string>
@@ -14,16 +13,15 @@ namespace gaizior::test {
 class Program {
 public:
     /// `name`: the program beside the test's own.
-    Program(const std::string& name, const std::vector<std::string>& arguments);
-    ~Program();
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
+    Program(const char* name, const std::vector<std::string>& arguments);
 
     /// The exit code; nothing when it has not ended within `milliseconds`.
-    std::optional<int> Wait(DWORD milliseconds = 30000);
-    void Kill();
+    std::optional<int> Wait(DWORD milliseconds = 30000) const;
+    void Kill() const {
+        m_child.Kill();
+    }
     /// What Ctrl-C does in a terminal. @returns false where there is no terminal through which to do it.
-    bool Interrupt();
+    bool Interrupt() const;
     std::string Output() const;
     std::string Errors() const;
     /// Waits until standard error holds `text`. @returns what follows it, up to the end of its line; "" in vain.
@@ -31,18 +29,10 @@ public:
 
 private:
     ScratchFolder m_folder;
-    HANDLE m_hProcess = nullptr;
-    DWORD m_nProcessId = 0;
+    Child m_child;
 };
 
-/// The path of a program beside the test's own.
-std::string ProgramPath(const std::string& name);
-
-/// Waits up to `milliseconds` until no process of that id runs.
-bool HasEnded(DWORD processId, DWORD milliseconds);
 /// Lets a process hang: it neither runs nor ends.
 void SuspendProcess(DWORD processId);
-/// Ends a process the hard way.
-void KillProcess(DWORD processId);
 
 } // namespace gaizior::test

@@ -1,6 +1,7 @@
 #include "apps/job/failure.h"
 #include "apps/job/message.h"
 #include "gaizior/comms/channel.h"
+#include "gaizior/platform/unique_handle.h"
 #include "tests/apps/program.h"
 #include "tests/support/watchdog.h"
 
@@ -19,6 +20,13 @@ bool Holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+/// A bench that has ended with the exit code that is expected of it.
+struct Ended : Program {
+    explicit Ended(const std::vector<std::string>& arguments, int exitCode = 0) : Program("bench", arguments) {
+        EXPECT_EQ(Wait(), exitCode) << testing::PrintToString(arguments) << Output() << Errors();
+    }
+};
+
 /// bench and imager as processes; the test itself may take part in their channel.
 class ProgramsTest : public testing::Test {
 protected:
@@ -32,11 +40,15 @@ protected:
         return ZcReceiveMessage(buffer.data(), buffer.size(), 5000) == ZRErrors::e_General_NoError ? buffer.data() : "";
     }
 
-    /// A job that takes too long to end by itself, once it is being exposed. @returns the imager's process.
-    static DWORD WaitForExposure(const Program& bench) {
+    /// Waits until a bench has done `step`. @returns its imager's process, the ID and a handle.
+    static std::pair<DWORD, UniqueHandle> ImagerOf(const Program& bench, const char* step = "load a plate") {
         const std::string process = bench.WaitForError("start the imager (process ");
-        EXPECT_NE(bench.WaitForError("load a plate"), "") << bench.Errors();
-        return static_cast<DWORD>(std::strtoul(process.c_str(), nullptr, 10));
+        EXPECT_NE(bench.WaitForError(step), "") << bench.Errors();
+        const auto id = static_cast<DWORD>(std::strtoul(process.c_str(), nullptr, 10));
+        return {id, UniqueHandle(::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, id))};
+    }
+    static bool HasEnded(const UniqueHandle& process, DWORD milliseconds = 10000) {
+        return ::WaitForSingleObject(process.Get(), milliseconds) == WAIT_OBJECT_0;
     }
 
     Watchdog m_watchdog{std::chrono::seconds(120)};
@@ -44,8 +56,7 @@ protected:
 };
 
 TEST_F(ProgramsTest, AJobRunsFromItsFileToItsSummary) {
-    Program bench("bench", {"image", kSample, "--speed", "1000", "--json"});
-    ASSERT_EQ(bench.Wait(), 0) << bench.Errors();
+    const Ended bench({"image", kSample, "--speed", "1000", "--json"});
     EXPECT_TRUE(Holds(bench.Output(), R"("job":"Morning edition, front page")")) << bench.Output();
     EXPECT_TRUE(Holds(bench.Output(), R"("plates":4,"linesPerPlate":27250,)")) << bench.Output();
     EXPECT_TRUE(Holds(bench.Output(), R"("engineSeconds":149.110,"platesPerHour":96.)")) << bench.Output();
@@ -70,7 +81,7 @@ TEST_F(ProgramsTest, WhatIsWrongIsToldInOneLineWithItsExitCode) {
         {{"image", folder.File("wrong.job")}, Exit::kUsage, "wrong.job:2: section [job] has no key 'naem' (did you"},
         {{"image", kSample, "--imager", folder.File("gone")}, Exit::kNotFound, "gone: there is no imager"},
         {{"image", kSample, "--imager", kSample}, Exit::kFailed, "newspaper.job: the imager cannot be started"},
-        {{"image", kSample, "--imager", ProgramPath("bench")}, Exit::kFailed, "ended unexpectedly with exit code 2"},
+        {{"image", kSample, "--imager", SiblingProgram("bench")}, Exit::kFailed, "ended unexpectedly with exit code 2"},
         {{"image"}, Exit::kUsage, "JOBFILE"},
         {{"image", kSample, "--speed", "fast"}, Exit::kUsage, "--speed"},
         {{"image", kSample, "--sped", "2"}, Exit::kUsage, "did you mean '--speed'?"},
@@ -99,26 +110,24 @@ TEST_F(ProgramsTest, WhatIsWrongIsToldInOneLineWithItsExitCode) {
 }
 
 TEST_F(ProgramsTest, VerbosePrintsTheErrorStackAndTheChannelsLines) {
-    Program bench("bench", {"--verbose", "channel", "receive", "--timeout", "0.1"});
-    EXPECT_EQ(bench.Wait(), 4);
+    const Ended bench({"--verbose", "channel", "receive", "--timeout", "0.1"}, 4);
     EXPECT_TRUE(Holds(bench.Errors(), "ERROR: 0x000007dd Command timed out: 2013, in FUNCTION: ReceiveOne(): "))
         << bench.Errors();
     EXPECT_TRUE(Holds(bench.Errors(), "bench[5] Dumping messages")) << bench.Errors();
 }
 
 TEST_F(ProgramsTest, HelpAtEveryLevelHasExamplesAndExitCodes) {
-    const std::vector<std::vector<std::string>> levels = {{},
-                                                          {"image"},
-                                                          {"error"},
-                                                          {"channel"},
-                                                          {"channel", "status"},
-                                                          {"channel", "send"},
-                                                          {"channel", "receive"},
-                                                          {"channel", "watch"}};
-    for (std::vector<std::string> arguments : levels) {
+    const std::vector<std::string> commands[] = {{},
+                                                 {"image"},
+                                                 {"error"},
+                                                 {"channel"},
+                                                 {"channel", "status"},
+                                                 {"channel", "send"},
+                                                 {"channel", "receive"},
+                                                 {"channel", "watch"}};
+    for (std::vector<std::string> arguments : commands) {
         arguments.push_back("--help");
-        Program bench("bench", arguments);
-        EXPECT_EQ(bench.Wait(), 0);
+        const Ended bench(arguments);
         EXPECT_TRUE(Holds(bench.Output(), "Examples:\n")) << bench.Output();
         EXPECT_TRUE(Holds(bench.Output(), "Exit codes: 0 done")) << bench.Output();
     }
@@ -126,20 +135,19 @@ TEST_F(ProgramsTest, HelpAtEveryLevelHasExamplesAndExitCodes) {
 
 TEST_F(ProgramsTest, AnImagerThatIsKilledEndsTheJobWithOneLine) {
     Program bench("bench", {"image", kSample, "--speed", "10"});
-    const DWORD imager = WaitForExposure(bench);
-    KillProcess(imager);
+    const auto [id, imager] = ImagerOf(bench);
+    ::TerminateProcess(imager.Get(), 1);
     EXPECT_EQ(bench.Wait(10000), 1);
     const std::string errors = bench.Errors();
-    EXPECT_TRUE(Holds(errors, "(process " + std::to_string(imager) + "): the imager ended unexpectedly")) << errors;
+    EXPECT_TRUE(Holds(errors, "(process " + std::to_string(id) + "): the imager ended unexpectedly")) << errors;
     EXPECT_TRUE(Holds(errors, "at 'expose plate 1 of 4: Cyan'")) << errors;
     EXPECT_EQ(bench.Output(), "");
 }
 
 TEST_F(ProgramsTest, AnImagerThatHangsIsGivenUpAndKilled) {
     Program bench("bench", {"image", kSample, "--timeout", "1"});
-    const std::string process = bench.WaitForError("start the imager (process ");
-    const auto imager = static_cast<DWORD>(std::strtoul(process.c_str(), nullptr, 10));
-    SuspendProcess(imager);
+    const auto [id, imager] = ImagerOf(bench, "start the imager");
+    SuspendProcess(id);
     EXPECT_EQ(bench.Wait(20000), 4);
     EXPECT_TRUE(Holds(bench.Errors(), "did not answer 'load' within 1 s")) << bench.Errors();
     EXPECT_TRUE(Holds(bench.Errors(), "did not end within 5 s and was killed\n")) << bench.Errors();
@@ -148,24 +156,23 @@ TEST_F(ProgramsTest, AnImagerThatHangsIsGivenUpAndKilled) {
 
 TEST_F(ProgramsTest, AnImagerWhoseBenchIsKilledEndsByItself) {
     Program bench("bench", {"image", kSample, "--speed", "10"});
-    const DWORD imager = WaitForExposure(bench);
+    const auto [id, imager] = ImagerOf(bench);
     bench.Kill();
-    EXPECT_TRUE(HasEnded(imager, 10000));
+    EXPECT_TRUE(HasEnded(imager));
 }
 
 TEST_F(ProgramsTest, CtrlCEndsBenchAndItsImager) {
     Program bench("bench", {"image", kSample, "--speed", "10"});
-    const DWORD imager = WaitForExposure(bench);
+    const auto [id, imager] = ImagerOf(bench);
     if (!bench.Interrupt()) {
         bench.Kill();
-        EXPECT_TRUE(HasEnded(imager, 10000)) << "the names of Windows are the next test's too";
+        EXPECT_TRUE(HasEnded(imager)) << "the names of Windows are the next test's too";
         GTEST_SKIP() << "there is no console that could tell of Ctrl-C";
     }
     EXPECT_EQ(bench.Wait(5000), 1);
     EXPECT_TRUE(Holds(bench.Errors(), "bench: interrupted")) << bench.Errors();
     EXPECT_TRUE(HasEnded(imager, 0)) << "bench waits for it";
-    Program status("bench", {"channel", "status"});
-    EXPECT_EQ(status.Wait(), 3) << "the channel is closed: " << status.Output();
+    const Ended status({"channel", "status"}, 3);
 }
 
 TEST_F(ProgramsTest, AFullChannelIsCalledFull) {
@@ -175,8 +182,7 @@ TEST_F(ProgramsTest, AFullChannelIsCalledFull) {
     }
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"image", kSample}, {"channel", "send", "--to", "2", "x"}}) {
-        Program bench("bench", arguments);
-        EXPECT_EQ(bench.Wait(), 4);
+        const Ended bench(arguments, 4);
         EXPECT_TRUE(Holds(bench.Errors(), "the channel is full")) << bench.Errors();
         EXPECT_EQ(std::ranges::count(bench.Errors(), '\n'), 1) << bench.Errors();
     }
@@ -205,8 +211,7 @@ TEST_F(ProgramsTest, ASilentClientIsNotBuriedInProgress) {
     EXPECT_NE(Receive(), "");
     ASSERT_EQ(ZcSendMessage("1;2;40;0;width=345 length=580;", 1000, 41), ZRErrors::e_General_NoError);
     ::Sleep(5000);
-    Program status("bench", {"channel", "status", "--json"});
-    EXPECT_EQ(status.Wait(), 0);
+    const Ended status({"channel", "status", "--json"});
     EXPECT_TRUE(Holds(status.Output(), R"("ids":[{"id":40,"messages":4}])")) << status.Output();
 }
 
@@ -215,16 +220,14 @@ TEST_F(ProgramsTest, StatusShowsTheQueueAndTakesNothing) {
     ASSERT_EQ(ZcSendMessage("one \"\x01\"", 1000, 7), ZRErrors::e_General_NoError);
     ASSERT_EQ(ZcSendMessage("two", 1000, 40), ZRErrors::e_General_NoError);
     for (int i = 0; i < 2; ++i) {
-        Program status("bench", {"channel", "status", "--json"});
-        EXPECT_EQ(status.Wait(), 0);
+        const Ended status({"channel", "status", "--json"});
         EXPECT_EQ(status.Output(),
                   R"({"consistent":true,"messages":2,"taken":2,"slots":200,"first":0,"last":1,"damage":null,)"
                   R"("ids":[{"id":7,"messages":1},{"id":40,"messages":1}],)"
                   R"("queue":[{"slot":0,"id":7,"text":"one \"\u0001\""},{"slot":1,"id":40,"text":"two"}]})"
                   "\n");
     }
-    Program table("bench", {"channel", "status"});
-    EXPECT_EQ(table.Wait(), 0);
+    const Ended table({"channel", "status"});
     EXPECT_TRUE(Holds(table.Output(), "2 of 200 slots taken, consistent")) << table.Output();
     EXPECT_TRUE(Holds(table.Output(), "    0       7  one \"\\x01\"\n")) << table.Output();
 }
@@ -237,8 +240,7 @@ TEST_F(ProgramsTest, SendReceiveAndWatchMeetInTheChannel) {
     }
     Program send("bench", {"channel", "send", "--to", "7", "2;1;41;-5;state=empty;why;not"});
     EXPECT_EQ(send.Wait(), 0) << send.Errors();
-    Program sendMore("bench", {"channel", "send", "--to", "7", "hello"});
-    EXPECT_EQ(sendMore.Wait(), 0) << sendMore.Errors();
+    const Ended sendMore({"channel", "send", "--to", "7", "hello"});
     EXPECT_EQ(receive.Wait(), 0) << receive.Errors();
     EXPECT_EQ(receive.Output(), R"({"id":7,"text":"2;1;41;-5;state=empty;why;not","type":2,"code":1,"sender":41,)"
                                 R"("value":-5,"string":"state=empty","qualifier":"why;not"})"
@@ -251,8 +253,7 @@ TEST_F(ProgramsTest, TwoBenchesNeverShareAnId) {
     Program first("bench", {"channel", "receive", "--id", "7", "--timeout", "20"});
     while (Program("bench", {"channel", "status"}).Wait() == 3) {
     }
-    Program second("bench", {"channel", "receive", "--id", "7"});
-    EXPECT_EQ(second.Wait(), 1);
+    const Ended second({"channel", "receive", "--id", "7"}, 1);
     EXPECT_TRUE(Holds(second.Errors(), "communications ID 7 is in use")) << second.Errors();
     first.Kill();
     Program third("bench", {"channel", "receive", "--id", "7", "--timeout", "0.1"});
@@ -271,8 +272,7 @@ TEST_F(ProgramsTest, ErrorsAreFoundByCodeNameAndWords) {
     for (const auto& [words, expected] : calls) {
         std::vector<std::string> arguments = {"error", "--json"};
         arguments.insert(arguments.end(), words.begin(), words.end());
-        Program bench("bench", arguments);
-        EXPECT_EQ(bench.Wait(), 0) << bench.Errors();
+        const Ended bench(arguments);
         EXPECT_TRUE(Holds(bench.Output(), expected)) << bench.Output();
     }
 }

@@ -22,11 +22,6 @@ struct Protected : ZRErrorC {
     using ZRErrorC::m_hMutex;
 };
 
-std::string TextOf(ZRErrors::ZRErrorT code) {
-    char buffer[gaizior::kErrorTextSize];
-    return std::string(gaizior::FormatErrorText(code, buffer));
-}
-
 std::string Print(ZRErrorC& entry, bool thisOnly, bool clear) {
     char* const text = entry.ToString(thisOnly, clear);
     std::string result = text ? text : "(null)";
@@ -47,8 +42,7 @@ std::string PrintStack() {
     return Print(*ZRErrorC::NoError, false, false);
 }
 
-class ErrorStack : public testing::Test {
-protected:
+struct ErrorStack : testing::Test {
     void SetUp() override {
         const ZRLogStreamC hooked([](unsigned, int, char* text) { g_log += text; }, nullptr, nullptr, nullptr);
         const SYSTEMTIME time{2005, 2, 2, 1, 9, 5, 3, 7};
@@ -79,10 +73,9 @@ TEST_F(ErrorStack, PrintsOneLineForEachEntryOldestFirst) {
     EXPECT_EQ(ZRErrorC::Stack(nullptr, ZRErrors::ZRErrorT{0x20000006}, nullptr), 0u);
     EXPECT_EQ(::GetLastError(), ERROR_ALREADY_EXISTS);
     const std::string at = "At: 09:05:03.007 on: 01/02/2005, ERROR: 0x";
-    const std::string first =
-        at + "000007dd " + TextOf(ZRErrors::e_Command_TimedOut) + ", in FUNCTION: ZRFooC::Bar():  REASON: x\r\n";
+    const std::string first = at + "000007dd Command timed out: 2013, in FUNCTION: ZRFooC::Bar():  REASON: x\r\n";
     const std::string second =
-        at + "20000006 " + TextOf(ZRErrors::ZRErrorT{0x20000006}) + ", in FUNCTION:  REASON: \r\n";
+        at + "20000006 " + ZRErrToStr(ZRErrors::ZRErrorT{0x20000006}) + ", in FUNCTION:  REASON: \r\n";
     EXPECT_EQ(Print(*ZRErrorC::GetStack(), true, false), first);
     EXPECT_EQ(Print(*ZRErrorC::ErrCreateZRErr, false, true), first + second);
     EXPECT_TRUE(ZRErrorC::IsEmpty());
@@ -129,7 +122,7 @@ TEST_F(ErrorStack, GoesAheadWhenItsLockCannotBeHad) {
     EXPECT_EQ(g_log, " ERROR: ZRErrorC::LockStack(): 1Timed out waiting for m_hMutex\n"
                      " WARNING: ZRErrorC::LockStack(): m_hMutex was abandoned\n"
                      " ERROR: ZRErrorC::LockStack(): 1waiting for m_hMutex: " +
-                         TextOf(ZRErrors::ZRErrorT{0x20000006}) + "\n");
+                         std::string(ZRErrToStr(ZRErrors::ZRErrorT{0x20000006})) + "\n");
     EXPECT_EQ(CountStack(), 4);
 }
 

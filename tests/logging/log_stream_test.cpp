@@ -30,9 +30,8 @@ unsigned QueryLevel() {
     return g_debugLevel;
 }
 
-class LogStream : public testing::Test {
-protected:
-    void SetUp() override {
+struct LogStream : testing::Test {
+    LogStream() {
         g_text.clear();
         g_inHooks = [] {};
         g_debugLevel = 5;

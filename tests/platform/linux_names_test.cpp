@@ -1,8 +1,5 @@
-#include "gaizior/platform/unique_handle.h"
+#include "tests/platform/objects.h"
 #include "tests/support/child.h"
-#include "tests/support/scratch.h"
-
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
@@ -11,28 +8,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace gaizior {
+namespace gaizior::test {
 namespace {
 
 /// How names look to those who look into the shared-memory folder.
-class LinuxNames : public ::testing::Test {
-protected:
+struct LinuxNames : ObjectTest {
     std::string File(const char* name) const {
         return (names.Path() / name).string();
     }
-
-    UniqueHandle Section(const char* name, DWORD size = 54412) const {
-        return UniqueHandle(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name));
-    }
-
-    test::ScratchFolder folder;
-    test::PrivateNames names;
 };
 
 TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
     const mode_t before = ::umask(0777);
     {
-        const UniqueHandle section = Section("Some_Queue");
+        const UniqueHandle section = Section("Some_Queue", 54412);
         const UniqueHandle mutex(::CreateMutexA(nullptr, TRUE, "Some_Mutex"));
         struct stat status {};
         ASSERT_EQ(::stat(File("Some_Queue").c_str(), &status), 0);
@@ -47,8 +36,7 @@ TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
 
 TEST_F(LinuxNames, AreGoneWithAProcessThatEndsByItself) {
     for (const char* kind : {"mutex", "event", "section"}) {
-        const test::Child child(test::SiblingProgram("platform_child"),
-                                "leave \"" + folder.File(kind) + "\" " + kind + " it");
+        const Child child(SiblingProgram("platform_child"), "leave \"" + folder.File(kind) + "\" " + kind + " it");
         EXPECT_EQ(child.ExitCode(), 0u) << kind;
         EXPECT_TRUE(std::filesystem::is_empty(names.Path())) << kind;
     }
@@ -73,14 +61,10 @@ TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnewAndNothingElse) {
     for (const char* name : {"whole", "empty"}) {
         const UniqueHandle section = Section(name, 16);
         EXPECT_EQ(::GetLastError(), ERROR_SUCCESS) << name;
-        const void* view = ::MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 16);
-        ASSERT_NE(view, nullptr) << name;
-        EXPECT_STREQ(static_cast<const char*>(view), "") << name;
-        ::UnmapViewOfFile(view);
+        EXPECT_EQ(TextIn(section), "") << name;
     }
     std::ofstream(File("other")) << "of another size";
-    EXPECT_FALSE(Section("other", 16));
-    EXPECT_EQ(::GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(ErrorOf(Section("other", 16)), ERROR_INVALID_HANDLE);
     EXPECT_EQ(std::filesystem::file_size(File("other")), 15u);
 }
 
@@ -102,25 +86,20 @@ TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefused) {
     std::filesystem::create_symlink(File("elsewhere"), File("link"));
     std::ofstream(File("foreign")) << "x";
     ASSERT_EQ(::geteuid() == 0 ? ::chown(File("foreign").c_str(), 12345, 12345) : 0, 0);
-    struct Case {
-        const char* name;
-        DWORD error;
+    const std::pair<const char*, DWORD> cases[] = {
+        {"folder", ERROR_ACCESS_DENIED}, {"link", ERROR_CANT_RESOLVE_FILENAME},
+        {"a/b", ERROR_PATH_NOT_FOUND},   {"a\\b", ERROR_PATH_NOT_FOUND},
+        {"..", ERROR_INVALID_NAME},
     };
-    std::vector<Case> cases = {{"folder", ERROR_ACCESS_DENIED},
-                               {"link", ERROR_CANT_RESOLVE_FILENAME},
-                               {"a/b", ERROR_PATH_NOT_FOUND},
-                               {"a\\b", ERROR_PATH_NOT_FOUND},
-                               {"..", ERROR_INVALID_NAME}};
-    if (::geteuid() == 0) {
-        cases.push_back({"foreign", ERROR_ACCESS_DENIED});
+    for (const auto& [name, error] : cases) {
+        EXPECT_EQ(ErrorOf(Section(name)), error) << name;
     }
-    for (const Case& refused : cases) {
-        EXPECT_FALSE(Section(refused.name)) << refused.name;
-        EXPECT_EQ(::GetLastError(), refused.error) << refused.name;
+    if (::geteuid() == 0) {
+        EXPECT_EQ(ErrorOf(Section("foreign")), ERROR_ACCESS_DENIED);
     }
     EXPECT_FALSE(std::filesystem::exists(File("elsewhere")));
     EXPECT_TRUE(std::filesystem::exists(File("foreign")));
 }
 
 } // namespace
-} // namespace gaizior
+} // namespace gaizior::test

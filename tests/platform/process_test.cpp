@@ -1,51 +1,18 @@
 // Starting, watching and ending processes. Runs on both systems; Windows decides.
 
-#include "gaizior/platform/windows_api.h"
-#include "tests/support/scratch.h"
-#include "tests/support/watchdog.h"
-
-#include <gtest/gtest.h>
+#include "tests/platform/objects.h"
+#include "tests/support/child.h"
 
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <string>
+#include <utility>
 
+namespace gaizior::test {
 namespace {
 
-using namespace gaizior::test;
-
-/// A process that is ended, if need be, and its handles closed when this goes.
-struct Child {
-    Child(const char* application, std::string commandLine, DWORD flags = 0, void* environment = nullptr,
-          const char* directory = nullptr) {
-        STARTUPINFOA startup{};
-        startup.cb = sizeof startup;
-        const BOOL started = ::CreateProcessA(application, commandLine.data(), nullptr, nullptr, TRUE, flags,
-                                              environment, directory, &startup, &information);
-        error = started ? 0 : ::GetLastError();
-    }
-    ~Child() {
-        ::TerminateProcess(information.hProcess, 1);
-        ::CloseHandle(information.hThread);
-        ::CloseHandle(information.hProcess);
-    }
-    Child(Child&&) = delete;
-
-    /// The exit code, waited for.
-    DWORD Ended() const {
-        DWORD code = STILL_ACTIVE;
-        ::WaitForSingleObject(information.hProcess, 60'000);
-        ::GetExitCodeProcess(information.hProcess, &code);
-        return code;
-    }
-
-    PROCESS_INFORMATION information{};
-    DWORD error = 0;
-};
-
-struct Processes : testing::Test {
+struct Processes : ObjectTest {
     /// What a child told, each part ended by a bar.
     std::string Told() const {
         std::string all;
@@ -54,37 +21,30 @@ struct Processes : testing::Test {
         return all;
     }
 
-    Watchdog watchdog;
-    ScratchFolder folder;
     const std::string file = folder.File("told");
     const std::string quotedFile = '"' + file + "\" ";
 };
 
 TEST_F(Processes, GetTheirCommandLineSplitAsWindowsDoes) {
-    const struct {
-        const char* line;
-        const char* words;
-    } cases[] = {
-        {"", ""},
-        {"  a\t b \t", "a|b|"},
-        {R"("a b" c)", "a b|c|"},
-        {R"(a"b c"d)", "ab cd|"},
-        {R"("")", "|"},
-        {R"(a""b c)", "ab|c|"},
-        {R"(\a\\b)", R"(\a\\b|)"},
-        {R"("a\\" b)", R"(a\|b|)"},
-        {R"("a\"b")", R"(a"b|)"},
-        {R"(\\\"a)", R"(\"a|)"},
-        {R"(a\\\\"b c" d)", R"(a\\b c|d|)"},
-        {R"("a""b" c)", R"(a"b|c|)"},
-        {R"("a """ b)", R"(a "|b|)"},
-        {R"(""""" b)", R"("" b|)"},
-        {R"("not closed x)", "not closed x|"},
-        {"'a\nb'", "'a\nb'|"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Child(nullptr, "platform_child arguments " + quotedFile + c.line).Ended(), 0u) << c.line;
-        EXPECT_EQ(Told(), c.words) << c.line;
+    const std::pair<const char*, const char*> cases[] = {{"", ""},
+                                                         {"  a\t b \t", "a|b|"},
+                                                         {R"("a b" c)", "a b|c|"},
+                                                         {R"(a"b c"d)", "ab cd|"},
+                                                         {R"("")", "|"},
+                                                         {R"(a""b c)", "ab|c|"},
+                                                         {R"(\a\\b)", R"(\a\\b|)"},
+                                                         {R"("a\\" b)", R"(a\|b|)"},
+                                                         {R"("a\"b")", R"(a"b|)"},
+                                                         {R"(\\\"a)", R"(\"a|)"},
+                                                         {R"(a\\\\"b c" d)", R"(a\\b c|d|)"},
+                                                         {R"("a""b" c)", R"(a"b|c|)"},
+                                                         {R"("a """ b)", R"(a "|b|)"},
+                                                         {R"(""""" b)", R"("" b|)"},
+                                                         {R"("not closed x)", "not closed x|"},
+                                                         {"'a\nb'", "'a\nb'|"}};
+    for (const auto& [line, words] : cases) {
+        EXPECT_EQ(Child(nullptr, "platform_child arguments " + quotedFile + line).ExitCode(), 0u) << line;
+        EXPECT_EQ(Told(), words) << line;
     }
 }
 
@@ -92,18 +52,17 @@ TEST_F(Processes, InheritFolderAndEnvironmentUnlessTheyAreGivenButNoDescriptors)
     const ScopedVariable variable("GAIZIOR_TEST_VALUE", "mine");
     const std::ofstream notInherited(folder.File("open"));
     const std::string line = "platform_child surroundings " + quotedFile;
-    EXPECT_EQ(Child(nullptr, line).Ended(), 0u);
-#ifdef _WIN32
+    EXPECT_EQ(Child(nullptr, line).ExitCode(), 0u);
     const std::string descriptors = Told().substr(Told().rfind('|', Told().size() - 2));
-#else
-    const std::string descriptors = "|4|";
+#ifndef _WIN32
+    EXPECT_EQ(descriptors, "|4|");
 #endif
     EXPECT_EQ(Told(), std::filesystem::current_path().filename().string() + "|mine" + descriptors);
 
     // The folder of the running program is found whichever folder the child gets.
     std::string environment = "GAIZIOR_TEST_VALUE=given";
     environment.append("\0PATH=", 6).append(std::getenv("PATH")).append(2, '\0');
-    EXPECT_EQ(Child(nullptr, line, 0, environment.data(), folder.Path().string().c_str()).Ended(), 0u);
+    EXPECT_EQ(Child(nullptr, line, 0, environment.data(), folder.Path().string().c_str()).ExitCode(), 0u);
     EXPECT_EQ(Told(), folder.Path().filename().string() + "|given" + descriptors);
 }
 
@@ -112,56 +71,46 @@ TEST_F(Processes, ThatCannotBeStartedSayWhy) {
     std::ofstream(noProgram) << "no program";
     std::filesystem::permissions(noProgram, std::filesystem::perms::all);
     const std::string nowhere = folder.File("nowhere");
-    EXPECT_EQ(Child(nullptr, "no_such_program a b").error, DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(nullptr, nowhere + " a").error, DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(nowhere.c_str(), "a b").error, DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(nullptr, " platform_child").error, DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(noProgram.c_str(), "a").error, DWORD{ERROR_BAD_EXE_FORMAT});
-    EXPECT_EQ(Child(nullptr, "platform_child", 0, nullptr, nowhere.c_str()).error, DWORD{ERROR_DIRECTORY});
+    EXPECT_EQ(Child(nullptr, "no_such_program a b").Error(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(nullptr, nowhere + " a").Error(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(nowhere.c_str(), "a b").Error(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(nullptr, " platform_child").Error(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Child(noProgram.c_str(), "a").Error(), DWORD{ERROR_BAD_EXE_FORMAT});
+    EXPECT_EQ(Child(nullptr, "platform_child", 0, nullptr, nowhere.c_str()).Error(), DWORD{ERROR_DIRECTORY});
 #ifndef _WIN32
     std::filesystem::permissions(noProgram, std::filesystem::perms::owner_read);
     const std::string tooLong(4'000'000, 'x');
-    EXPECT_EQ(Child(noProgram.c_str(), "a").error, ERROR_ACCESS_DENIED);
-    EXPECT_EQ(Child((noProgram + "/below").c_str(), "a").error, ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(Child("/proc/self/exe", tooLong).error, ERROR_FILENAME_EXCED_RANGE);
-    EXPECT_EQ(Child(nullptr, '/' + tooLong).error, ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_EQ(Child(noProgram.c_str(), "a").Error(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Child((noProgram + "/below").c_str(), "a").Error(), ERROR_PATH_NOT_FOUND);
+    EXPECT_EQ(Child("/proc/self/exe", tooLong).Error(), ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_EQ(Child(nullptr, '/' + tooLong).Error(), ERROR_FILENAME_EXCED_RANGE);
 #endif
 }
 
 TEST_F(Processes, AreSignalledAtTheirEndThroughEveryHandle) {
     const Child child(nullptr, "platform_child console " + quotedFile + "ask");
-    const HANDLE opened = ::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
-                                        child.information.dwProcessId);
-    const HANDLE all[] = {child.information.hThread, child.information.hProcess, opened};
+    const UniqueHandle opened(::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                            child.Information().dwProcessId));
+    const HANDLE all[] = {child.Information().hThread, child.Handle(), opened.Get()};
     DWORD code = 0;
-    EXPECT_TRUE(::GetExitCodeProcess(opened, &code));
-    EXPECT_EQ(code, DWORD{STILL_ACTIVE});
-    EXPECT_EQ(::WaitForMultipleObjects(3, all, FALSE, 0), DWORD{WAIT_TIMEOUT});
-    EXPECT_TRUE(::TerminateProcess(opened, 0x12345));
+    EXPECT_TRUE(::GetExitCodeProcess(opened.Get(), &code) && code == STILL_ACTIVE);
+    EXPECT_EQ(WaitAny(all), kTimeout);
+    EXPECT_TRUE(::TerminateProcess(opened.Get(), 0x12345));
     for (const HANDLE handle : all) {
         EXPECT_EQ(::WaitForSingleObject(handle, 30'000), WAIT_OBJECT_0);
         EXPECT_EQ(::WaitForSingleObject(handle, 0), WAIT_OBJECT_0) << "it stays signalled";
     }
-    EXPECT_EQ(child.Ended(), 0x12345u);
-    EXPECT_TRUE(::GetExitCodeProcess(opened, &code));
-    EXPECT_EQ(code, 0x12345u);
-    ::CloseHandle(opened);
+    EXPECT_EQ(child.ExitCode(), 0x12345u);
+    EXPECT_TRUE(::GetExitCodeProcess(opened.Get(), &code) && code == 0x12345);
 }
 
 TEST_F(Processes, AreRefusedToThoseWithoutTheRightAndForOtherHandles) {
-    EXPECT_FALSE(::OpenProcess(SYNCHRONIZE, FALSE, 0x7FFFFFF0));
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-    const HANDLE onlyWait = ::OpenProcess(SYNCHRONIZE, FALSE, ::GetCurrentProcessId());
+    EXPECT_EQ(ErrorOf(::OpenProcess(SYNCHRONIZE, FALSE, 0x7FFFFFF0)), DWORD{ERROR_INVALID_PARAMETER});
+    const UniqueHandle onlyWait(::OpenProcess(SYNCHRONIZE, FALSE, ::GetCurrentProcessId()));
     DWORD code = 0;
-    EXPECT_FALSE(::GetExitCodeProcess(onlyWait, &code));
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(::TerminateProcess(onlyWait, 1));
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    const HANDLE event = ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    EXPECT_FALSE(::GetExitCodeProcess(event, &code));
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-    ::CloseHandle(event);
-    ::CloseHandle(onlyWait);
+    EXPECT_EQ(ErrorOf(::GetExitCodeProcess(onlyWait.Get(), &code)), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(ErrorOf(::TerminateProcess(onlyWait.Get(), 1)), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(ErrorOf(::GetExitCodeProcess(Event().Get(), &code)), DWORD{ERROR_INVALID_HANDLE});
 }
 
 #ifndef _WIN32
@@ -172,15 +121,13 @@ TEST_F(Processes, GetSignalsAsConsoleEvents) {
         int deafTo; // 0: none
         int signal;
         DWORD code;
-    } cases[] = {
-        {"ask", 0, SIGINT, 40 + CTRL_C_EVENT},
-        {"ask", 0, SIGQUIT, 40 + CTRL_BREAK_EVENT},
-        {"ask", 0, SIGHUP, 40 + CTRL_CLOSE_EVENT},
-        {"ask", SIGHUP, SIGTERM, 40 + CTRL_CLOSE_EVENT}, // as nohup starts it
-        {"pass", 0, SIGINT, 128 + SIGINT},
-        {"remove", 0, SIGINT, 128 + SIGINT},
-        {"ignore", SIGINT, SIGTERM, 40 + CTRL_CLOSE_EVENT},
-    };
+    } cases[] = {{"ask", 0, SIGINT, 40 + CTRL_C_EVENT},
+                 {"ask", 0, SIGQUIT, 40 + CTRL_BREAK_EVENT},
+                 {"ask", 0, SIGHUP, 40 + CTRL_CLOSE_EVENT},
+                 {"ask", SIGHUP, SIGTERM, 40 + CTRL_CLOSE_EVENT}, // as nohup starts it
+                 {"pass", 0, SIGINT, 128 + SIGINT},
+                 {"remove", 0, SIGINT, 128 + SIGINT},
+                 {"ignore", SIGINT, SIGTERM, 40 + CTRL_CLOSE_EVENT}};
     for (const auto& c : cases) {
         const auto before = std::signal(SIGHUP, c.deafTo == SIGHUP ? SIG_IGN : SIG_DFL);
         const Child child(nullptr, "platform_child console " + quotedFile + c.what, CREATE_NEW_PROCESS_GROUP);
@@ -188,13 +135,11 @@ TEST_F(Processes, GetSignalsAsConsoleEvents) {
         while (!std::filesystem::remove(file)) {
             ::Sleep(2);
         }
-        const auto id = static_cast<pid_t>(child.information.dwProcessId);
-        if (c.deafTo) {
-            ::kill(id, c.deafTo);
-            EXPECT_EQ(::WaitForSingleObject(child.information.hProcess, 50), WAIT_TIMEOUT);
-        }
+        const auto id = static_cast<pid_t>(child.Information().dwProcessId);
+        ::kill(id, c.deafTo);
+        EXPECT_TRUE(!c.deafTo || ::WaitForSingleObject(child.Handle(), 50) == WAIT_TIMEOUT);
         ::kill(id, c.signal);
-        EXPECT_EQ(child.Ended(), c.code) << c.what << ' ' << c.signal;
+        EXPECT_EQ(child.ExitCode(), c.code) << c.what << ' ' << c.signal;
     }
 }
 
@@ -203,19 +148,16 @@ TEST_F(Processes, OfOthersKeepTheirExitCodes) {
     std::FILE* const shell = ::popen("sleep 60 >/dev/null & echo $!", "r");
     ASSERT_EQ(std::fscanf(shell, "%u", &stranger), 1);
     ::pclose(shell);
-    const HANDLE handle = ::OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, stranger);
+    const UniqueHandle handle(::OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, stranger));
     DWORD code = 0;
-    EXPECT_TRUE(::GetExitCodeProcess(handle, &code));
-    EXPECT_EQ(code, STILL_ACTIVE);
-    EXPECT_TRUE(::TerminateProcess(handle, 5));
-    EXPECT_EQ(::WaitForSingleObject(handle, 30'000), WAIT_OBJECT_0);
-    EXPECT_FALSE(::GetExitCodeProcess(handle, &code));
-    EXPECT_EQ(::GetLastError(), ERROR_NOT_SUPPORTED);
-    EXPECT_FALSE(::TerminateProcess(handle, 5)) << "it has ended";
-    EXPECT_EQ(::GetLastError(), ERROR_ACCESS_DENIED);
-    ::CloseHandle(handle);
+    EXPECT_TRUE(::GetExitCodeProcess(handle.Get(), &code) && code == STILL_ACTIVE);
+    EXPECT_TRUE(::TerminateProcess(handle.Get(), 5));
+    EXPECT_EQ(Wait(handle, 30'000), WAIT_OBJECT_0);
+    EXPECT_EQ(ErrorOf(::GetExitCodeProcess(handle.Get(), &code)), ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(ErrorOf(::TerminateProcess(handle.Get(), 5)), ERROR_ACCESS_DENIED) << "it has ended";
 }
 
 #endif
 
 } // namespace
+} // namespace gaizior::test

@@ -12,13 +12,19 @@ std::string SiblingProgram(const char* name) {
     return (self.parent_path() / name).replace_extension(self.extension()).string();
 }
 
-Child::Child(const std::string& program, const std::string& arguments) {
-    STARTUPINFOA startup{};
+Child::Child(const char* application, std::string commandLine, DWORD flags, void* environment, const char* directory,
+             STARTUPINFOA startup) {
     startup.cb = sizeof(startup);
-    std::string commandLine = '"' + program + "\" " + arguments;
-    if (!::CreateProcessA(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                          &m_information)) {
-        throw std::runtime_error("cannot start " + commandLine + ": error " + std::to_string(::GetLastError()));
+    if (!::CreateProcessA(application, commandLine.data(), nullptr, nullptr, TRUE, flags, environment, directory,
+                          &startup, &m_information)) {
+        m_nError = ::GetLastError();
+    }
+}
+
+Child::Child(const std::string& program, const std::string& arguments)
+    : Child(program.c_str(), '"' + program + "\" " + arguments) {
+    if (m_nError != 0) {
+        throw std::runtime_error("cannot start " + program + ": error " + std::to_string(m_nError));
     }
 }
 

@@ -12,11 +12,22 @@ std::string SiblingProgram(const char* name);
 /// A child process, ended when this goes if it still runs.
 class Child {
 public:
+    /// Starts a program, or throws.
     Child(const std::string& program, const std::string& arguments);
+    /// Calls CreateProcessA; what became of it Error tells.
+    Child(const char* application, std::string commandLine, DWORD flags = 0, void* environment = nullptr,
+          const char* directory = nullptr, STARTUPINFOA startup = {});
     ~Child();
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
+    /// Why it could not be started; 0 when it was.
+    DWORD Error() const {
+        return m_nError;
+    }
+    const PROCESS_INFORMATION& Information() const {
+        return m_information;
+    }
     HANDLE Handle() const {
         return m_information.hProcess;
     }
@@ -27,6 +38,7 @@ public:
 
 private:
     PROCESS_INFORMATION m_information{};
+    DWORD m_nError = 0;
 };
 
 } // namespace gaizior::test
