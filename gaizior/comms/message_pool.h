@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace gaizior {
@@ -58,10 +57,10 @@ public:
 private:
     using Index = std::uint16_t;
 
-    std::optional<Index> FirstFree() const;
+    Index FirstFree() const;
     bool CanAppend(Index slot) const;
-    std::optional<Index> FindFor(std::uint16_t destination);
-    std::optional<Index> FindInList(std::uint16_t destination);
+    Index FindFor(std::uint16_t destination);
+    Index FindInList(std::uint16_t destination);
     bool CanUnlink(Index slot) const;
     void Unlink(Index slot);
     void Rebuild(const std::array<Index, kZcSlotCount>& order, Index count);

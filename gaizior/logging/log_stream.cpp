@@ -10,7 +10,6 @@
 #include <limits>
 #include <locale>
 #include <new>
-#include <optional>
 #include <utility>
 
 namespace {
@@ -47,14 +46,10 @@ Hook Installed(const std::atomic<Hook>& slot) {
     return slot.load(std::memory_order_acquire);
 }
 
-/// The get-level hook's answer; nothing when there is none to be had, and then every line passes.
-std::optional<unsigned> AskLevel() {
+/// Asks the get-level hook. @returns whether it answered into `level`; if not, every line passes.
+bool AskLevel(unsigned& level) {
     const ZRGetLevelHookT hook = Installed(g_getLevel);
-    unsigned level = 0;
-    if (hook && gaizior::CallHook(t_entered.m_bGetLevel, [&] { level = hook(); })) {
-        return level;
-    }
-    return std::nullopt;
+    return hook && gaizior::CallHook(t_entered.m_bGetLevel, [&] { level = hook(); });
 }
 
 } // namespace
@@ -64,7 +59,9 @@ constinit std::atomic<const std::atomic<unsigned>*> ZRLogStrstreambufC::s_pDebug
 // --- The buffer ------------------------------------------------------------------------------------------------------
 
 unsigned ZRLogStrstreambufC::GetDebugLevel() const {
-    return AskLevel().value_or(m_nMessageLevel + 1);
+    unsigned level = m_nMessageLevel + 1;
+    AskLevel(level);
+    return level;
 }
 
 unsigned ZRLogStrstreambufC::SetDebugLevel(unsigned level) {
@@ -76,8 +73,8 @@ unsigned ZRLogStrstreambufC::SetDebugLevel(unsigned level) {
 }
 
 bool ZRLogStrstreambufC::AskWhetherEnabled(unsigned level) {
-    const std::optional<unsigned> debugLevel = AskLevel();
-    return !debugLevel || level < *debugLevel;
+    unsigned debugLevel = 0;
+    return !AskLevel(debugLevel) || level < debugLevel;
 }
 
 void ZRLogStrstreambufC::SetLogFileName(char* const name) {

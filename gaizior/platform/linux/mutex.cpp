@@ -2,6 +2,22 @@
 #include "gaizior/platform/linux/named_object.h"
 #include "gaizior/platform/linux/object.h"
 
+namespace gaizior::platform {
+namespace {
+
+/// The handle stays open while its mutex is given back: whoever closes it meanwhile waits for that.
+BOOL ReleaseNamedMutex(Reference reference) {
+    const ObjectLock lock(reference);
+    if (!lock || lock.GetKind() != Kind::NamedMutex) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    const DWORD error = lock->named->ReleaseMutex();
+    return error == ERROR_SUCCESS || Fail(error);
+}
+
+} // namespace
+} // namespace gaizior::platform
+
 using namespace gaizior::platform;
 
 HANDLE gaizior_windows_api::CreateMutexA(SECURITY_ATTRIBUTES*, BOOL initiallyOwned, const char* name) {
@@ -25,9 +41,7 @@ HANDLE gaizior_windows_api::OpenMutexA(DWORD, BOOL, const char* name) {
 BOOL gaizior_windows_api::ReleaseMutex(HANDLE handle) {
     const Reference reference(handle);
     if (KindOf(reference.Load()) != Kind::Mutex) {
-        const std::shared_ptr<NamedObject> named = NamedOf(handle, Kind::NamedMutex);
-        const DWORD error = named ? named->ReleaseMutex() : ::GetLastError();
-        return error == ERROR_SUCCESS || Fail(error);
+        return ReleaseNamedMutex(reference);
     }
     Object& mutex = *reference;
     if (mutex.owner.load(std::memory_order_relaxed) != CurrentThread().id) {

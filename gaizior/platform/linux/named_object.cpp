@@ -386,7 +386,7 @@ DWORD NamedObject::ReleaseMutex() {
     if ((MutexWord().load(std::memory_order_relaxed) & FUTEX_TID_MASK) != ::GetCurrentThreadId()) {
         return ERROR_NOT_OWNER;
     }
-    --m_nAcquired;
+    m_nAcquired.store(m_nAcquired.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
     --CurrentThread().namedOwned;
     ::pthread_mutex_unlock(&m_pSync->mutex);
     return ERROR_SUCCESS;
@@ -412,7 +412,7 @@ Take NamedObject::Taken(int result) {
     if (result != 0 && result != EOWNERDEAD) {
         return Take::No;
     }
-    ++m_nAcquired;
+    m_nAcquired.store(m_nAcquired.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     ++CurrentThread().namedOwned;
     if (m_pSync->mutex.__data.__count == 1) {
         m_pSync->takenAt.store(CoarseNow(), std::memory_order_relaxed);
