@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# words_test.sh PREFIX SAMPLES: the installed manual pages name the commands and options that the programs' help names
+# and no others, and the shells complete them.
+set -euo pipefail
+PATH=$1/bin:$PATH
+data=$1/share
+cd "$2"
+
+# has TOOL: tells what is not checked.
+has() { command -v "$1" >/dev/null || { echo "not checked, since it is not here: $1" && return 1; }; }
+# equal WHAT EXPECTED FOUND
+equal() { diff <(echo "$2") <(echo "$3") || { echo "$1 is wrong: < expected, > found" && exit 1; }; }
+
+# A line for each command, "bench image [OPTIONS] JOBFILE", and option, "bench image --speed N".
+from_help() {
+    local help words word
+    help=$("$@" --help)
+    sed -nE "s/^  (--[a-z-]+)( [A-Z]+)?.*/$* \1\2/p" <<<"$help"
+    words=$(sed -nE '/^Subcommands:/,/^$/s/^  ([a-z]+) .*/\1/p' <<<"$help")
+    [ -n "$words" ] || sed -n 's/^Usage: //p' <<<"$help"
+    for word in $words; do from_help "$@" "$word"; done
+}
+from_page() {
+    awk '
+        /^\.TH/ { command = tolower($2) }
+        /^\.SS [a-z]/ { sub(/^\.SS /, ""); print; sub(/ \[.*/, ""); command = $0 }
+        tagged && /^\.B.* \\-\\-/ { gsub(/[\\"]/, ""); sub(/.* --/, "--"); $1 = $1; print command, $0 }
+        { tagged = /^\.TP/ }' "$1" | grep -v -- --help
+}
+for program in bench imager; do
+    page=$data/man/man1/$program.1
+    equal "$page" "$(from_help "$program" | grep -vx 'imager \[OPTIONS\]' | sort)" "$(from_page "$page" | sort)"
+    ! has groff || equal "$page" '' "$(groff -man -Tutf8 -ww -z "$page" 2>&1)"
+done
+
+in_bash() {
+    local COMP_WORDS COMP_CWORD COMPREPLY=()
+    . "$data/bash-completion/completions/${1%% *}"
+    compopt() { :; } # is for bash's own call only
+    read -ra COMP_WORDS <<<"$1"
+    [[ $1 != *' ' ]] || COMP_WORDS+=('')
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    _gaizior "${1%% *}"
+    echo "${COMPREPLY[*]}"
+}
+in_fish() {
+    fish --no-config -c "source '$data/fish/vendor_completions.d/${1%% *}.fish'; complete -C '$1'" | cut -f 1 | paste -sd ' '
+}
+shells=(bash)
+! has fish || shells+=(fish)
+! has zsh || zsh -n "$data/zsh/site-functions/_bench"
+for shell in "${shells[@]}"; do
+    while IFS='|' read -r line words; do
+        equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
+    done <<'END'
+bench |channel error image
+bench ch|channel
+bench --verbose channel |doctor receive send status watch
+bench channel doctor --|--help --json --repair --verbose
+bench channel receive --timeout |
+bench image --speed 10 news|newspaper.job
+bench image --imager tab|tabloid-black.job
+bench error e_Phs_NoP|e_Phs_NoPlate e_Phs_NoPlateInPWS
+imager --id 5 --cl|--client-id --client-process
+imager |
+END
+done
