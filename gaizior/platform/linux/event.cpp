@@ -67,7 +67,7 @@ bool ChangeEvent(Reference reference, bool set) {
         }
     }
     if (slept) {
-        slept->WakeSleepers();
+        slept->SetAndWakeSleepers();
     }
     return true;
 }

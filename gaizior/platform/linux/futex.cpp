@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -65,6 +66,14 @@ void FutexWait(std::span<const FutexWord> words, const Deadline& deadline) {
     if (woken < 0 && (errno == ENOSYS || errno == EPERM)) {
         // Kernels before 5.16 and some sandboxes do not have it: the words are looked at now and then.
         FutexWait(words.first(1), deadline.AtMost(1));
+    }
+}
+
+void FutexSetAndWake(std::atomic<std::uint32_t>& word, std::uint32_t bits) {
+    const auto operation = static_cast<std::uint32_t>(FUTEX_OP(FUTEX_OP_OR, bits, FUTEX_OP_CMP_EQ, 0u));
+    if (::syscall(SYS_futex, &word, FUTEX_WAKE_OP, INT_MAX, nullptr, &word, operation) < 0) {
+        word.fetch_or(bits);
+        FutexWake(word, INT_MAX, true);
     }
 }
 

@@ -37,6 +37,10 @@ struct FutexWord {
 /// Sleeps until one of the words (1 to 65) changes and is woken, or the deadline; may return for no reason at all.
 void FutexWait(std::span<const FutexWord> words, const Deadline& deadline);
 
+/// Sets bits (at most the lowest 11) of a word that processes share and wakes all who sleep on it, in one step: a death
+/// leaves both undone or none.
+void FutexSetAndWake(std::atomic<std::uint32_t>& word, std::uint32_t bits);
+
 /// Wakes up to `count` threads that sleep on the word.
 void FutexWake(const std::atomic<std::uint32_t>& word, int count, bool isShared);
 

@@ -363,19 +363,25 @@ bool NamedObject::IsSet(std::uint32_t word, std::uint32_t turn) const {
     return (word & kSet) || (m_pSync->isManual && word >> kTurnShift != turn);
 }
 
+/// Where somebody sleeps the event is set as they are woken, so that a setter who dies has not set it yet.
 bool NamedObject::SetEvent() {
     std::uint32_t before = m_pSync->event.load();
     std::uint32_t after = 0;
     do {
-        after = (before & ~kSleepers) | kSet;
+        after = before & kSleepers ? before : before | kSet;
         after += before & kSet ? 0 : 1u << kTurnShift;
     } while (!m_pSync->event.compare_exchange_weak(before, after));
     return (before & kSleepers) != 0;
 }
 
-void NamedObject::WakeSleepers() const {
-    // A dead sleeper must not swallow the wake, so all are woken, also where only one can take the event.
-    FutexWake(m_pSync->event, INT_MAX, true);
+/// A dead sleeper must not swallow the wake, so all are woken, also where only one can take the event.
+void NamedObject::SetAndWakeSleepers() const {
+    FutexSetAndWake(m_pSync->event, kSet);
+    // Nobody begins to sleep while it is set, and once it is not this word never comes back.
+    std::uint32_t word = m_pSync->event.load();
+    if (word & kSet) {
+        m_pSync->event.compare_exchange_strong(word, word & ~kSleepers);
+    }
 }
 
 void NamedObject::ResetEvent() {

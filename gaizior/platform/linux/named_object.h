@@ -12,9 +12,9 @@ namespace gaizior::platform {
 
 enum class Take { No, Taken, Abandoned, Refused };
 
-/// How long a thread sleeps on what other processes wake it by, before it looks again: a wake can be lost with a
-/// process that dies between being woken and taking the object, or between changing it and waking.
-inline constexpr DWORD kLongestNamedSleep = 100; // ms
+/// How long a thread sleeps on a named mutex before it looks again: a wake is lost with a process that dies between
+/// being woken and taking the mutex.
+inline constexpr DWORD kLongestMutexSleep = 100; // ms
 
 /// A named event, mutex or section as this process holds it: all its handles and views share one.
 class NamedObject {
@@ -43,9 +43,9 @@ public:
 
     /// How often this event has been set; a manual-reset event lets everybody go who began to wait at another count.
     std::uint32_t Turn() const;
-    /// @returns whether somebody sleeps, who is to be woken with WakeSleepers.
+    /// @returns whether somebody sleeps: then it is not set before SetAndWakeSleepers.
     [[nodiscard]] bool SetEvent();
-    void WakeSleepers() const;
+    void SetAndWakeSleepers() const;
     void ResetEvent();
     /// @returns 0 or a Windows error number.
     DWORD ReleaseMutex();

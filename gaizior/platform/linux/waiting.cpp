@@ -117,7 +117,7 @@ private:
         if (m_hasNodes) {
             words[count++] = {&m_thread.result, kWaiting, false};
         }
-        bool hasNamed = false;
+        bool hasMutex = false;
         bool canSleep = true;
         for (Waited& waited : Enqueued()) {
             if (!waited.named) {
@@ -128,10 +128,10 @@ private:
             canSleep = canSleep && word.word;
             words[count++] = word;
             waited.hasSlept = true;
-            hasNamed = true;
+            hasMutex = hasMutex || waited.kind == Kind::NamedMutex;
         }
         if (canSleep) {
-            FutexWait(std::span(words).first(count), hasNamed ? m_deadline.AtMost(kLongestNamedSleep) : m_deadline);
+            FutexWait(std::span(words).first(count), hasMutex ? m_deadline.AtMost(kLongestMutexSleep) : m_deadline);
         }
         std::uint32_t result = kWaiting;
         if (m_thread.result.compare_exchange_strong(result, kClaimed)) {
