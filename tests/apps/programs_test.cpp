@@ -122,6 +122,7 @@ TEST_F(ProgramsTest, HelpAtEveryLevelHasExamplesAndExitCodes) {
                                                  {"error"},
                                                  {"channel"},
                                                  {"channel", "status"},
+                                                 {"channel", "doctor"},
                                                  {"channel", "send"},
                                                  {"channel", "receive"},
                                                  {"channel", "watch"}};
