@@ -26,30 +26,31 @@ extern "C" {
 
 /// Copies the machine's block into `block` under its mutex without taking part in the channel: no ID is registered and
 /// nothing is purged. Waits up to `timeoutMs` for the mutex. Any thread.
-/// @returns 0; e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2) or its
-/// mutex
-///   or event cannot be opened; e_File_MappingFailed when the block is just going or cannot be mapped;
-///   e_Object_BadMagic when the block, which is copied all the same, is not a channel's; e_Command_TimedOut;
-///   e_Command_Aborted when a wait failed or `block` is null.
+/// @returns 0
+///   - e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2), or when its mutex
+///     or event cannot be opened
+///   - e_File_MappingFailed when the block is just going or cannot be mapped
+///   - e_Object_BadMagic when the block, which is copied all the same, is not a channel's
+///   - e_Command_TimedOut; e_Command_Aborted when a wait failed or `block` is null
 GAIZIOR_API ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs);
 
 /// Checks a copy of a block and lists what is queued in it. No index in the block is trusted. Any thread.
-/// @returns 0 when it is consistent; e_Object_InvalidData when it is damaged, `findings` then holds what could be
-/// found;
-///   e_Command_Aborted when an argument is null.
+/// @returns 0 when it is consistent
+///   - e_Object_InvalidData when it is damaged; `findings` then holds what could be found
+///   - e_Command_Aborted when an argument is null
 GAIZIOR_API ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* findings);
 
 /// Tells who has the machine's channel locked at this moment, without waiting for the mutex or taking it. Any thread.
-/// @returns 0; e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2) or its
-/// mutex
-///   cannot be opened; e_Command_Aborted when the system cannot tell or `holder` is null.
+/// @returns 0
+///   - e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2), or when its mutex
+///     cannot be opened
+///   - e_Command_Aborted when the system cannot tell or `holder` is null
 GAIZIOR_API ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder);
 
 /// Puts the machine's block in order if it is damaged; a consistent one stays as it is, byte for byte. Waits up to
 /// `timeoutMs` for the mutex. What was found and done is told in `report` of `size` bytes, cut to fit; it is empty when
 /// there was nothing to do. Any thread.
-/// @returns 0, as ZcSnapshot, or e_Command_Aborted when `report` is null or `size` is 0. A block that is not a
-/// channel's
+/// @returns as ZcSnapshot, and e_Command_Aborted when `report` is null or `size` is 0. A block that is not a channel's
 ///   stays as it is.
 GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs);
 }

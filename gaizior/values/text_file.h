@@ -16,8 +16,7 @@ extern "C" {
 /// @param isUnicode mode without 'w': receives 1 when the file begins with FF FE, else 0 (also for the reversed mark);
 ///        the stream of a Unicode file then stands behind its mark. With 'w': 1 on entry writes the mark. May be null.
 /// @returns the stream, the caller's to close; null (errno tells why, `isUnicode` is left alone) when it cannot be
-/// opened
-///          or the mark cannot be written.
+///          opened or the mark cannot be written.
 GAIZIOR_API std::FILE* FOpen(const char* path, const char* mode, int* isUnicode);
 
 /// Tells by its first two bytes what a file is; the stream stays where it is.
@@ -37,9 +36,8 @@ GAIZIOR_API char* FGets(char* buf, unsigned int n, std::FILE* file, int isUnicod
 /// @param isUnicode 0 writes bytes, and "%%" in the formatted text becomes "%" once more: the text is taken as a format
 ///        itself. That is a decision of this system. A '%' before anything else stays as it is. Else 16-bit units.
 /// @returns the number of bytes or units written, fewer units than the text has when the disk is full; a negative
-/// number
-///          when bytes cannot be written, the text is too long or cannot be formatted, memory does not suffice, or
-///          `file` or `fmt` is null: then nothing has been written, bytes on a full disk excepted.
+///          number when bytes cannot be written, the text is too long or cannot be formatted, memory does not suffice,
+///          or `file` or `fmt` is null: then nothing has been written, bytes on a full disk excepted.
 GAIZIOR_API int FPrint(std::FILE* file, int isUnicode, unsigned int size, const char* fmt, ...) GAIZIOR_PRINTF(4, 5);
 GAIZIOR_API int vFPrint(std::FILE* file, int isUnicode, unsigned int size, const char* fmt, std::va_list arguments)
     GAIZIOR_PRINTF(4, 0);
