@@ -77,12 +77,14 @@ TEST_F(NamedObjectTest, AKilledOwnerAbandonsTheMutexToItsWaiter) {
 
 TEST_F(NamedObjectTest, ANameWhoseHoldersAllDiedIsFresh) {
     const auto holder = StartHolder("section s");
-    EXPECT_EQ(TextIn(Section("s")), "written by the child");
+    const void* const view = ::MapViewOfFile(Section("s").Get(), FILE_MAP_READ, 0, 0, 0);
     holder->Kill();
     EXPECT_FALSE(::OpenFileMappingA(FILE_MAP_READ, FALSE, "s"));
     const UniqueHandle section = Section("s");
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(TextIn(section), "");
+    EXPECT_STREQ(static_cast<const char*>(view), "written by the child") << "a view outlives its handle";
+    EXPECT_TRUE(::UnmapViewOfFile(view));
     StartHolder("mutex m")->Kill();
     const UniqueHandle mutex = Mutex(FALSE, "m");
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_SUCCESS});
