@@ -35,11 +35,20 @@ void Must(ZRErrorT error, const char* what) {
     }
 }
 
+/// A shortened wait for the mutex may be too short where many want it.
+void Open(std::uint16_t id) {
+    ZRErrorT error = ZRErrors::e_Command_TimedOut;
+    for (int attempts = 0; attempts < 1000 && error == ZRErrors::e_Command_TimedOut; ++attempts) {
+        error = ZcOpenComms(id);
+    }
+    Must(error, "open");
+}
+
 void Crash(const std::string& what, unsigned point, const std::string& ids) {
     char buffer[256];
     seams::SetTimeDivisor(1000);
     if (what != "create") {
-        Must(ZcOpenComms(what == "take" ? kVictimId : kFillerId), "open");
+        Open(what == "take" ? kVictimId : kFillerId);
     }
     for (std::size_t i = 0; i < ids.size(); ++i) {
         const int digit = ids[i] - '0';
@@ -51,7 +60,7 @@ void Crash(const std::string& what, unsigned point, const std::string& ids) {
     } else if (what == "take") {
         ZcReceiveMessage(buffer, sizeof(buffer), 0);
     } else {
-        Must(ZcOpenComms(kVictimId), "open");
+        Open(kVictimId);
     }
     seams::CrashAfter(0);
 }
@@ -81,7 +90,7 @@ private:
     }
 
     void Round(const std::string& text) {
-        Must(ZcOpenComms(IdOf(m_index)), "open");
+        Open(IdOf(m_index));
         Meet();
         Must(ZcSendMessage(text.c_str(), INFINITE, IdOf(m_index + 1)), "send");
         char buffer[256];
@@ -137,11 +146,7 @@ public:
         if (const std::optional<Number> held = Parse(m_desk.buffer)) {
             m_ledger->lanes[held->from][m_index].found[held->number] = 1;
         }
-        while (const ZRErrorT error = ZcOpenComms(IdOf(m_index))) {
-            if (error != ZRErrors::e_Command_TimedOut) {
-                Must(error, "open");
-            }
-        }
+        Open(IdOf(m_index));
         m_desk.isOpen = 1;
         std::thread sender(&Soaker::SendAll, this);
         while (!m_ledger->stop) {
