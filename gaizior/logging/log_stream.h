@@ -144,7 +144,7 @@ concept StreamManipulator =
 /// A short-lived output stream for one diagnostic line (or several): made on the stack, filled, destroyed.
 ///
 ///     ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-///     log << ZRLevel(0) << "ZRFooC::Bar(): " << ZRErrorMark << "what happened" << std::endl;
+///     log << ZRLevel(0) << ZRErrorMark << "ZRFooC::Bar(): " << "what happened" << std::endl;
 ///
 /// Nothing is formatted for a line whose level does not pass. Numbers look the same whatever the process's locale is.
 /// Logging keeps errno and the last error and never throws. An object belongs to one thread.
