@@ -39,7 +39,7 @@ struct DoctorOptions {
     bool repair = false;
     bool json = false;
 };
-Outcome DoctorCommand(const DoctorOptions& options);
+Outcome DoctorCommand(const DoctorOptions& options, const Interrupt& interrupt);
 
 struct SendOptions {
     std::string text;

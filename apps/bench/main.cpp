@@ -194,7 +194,7 @@ void CommandLine::AddChannel() {
     CLI::App& doctorCommand = Add(channel, "doctor", "Who holds the channel, and is it in order", kDoctorExamples);
     doctorCommand.add_flag("--repair", doctor.repair, "Put a damaged channel in order");
     AddJson(doctorCommand, doctor.json);
-    doctorCommand.callback([this] { run = [this](const Interrupt&) { return DoctorCommand(doctor); }; });
+    doctorCommand.callback([this] { run = [this](const Interrupt& i) { return DoctorCommand(doctor, i); }; });
 
     CLI::App& sendCommand = Add(channel, "send", "Send a text to an ID", kSendExamples);
     sendCommand.add_option("TEXT", send.text, "The message")->required()->type_name("");

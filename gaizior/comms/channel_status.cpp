@@ -11,19 +11,48 @@
 
 using namespace gaizior;
 
-ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs) {
+namespace {
+
+/// `takeover` tells what had to be done first for an owner that had died.
+ZRErrors::ZRErrorT Copy(const char* function, ZcChannel* block, unsigned long timeoutMs, std::string& takeover) {
     if (!block) {
-        LogFailure("ZcSnapshot", "there is nowhere to copy the block to");
+        LogFailure(function, "there is nowhere to copy the block to");
         return ZRErrors::e_Command_Aborted;
     }
     ChannelObjects objects;
-    std::string takeover;
-    const ChannelLock lock = objects.Open("ZcSnapshot", ToTimeout(timeoutMs), takeover);
+    const ChannelLock lock = objects.Open(function, ToTimeout(timeoutMs), takeover);
     if (!lock) {
         return lock.Error();
     }
     std::memcpy(block, objects.section.Block(), sizeof(*block));
     return block->magic == kZcMagic ? ZRErrors::e_General_NoError : ZRErrors::e_Object_BadMagic;
+}
+
+/// Empties the place for a report; false when there is none.
+bool BeginReport(const char* function, char* report, unsigned long size) {
+    if (!report || size == 0) {
+        LogFailure(function, "there is no place for what is done");
+        return false;
+    }
+    report[0] = 0;
+    return true;
+}
+
+} // namespace
+
+ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs) {
+    std::string takeover;
+    return Copy("ZcSnapshot", block, timeoutMs, takeover);
+}
+
+ZRErrors::ZRErrorT ZcInspect(ZcChannel* block, char* report, unsigned long size, unsigned long timeoutMs) {
+    if (!BeginReport("ZcInspect", report, size)) {
+        return ZRErrors::e_Command_Aborted;
+    }
+    std::string takeover;
+    const ZRErrors::ZRErrorT code = Copy("ZcInspect", block, timeoutMs, takeover);
+    report[takeover.copy(report, size - 1)] = 0;
+    return code;
 }
 
 ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* findings) {
@@ -67,11 +96,9 @@ ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder) {
 }
 
 ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs) {
-    if (!report || size == 0) {
-        LogFailure("ZcRepair", "there is no place for what is done");
+    if (!BeginReport("ZcRepair", report, size)) {
         return ZRErrors::e_Command_Aborted;
     }
-    report[0] = 0;
     ChannelObjects objects;
     std::string done;
     const ChannelLock lock = objects.Open("ZcRepair", ToTimeout(timeoutMs), done);

@@ -34,6 +34,11 @@ extern "C" {
 ///   - e_Command_TimedOut; e_Command_Aborted when a wait failed or `block` is null
 GAIZIOR_API ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs);
 
+/// As ZcSnapshot. When the mutex came from an owner that had died, the block was put in order first: what was found and
+/// done is then told in `report` of `size` bytes, cut to fit; else it is empty. Any thread.
+/// @returns as ZcSnapshot; also e_Command_Aborted when `report` is null or `size` is 0.
+GAIZIOR_API ZRErrors::ZRErrorT ZcInspect(ZcChannel* block, char* report, unsigned long size, unsigned long timeoutMs);
+
 /// Checks a copy of a block and lists what is queued in it. No index in the block is trusted. Any thread.
 /// @returns 0 when it is consistent
 ///   - e_Object_InvalidData when it is damaged; `findings` then holds what could be found

@@ -1,13 +1,13 @@
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_block.h"
 #include "tests/apps/program.h"
+#include "tests/support/child.h"
 #include "tests/support/shared_view.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <thread>
 
 namespace gaizior::test {
 namespace {
@@ -63,30 +63,32 @@ TEST_F(DoctorTest, TellsOfDamageAndRepairsItWhenAsked) {
     EXPECT_EQ(block->nMessages, 9) << "nothing is changed unasked";
     const Visit repaired = SeeDoctor("--repair");
     EXPECT_EQ(repaired.exit, 0) << repaired.errors;
-    EXPECT_EQ(repaired.output, "mutex     free\nblock     consistent, after this: " + damage +
-                                   "; list rebuilt from 1 messages, 0 slots freed\nmessages  1 of 200 slots taken\n");
+    EXPECT_EQ(repaired.output, "mutex     free\nblock     consistent, repaired: " + damage +
+                                   "; list rebuilt from 1 messages, 0 slots freed\n"
+                                   "messages  1 of 200 slots taken, oldest for ID 40\n");
     const Visit well = SeeDoctor("--json");
     EXPECT_EQ(well.exit, 0);
-    ExpectPart(well.output, R"("consistent":true,"damage":null,"taken":1,"slots":200,"repaired":null})");
+    ExpectPart(well.output,
+               R"("consistent":true,"damage":null,"taken":1,"slots":200,"oldest_id":40,"taken_over":null,)");
 }
 
 TEST_F(DoctorTest, NamesWhoeverHoldsTheChannelAndTakesItOverFromTheDead) {
-    std::thread([&] {
-        ASSERT_EQ(::WaitForSingleObject(mutex.Get(), INFINITE), WAIT_OBJECT_0);
-        const Visit busy = SeeDoctor("--repair");
-        EXPECT_EQ(busy.exit, 4);
-        ExpectPart(busy.output, "mutex     held by ");
-        ExpectPart(busy.output, "block     cannot be read");
-        ExpectPart(busy.errors, "the message channel is locked by ");
+    ASSERT_EQ(::WaitForSingleObject(mutex.Get(), INFINITE), WAIT_OBJECT_0);
+    const Visit busy = SeeDoctor("--repair");
+    EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
+    EXPECT_EQ(busy.exit, 4);
+    ExpectPart(busy.output, "mutex     held by ");
+    ExpectPart(busy.output, "block     cannot be read");
+    ExpectPart(busy.errors, "the message channel is locked by ");
 #ifndef _WIN32
-        ExpectPart(busy.output, "apps_test (process " + std::to_string(::GetCurrentProcessId()) + ", thread " +
-                                    std::to_string(::GetCurrentThreadId()) + ") since 20");
+    ExpectPart(busy.output, "apps_test (process " + std::to_string(::GetCurrentProcessId()) + ", thread " +
+                                std::to_string(::GetCurrentThreadId()) + ") since 20");
 #endif
-    }).join();
+    EXPECT_NE(Child(SiblingProgram("comms_child"), "crash send 1").ExitCode(), 0u) << "dies while it holds the mutex";
     const Visit dead = SeeDoctor("--json");
     EXPECT_EQ(dead.exit, 0) << dead.errors;
     ExpectPart(dead.output, R"("held":false,"abandoned":true,)");
-    ExpectPart(dead.output, R"("repaired":"the block is in order"})");
+    ExpectPart(dead.output, R"("taken_over":"the block is in order","repaired":null})");
 }
 
 TEST_F(DoctorTest, LeavesAloneWhatIsNoChannel) {
