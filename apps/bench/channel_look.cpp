@@ -1,6 +1,10 @@
 #include "apps/bench/channel_look.h"
 
+#include "apps/bench/output.h"
 #include "gaizior/comms/channel.h"
+
+#include <array>
+#include <cstdio>
 
 namespace gaizior {
 
@@ -27,7 +31,12 @@ Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* ad
 }
 
 Outcome TakeLook(Look& look, Presence& presence) {
-    const ZRErrors::ZRErrorT code = ZcSnapshot(&look.block, kLockTimeout);
+    std::array<char, 512> takeover{};
+    const ZRErrors::ZRErrorT code = ZcInspect(&look.block, takeover.data(), takeover.size(), kLockTimeout);
+    if (takeover[0] != '\0') {
+        std::fprintf(stderr, "bench: the channel was taken over from a process that died: %s\n",
+                     Printable(takeover.data()).c_str());
+    }
     const bool absent = IsAbsent(code);
     presence = absent ? Presence::kAbsent : Presence::kThere;
     if (!absent && code != ZRErrors::e_General_NoError && code != ZRErrors::e_Object_BadMagic) {
