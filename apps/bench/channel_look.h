@@ -3,6 +3,8 @@
 #include "apps/job/failure.h"
 #include "gaizior/comms/channel_status.h"
 
+#include <cstddef>
+
 namespace gaizior {
 
 /// A look at the channel's block and what an examination of it found.
@@ -13,6 +15,9 @@ struct Look {
 
 /// How long bench waits for the channel's mutex, in milliseconds.
 inline constexpr unsigned long kLockTimeout = 2000;
+
+/// Room for what the channel's functions tell of their repairs.
+inline constexpr std::size_t kReportSize = 512;
 
 bool IsConsistent(const Look& look);
 

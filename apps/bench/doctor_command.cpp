@@ -4,6 +4,7 @@
 #include "gaizior/comms/channel.h"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -14,9 +15,7 @@ namespace {
 
 constexpr const char* kFunction = "DoctorCommand(): ";
 constexpr const char* kRestart = "end every process that uses it and start them again";
-constexpr ULONGLONG kTicksPerSecond = 10'000'000;
-constexpr ULONGLONG kSecondsTo1970 = 11'644'473'600;
-constexpr std::size_t kReportSize = 512;
+constexpr long long kPerSecond = 1000; // the channel's times are milliseconds since 1970
 
 using ZRErrors::ZRErrorT;
 
@@ -59,7 +58,7 @@ ZRErrorT Insist(const Interrupt& interrupt, const Try& attempt) {
 void Examine(Diagnosis& diagnosis, const Interrupt& interrupt) {
     diagnosis.code = Insist(interrupt, [&](unsigned long timeout) {
         std::array<char, kReportSize> report{};
-        const ZRErrorT code = ZcInspect(&diagnosis.look.block, report.data(), report.size(), timeout);
+        const ZRErrorT code = ZcSnapshot(&diagnosis.look.block, timeout, report.data(), report.size());
         diagnosis.takeover += report.data();
         return code;
     });
@@ -90,19 +89,18 @@ bool IsGoing(ZRErrorT code, const Interrupt& interrupt) {
 }
 
 /// Local time with its zone.
-std::string TimeText(ULONGLONG fileTime, const char* format) {
-    const auto time = static_cast<std::time_t>(fileTime / kTicksPerSecond) - static_cast<std::time_t>(kSecondsTo1970);
+std::string TimeText(long long moment, const char* format) {
+    const auto time = static_cast<std::time_t>(moment / kPerSecond);
     std::array<char, 64> text{};
     const std::tm* const local = std::localtime(&time);
     return local && std::strftime(text.data(), text.size(), format, local) ? text.data() : "";
 }
 
 /// Seconds since then; 0 for a moment that is still to come.
-double AgeOf(ULONGLONG fileTime) {
-    FILETIME time{};
-    ::GetSystemTimeAsFileTime(&time);
-    const ULONGLONG now = ULONGLONG{time.dwHighDateTime} << 32 | time.dwLowDateTime;
-    return now > fileTime ? static_cast<double>(now - fileTime) / kTicksPerSecond : 0;
+double AgeOf(long long moment) {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now).count() - moment;
+    return age > 0 ? static_cast<double>(age) / kPerSecond : 0;
 }
 
 std::string HolderText(const ZcHolderT& holder) {

@@ -13,46 +13,30 @@ using namespace gaizior;
 
 namespace {
 
-/// `takeover` tells what had to be done first for an owner that had died.
-ZRErrors::ZRErrorT Copy(const char* function, ZcChannel* block, unsigned long timeoutMs, std::string& takeover) {
-    if (!block) {
-        LogFailure(function, "there is nowhere to copy the block to");
-        return ZRErrors::e_Command_Aborted;
+/// Cut to fit; nowhere when there is no room.
+void Tell(const std::string& text, char* report, unsigned long size) {
+    if (report && size != 0) {
+        report[text.copy(report, size - 1)] = 0;
     }
-    ChannelObjects objects;
-    const ChannelLock lock = objects.Open(function, ToTimeout(timeoutMs), takeover);
-    if (!lock) {
-        return lock.Error();
-    }
-    std::memcpy(block, objects.section.Block(), sizeof(*block));
-    return block->magic == kZcMagic ? ZRErrors::e_General_NoError : ZRErrors::e_Object_BadMagic;
-}
-
-/// Empties the place for a report; false when there is none.
-bool BeginReport(const char* function, char* report, unsigned long size) {
-    if (!report || size == 0) {
-        LogFailure(function, "there is no place for what is done");
-        return false;
-    }
-    report[0] = 0;
-    return true;
 }
 
 } // namespace
 
-ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs) {
-    std::string takeover;
-    return Copy("ZcSnapshot", block, timeoutMs, takeover);
-}
-
-ZRErrors::ZRErrorT ZcInspect(ZcChannel* block, char* report, unsigned long size, unsigned long timeoutMs) {
-    if (!BeginReport("ZcInspect", report, size)) {
+ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs, char* report, unsigned long size) {
+    Tell({}, report, size);
+    if (!block) {
+        LogFailure("ZcSnapshot", "there is nowhere to copy the block to");
         return ZRErrors::e_Command_Aborted;
     }
+    ChannelObjects objects;
     std::string takeover;
-    const ZRErrors::ZRErrorT code = Copy("ZcInspect", block, timeoutMs, takeover);
-    report[takeover.copy(report, size - 1)] = 0;
-    return code;
+    const ChannelLock lock = objects.Open("ZcSnapshot", ToTimeout(timeoutMs), takeover);
+    if (!lock) {
+        return lock.Error();
+    }
+    Tell(takeover, report, size);
+    std::memcpy(block, objects.section.Block(), sizeof(*block));
+    return block->magic == kZcMagic ? ZRErrors::e_General_NoError : ZRErrors::e_Object_BadMagic;
 }
 
 ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* findings) {
@@ -96,9 +80,11 @@ ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder) {
 }
 
 ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs) {
-    if (!BeginReport("ZcRepair", report, size)) {
+    if (!report || size == 0) {
+        LogFailure("ZcRepair", "there is no place for what is done");
         return ZRErrors::e_Command_Aborted;
     }
+    Tell({}, report, size);
     ChannelObjects objects;
     std::string done;
     const ChannelLock lock = objects.Open("ZcRepair", ToTimeout(timeoutMs), done);
@@ -113,6 +99,6 @@ ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long time
         done = objects.Repair();
         LogRepair("ZcRepair", done);
     }
-    report[done.copy(report, size - 1)] = 0;
+    Tell(done, report, size);
     return ZRErrors::e_General_NoError;
 }

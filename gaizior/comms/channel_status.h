@@ -14,30 +14,28 @@ struct ZcFindingsT {
 
 /// Who has the channel's mutex. What the system does not tell is 0 or empty.
 struct ZcHolderT {
-    int bHeld;                 ///< 1 while a thread holds it, else 0
-    int bAbandoned;            ///< 1 when its last owner died and nobody has taken it over yet, else 0
-    unsigned int nProcess;     ///< the owner's process
-    unsigned int nThread;      ///< and thread
-    unsigned long long nSince; ///< when it was taken, in 100 ns since 1601 UTC
-    char szProgram[64];        ///< the process's program, without its path
+    int bHeld;             ///< 1 while a thread holds it, else 0
+    int bAbandoned;        ///< 1 when its last owner died and nobody has taken it over yet, else 0
+    unsigned int nProcess; ///< the owner's process
+    unsigned int nThread;  ///< and thread
+    long long nSince;      ///< when it was taken, in ms since 1970 UTC
+    char szProgram[64];    ///< the process's program, without its path
 };
 
 extern "C" {
 
 /// Copies the machine's block into `block` under its mutex without taking part in the channel: no ID is registered and
-/// nothing is purged. Waits up to `timeoutMs` for the mutex. Any thread.
+/// nothing is purged. Waits up to `timeoutMs` for the mutex. When that came from an owner that had died the block was
+/// put in order first: what was found and done is then told in `report` of `size` bytes, cut to fit; else it is empty.
+/// Null asks for none. Any thread.
 /// @returns 0
 ///   - e_Resource_AllocationFailed when no process has the channel open (ZcGetCommsOSError tells 2), or when its mutex
 ///     or event cannot be opened
 ///   - e_File_MappingFailed when the block is just going or cannot be mapped
 ///   - e_Object_BadMagic when the block, which is copied all the same, is not a channel's
 ///   - e_Command_TimedOut; e_Command_Aborted when a wait failed or `block` is null
-GAIZIOR_API ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs);
-
-/// As ZcSnapshot. When the mutex came from an owner that had died, the block was put in order first: what was found and
-/// done is then told in `report` of `size` bytes, cut to fit; else it is empty. Any thread.
-/// @returns as ZcSnapshot; also e_Command_Aborted when `report` is null or `size` is 0.
-GAIZIOR_API ZRErrors::ZRErrorT ZcInspect(ZcChannel* block, char* report, unsigned long size, unsigned long timeoutMs);
+GAIZIOR_API ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs, char* report = nullptr,
+                                          unsigned long size = 0);
 
 /// Checks a copy of a block and lists what is queued in it. No index in the block is trusted. Any thread.
 /// @returns 0 when it is consistent

@@ -13,7 +13,7 @@ struct MutexOwner {
     DWORD process = 0;        ///< 0: the system does not tell
     DWORD thread = 0;         ///< 0: the system does not tell
     std::string program;      ///< the process's program, without its path; empty: the system does not tell
-    ULONGLONG since = 0;      ///< when the owner took it, in 100 ns since 1601 UTC; 0: the system does not tell
+    LONGLONG since = 0;       ///< when the owner took it, in ms since 1970 UTC; 0: the system does not tell
 };
 
 /// Looks at an open named mutex; neither waits for it nor takes it. Any thread.

@@ -11,7 +11,6 @@ namespace gaizior::test {
 // Communications IDs of the kill matrix; a fill names the addressees of its messages by their last digit.
 inline constexpr std::uint16_t kVictimId = 11;
 inline constexpr std::uint16_t kSurvivorId = 12;
-inline constexpr std::uint16_t kThirdId = 13;
 inline constexpr std::uint16_t kFillerId = 14;
 
 /// The i-th message of a fill, as long as a message can be.

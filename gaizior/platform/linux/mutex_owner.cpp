@@ -10,10 +10,6 @@ namespace {
 
 using platform::NamedObject;
 
-constexpr ULONGLONG kTicksPerMillisecond = 10'000;
-constexpr ULONGLONG kMillisecondsTo1970 = 11'644'473'600'000;
-constexpr ULONGLONG kLatest = 0x7FFFFFFFFFFFFFFF / kTicksPerMillisecond - kMillisecondsTo1970;
-
 /// The process that a thread belongs to; 0 when there is no such thread.
 DWORD ProcessOf(DWORD thread) {
     std::ifstream status("/proc/" + std::to_string(thread) + "/status");
@@ -33,12 +29,6 @@ std::string ProgramOf(DWORD process) {
     return program;
 }
 
-/// The file's other users may have written anything there.
-ULONGLONG ToFileTime(std::int64_t milliseconds) {
-    const auto since1970 = static_cast<ULONGLONG>(milliseconds);
-    return milliseconds > 0 && since1970 < kLatest ? (since1970 + kMillisecondsTo1970) * kTicksPerMillisecond : 0;
-}
-
 } // namespace
 
 bool QueryMutexOwner(HANDLE mutex, MutexOwner& owner) {
@@ -54,7 +44,7 @@ bool QueryMutexOwner(HANDLE mutex, MutexOwner& owner) {
         owner.thread = ids.thread;
         owner.process = ProcessOf(ids.thread);
         owner.program = ProgramOf(owner.process);
-        owner.since = ToFileTime(ids.since);
+        owner.since = ids.since;
     }
     return true;
 }

@@ -433,7 +433,8 @@ Take NamedObject::Taken(int result) {
 NamedObject::Owner NamedObject::MutexOwner() const {
     const std::uint32_t word = MutexWord().load();
     const DWORD thread = word & FUTEX_TID_MASK;
-    return {thread, thread == 0 && (word & FUTEX_OWNER_DIED), m_pSync->takenAt.load(std::memory_order_relaxed)};
+    const std::int64_t since = m_pSync->takenAt.load(std::memory_order_relaxed); // others may write anything there
+    return {thread, thread == 0 && (word & FUTEX_OWNER_DIED), since > 0 && since <= CoarseNow() ? since : 0};
 }
 
 /// The word that the C library keeps the mutex's owner in; threads that wait for several objects sleep on it.

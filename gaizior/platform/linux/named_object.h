@@ -54,7 +54,7 @@ public:
     struct Owner {
         DWORD thread;       ///< 0 for none
         bool hasDied;       ///< and nobody has taken the mutex over yet
-        std::int64_t since; ///< milliseconds since 1970, by what stands in the file
+        std::int64_t since; ///< milliseconds since 1970; 0 where the file tells no moment that has been
     };
     /// Who has the mutex, at a glance.
     Owner MutexOwner() const;
