@@ -1,7 +1,7 @@
 #include "apps/bench/channel_look.h"
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
-#include "apps/job/channel_id.h"
+#include "apps/support/channel_id.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/job/failure.h"
+#include "apps/support/failure.h"
 #include "gaizior/comms/channel_status.h"
 
 #include <cstddef>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "apps/job/failure.h"
 #include "apps/job/message.h"
-#include "apps/job/process_events.h"
+#include "apps/support/failure.h"
+#include "apps/support/process_events.h"
 
 #include <cstdint>
 #include <string>

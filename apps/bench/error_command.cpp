@@ -1,6 +1,6 @@
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
-#include "apps/job/suggest.h"
+#include "apps/support/suggest.h"
 #include "gaizior/errors/error_table.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
-#include "apps/job/diagnostics.h"
-#include "apps/job/suggest.h"
+#include "apps/support/diagnostics.h"
+#include "apps/support/suggest.h"
 
 #include <CLI/CLI.hpp>
 

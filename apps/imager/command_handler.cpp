@@ -1,6 +1,6 @@
 #include "apps/imager/command_handler.h"
 
-#include "apps/job/failure.h"
+#include "apps/support/failure.h"
 
 #include <utility>
 

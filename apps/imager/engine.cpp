@@ -1,6 +1,6 @@
 #include "apps/imager/engine.h"
 
-#include "apps/job/failure.h"
+#include "apps/support/failure.h"
 
 #include <algorithm>
 #include <array>

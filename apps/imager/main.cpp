@@ -1,6 +1,6 @@
 #include "apps/imager/server.h"
-#include "apps/job/diagnostics.h"
-#include "apps/job/process_events.h"
+#include "apps/support/diagnostics.h"
+#include "apps/support/process_events.h"
 
 #include <CLI/CLI.hpp>
 

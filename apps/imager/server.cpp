@@ -1,6 +1,6 @@
 #include "apps/imager/server.h"
 
-#include "apps/job/process_events.h"
+#include "apps/support/process_events.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/logging/log_stream.h"
 

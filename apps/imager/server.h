@@ -1,8 +1,8 @@
 #pragma once
 
 #include "apps/imager/command_handler.h"
-#include "apps/job/channel_id.h"
-#include "apps/job/failure.h"
+#include "apps/support/channel_id.h"
+#include "apps/support/failure.h"
 #include "gaizior/platform/unique_handle.h"
 
 #include <deque>

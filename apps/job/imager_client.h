@@ -1,8 +1,8 @@
 #pragma once
 
-#include "apps/job/channel_id.h"
-#include "apps/job/failure.h"
 #include "apps/job/message.h"
+#include "apps/support/channel_id.h"
+#include "apps/support/failure.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #include "apps/job/job.h"
 
-#include "apps/job/failure.h"
+#include "apps/support/failure.h"
 
 #include <algorithm>
 #include <charconv>

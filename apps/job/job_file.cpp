@@ -1,6 +1,6 @@
 #include "apps/job/job_file.h"
 
-#include "apps/job/suggest.h"
+#include "apps/support/suggest.h"
 
 #include <algorithm>
 #include <array>

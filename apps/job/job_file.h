@@ -1,7 +1,7 @@
 #pragma once
 
-#include "apps/job/failure.h"
 #include "apps/job/job.h"
+#include "apps/support/failure.h"
 
 #include <istream>
 #include <string>

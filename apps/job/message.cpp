@@ -1,6 +1,6 @@
 #include "apps/job/message.h"
 
-#include "apps/job/failure.h"
+#include "apps/support/failure.h"
 #include "gaizior/comms/packet.h"
 
 #include <algorithm>

@@ -1,11 +1,11 @@
 #include "gaizior/comms/message.h"
 
-#include "gaizior/comms/number_text.h"
 #include "gaizior/comms/packet.h"
-#include "gaizior/comms/xml_reader.h"
 #include "gaizior/errors/error_text.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/values/number_text.h"
 #include "gaizior/values/text.h"
+#include "gaizior/values/xml_reader.h"
 
 #include <array>
 #include <atomic>

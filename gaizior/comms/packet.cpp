@@ -1,8 +1,8 @@
 #include "gaizior/comms/packet.h"
 
-#include "gaizior/comms/number_text.h"
 #include "gaizior/errors/error_text.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/values/number_text.h"
 #include "gaizior/values/text.h"
 
 #include <algorithm>

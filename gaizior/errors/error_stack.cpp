@@ -1,8 +1,8 @@
 #include "gaizior/errors/error_stack.h"
 
 #include "gaizior/errors/error_text.h"
-#include "gaizior/logging/error_keeper.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/platform/error_keeper.h"
 #include "gaizior/platform/timing.h"
 
 #include <cstdio>

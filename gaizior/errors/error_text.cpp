@@ -2,7 +2,7 @@
 
 #include "gaizior/errors/bounded_text.h"
 #include "gaizior/errors/error_table.h"
-#include "gaizior/logging/error_keeper.h"
+#include "gaizior/platform/error_keeper.h"
 
 #include <array>
 #include <cstring>

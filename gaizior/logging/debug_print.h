@@ -1,7 +1,7 @@
 #pragma once
 
-#include "gaizior/logging/printf_format.h"
 #include "gaizior/platform/export.h"
+#include "gaizior/platform/printf_format.h"
 
 /// Receives one formatted text, which is the callee's only until it returns; no end of line is added to it. Called on
 /// the thread that prints, so it must be thread-safe. Exceptions that leave it are dropped.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gaizior/logging/error_keeper.h"
+#include "gaizior/platform/error_keeper.h"
 
 #include <cstdarg>
 #include <cstddef>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "gaizior/logging/printf_format.h"
 #include "gaizior/logging/strstream.h"
 #include "gaizior/platform/export.h"
+#include "gaizior/platform/printf_format.h"
 
 #include <atomic>
 #include <concepts>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "gaizior/logging/printf_format.h"
 #include "gaizior/platform/export.h"
+#include "gaizior/platform/printf_format.h"
 
 #include <cstdarg>
 #include <cstdio>

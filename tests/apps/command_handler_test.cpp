@@ -1,5 +1,5 @@
 #include "apps/imager/command_handler.h"
-#include "apps/job/failure.h"
+#include "apps/support/failure.h"
 
 #include <gtest/gtest.h>
 

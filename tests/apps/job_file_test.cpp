@@ -1,5 +1,5 @@
-#include "apps/job/diagnostics.h"
 #include "apps/job/job_file.h"
+#include "apps/support/diagnostics.h"
 
 #include <filesystem>
 #include <sstream>

@@ -1,5 +1,5 @@
-#include "apps/job/failure.h"
 #include "apps/job/message.h"
+#include "apps/support/failure.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "apps/bench/output.h"
-#include "apps/job/suggest.h"
+#include "apps/support/suggest.h"
 
 #include <vector>
 

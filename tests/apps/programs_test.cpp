@@ -1,5 +1,5 @@
-#include "apps/job/failure.h"
 #include "apps/job/message.h"
+#include "apps/support/failure.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/platform/unique_handle.h"
 #include "tests/apps/program.h"

@@ -1,6 +1,6 @@
 // What the system tells: error texts, clocks and dates, paths. Runs on both systems; Windows decides.
 
-#include "gaizior/platform/linux/message_texts.h"
+#include "gaizior/platform/linux/system/message_texts.h"
 #include "gaizior/platform/windows_api.h"
 #include "tests/support/scratch.h"
 

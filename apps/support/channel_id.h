@@ -1,0 +1,47 @@
+#pragma once
+
+#include "apps/support/failure.h"
+#include "gaizior/platform/unique_handle.h"
+
+#include <cstdint>
+
+namespace gaizior {
+
+/// Holds the channel open under a communications ID and keeps every other of our programs from opening it under the
+/// same one: two of a kind would take each other's messages.
+class ChannelId {
+public:
+    ChannelId() = default;
+    ~ChannelId();
+    ChannelId(const ChannelId&) = delete;
+    ChannelId& operator=(const ChannelId&) = delete;
+
+    /// Opens the channel; messages left over for the ID are thrown away, as the channel does. Waits up to `patience`
+    /// milliseconds for another process to give the ID up.
+    Outcome Open(std::uint16_t id, DWORD patience = 0);
+    /// Waits up to 1.9 s for the pool to drain, as the channel does, and closes it.
+    void Close();
+    std::uint16_t Id() const {
+        return m_nId;
+    }
+
+private:
+    bool TakeName(const std::string& name);
+
+    UniqueHandle m_hName; ///< exists as long as the ID is in use, in whatever process
+    bool m_bOpen = false;
+    std::uint16_t m_nId = 0;
+};
+
+/// Why a message could not be sent: tells a full channel from one whose lock is not to be had.
+Failure SendFailure(const char* function, ZRErrors::ZRErrorT code, std::uint16_t destination);
+
+/// How many messages wait for `id`, and how many for anybody.
+struct Waiting {
+    unsigned forId;
+    unsigned forAnybody;
+};
+/// Both are 0 when the channel cannot be looked at.
+Waiting CountWaiting(std::uint16_t id);
+
+} // namespace gaizior

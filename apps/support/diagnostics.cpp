@@ -1,0 +1,57 @@
+#include "apps/support/diagnostics.h"
+
+#include "gaizior/errors/error_stack.h"
+#include "gaizior/logging/debug_print.h"
+#include "gaizior/logging/log_stream.h"
+
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+namespace gaizior {
+namespace {
+
+constexpr unsigned kEveryLevel = 100;
+const char* g_program = "";
+unsigned g_debugLevel = 0; // a line passes when its level is below this
+
+void PrintLine(int level, std::string_view text) {
+    while (text.ends_with('\n') || text.ends_with('\r')) {
+        text.remove_suffix(1);
+    }
+    std::fprintf(stderr, "%s[%d] %.*s\n", g_program, level, static_cast<int>(text.size()), text.data());
+    std::fflush(stderr);
+}
+
+void PrintLogLine(unsigned level, int /*mode*/, char* text) {
+    PrintLine(static_cast<int>(level), text);
+}
+
+void PrintChannelLine(int level, int /*mode*/, const char* text) {
+    PrintLine(level, text);
+}
+
+unsigned DebugLevel() {
+    return g_debugLevel;
+}
+
+} // namespace
+
+void SetUpDiagnostics(const char* program, bool verbose) {
+    g_program = program;
+    g_debugLevel = verbose ? kEveryLevel : 0;
+    ZRLogStreamC installsHooks(&PrintLogLine, nullptr, nullptr, &DebugLevel);
+    if (verbose) {
+        constexpr int kChannelSteps = 5;
+        ZRDBNewRegisterCallback(&PrintChannelLine);
+        ZRDBSetLevel(kChannelSteps);
+    }
+}
+
+void PrintErrorStack() {
+    const std::unique_ptr<char, decltype(&ZRErrorC::FreeString)> text(ZRErrorC::GetStack()->ToString(false, false),
+                                                                      &ZRErrorC::FreeString);
+    std::fputs(text ? text.get() : "(no memory for the error stack)\n", stderr);
+}
+
+} // namespace gaizior

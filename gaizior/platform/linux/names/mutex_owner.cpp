@@ -1,0 +1,52 @@
+#include "gaizior/platform/mutex_owner.h"
+
+#include "gaizior/platform/linux/names/named_object.h"
+#include "gaizior/platform/linux/system/last_error.h"
+
+#include <fstream>
+
+namespace gaizior {
+namespace {
+
+using platform::NamedObject;
+
+/// The process that a thread belongs to; 0 when there is no such thread.
+DWORD ProcessOf(DWORD thread) {
+    std::ifstream status("/proc/" + std::to_string(thread) + "/status");
+    for (std::string word; status >> word;) {
+        DWORD process = 0;
+        if (word == "Tgid:" && status >> process) {
+            return process;
+        }
+    }
+    return 0;
+}
+
+std::string ProgramOf(DWORD process) {
+    std::ifstream name("/proc/" + std::to_string(process) + "/comm");
+    std::string program;
+    std::getline(name, program);
+    return program;
+}
+
+} // namespace
+
+bool QueryMutexOwner(HANDLE mutex, MutexOwner& owner) {
+    const std::shared_ptr<NamedObject> named = platform::NamedOf(mutex, platform::Kind::NamedMutex);
+    if (!named) {
+        return false;
+    }
+    const NamedObject::Owner ids = named->MutexOwner();
+    owner = {};
+    owner.isHeld = ids.thread != 0;
+    owner.isAbandoned = ids.hasDied;
+    if (owner.isHeld) {
+        owner.thread = ids.thread;
+        owner.process = ProcessOf(ids.thread);
+        owner.program = ProgramOf(owner.process);
+        owner.since = ids.since;
+    }
+    return true;
+}
+
+} // namespace gaizior

@@ -1,0 +1,186 @@
+#include "gaizior/platform/linux/processes/service_thread.h"
+#include "gaizior/platform/linux/system/last_error.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using gaizior::platform::Fail;
+using gaizior::platform::FailErrno;
+using gaizior::platform::NoThrow;
+using gaizior::platform::StartServiceThread;
+
+struct ConsoleSignal {
+    int number;
+    DWORD event;
+};
+constexpr ConsoleSignal kSignals[] = {
+    {SIGINT, CTRL_C_EVENT}, {SIGQUIT, CTRL_BREAK_EVENT}, {SIGTERM, CTRL_CLOSE_EVENT}, {SIGHUP, CTRL_CLOSE_EVENT}};
+
+std::atomic<int> g_pipeIn{-1};
+static_assert(std::atomic<int>::is_always_lock_free, "the signal handler reads it");
+
+/// Runs in whichever thread the signal interrupts: it only passes the number on.
+void OnSignal(int number) {
+    const int before = errno;
+    const auto byte = static_cast<unsigned char>(number);
+    [[maybe_unused]] const ssize_t written = ::write(g_pipeIn, &byte, 1); // a full pipe holds signals enough
+    errno = before;
+}
+
+/// The handlers, and what the process did with each signal before there were any.
+class Console {
+public:
+    /// One for the process, never destroyed: its thread may outlive every other object.
+    static Console& Instance() {
+        static Console* const console = new Console;
+        return *console;
+    }
+
+    BOOL Add(PHANDLER_ROUTINE handler) {
+        const std::lock_guard lock(m_lock);
+        if (!Start()) {
+            return FailErrno();
+        }
+        m_handlers.push_back(handler);
+        Apply();
+        return TRUE;
+    }
+
+    BOOL Remove(PHANDLER_ROUTINE handler) {
+        const std::lock_guard lock(m_lock);
+        const auto found = std::find(m_handlers.rbegin(), m_handlers.rend(), handler);
+        if (found == m_handlers.rend()) {
+            return Fail(ERROR_INVALID_PARAMETER);
+        }
+        m_handlers.erase(std::next(found).base());
+        Apply();
+        return TRUE;
+    }
+
+    BOOL IgnoreCtrlC(bool ignore) {
+        const std::lock_guard lock(m_lock);
+        m_bIgnoreCtrlC = ignore;
+        Apply();
+        return TRUE;
+    }
+
+private:
+    /// Makes pipe and thread at the first call. @returns false with errno set.
+    bool Start() {
+        if (m_pipeOut >= 0) {
+            return true;
+        }
+        int ends[2];
+        if (::pipe2(ends, O_CLOEXEC) != 0) {
+            return false;
+        }
+        ::fcntl(ends[1], F_SETFL, O_NONBLOCK); // the signal handler must never wait
+        m_pipeOut = ends[0];
+        g_pipeIn = ends[1];
+        const auto run = [](void* console) -> void* { static_cast<Console*>(console)->Run(); };
+        if (const int error = StartServiceThread("console events", run, this)) {
+            g_pipeIn = -1;
+            m_pipeOut = -1;
+            ::close(ends[0]);
+            ::close(ends[1]);
+            errno = error;
+            return false;
+        }
+        return true;
+    }
+
+    /// Gives each signal the disposition that the handlers and the ignoring of Ctrl-C ask for.
+    void Apply() {
+        for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+            struct sigaction wanted {};
+            if (kSignals[i].number == SIGINT && m_bIgnoreCtrlC) {
+                wanted.sa_handler = SIG_IGN; // children inherit that, as on Windows
+            } else if (!m_handlers.empty()) {
+                wanted.sa_handler = OnSignal;
+                wanted.sa_flags = SA_RESTART;
+            } else {
+                Restore(i);
+                continue;
+            }
+            struct sigaction before {};
+            ::sigaction(kSignals[i].number, nullptr, &before);
+            if (!m_before[i]) {
+                m_before[i] = before;
+            }
+            const bool detached = kSignals[i].number == SIGHUP && m_before[i]->sa_handler == SIG_IGN;
+            if (!detached) { // started under nohup: it stays deaf to the terminal's end
+                ::sigaction(kSignals[i].number, &wanted, nullptr);
+            }
+        }
+    }
+
+    void Restore(std::size_t i) {
+        if (m_before[i]) {
+            ::sigaction(kSignals[i].number, &*m_before[i], nullptr);
+            m_before[i].reset();
+        }
+    }
+
+    [[noreturn]] void Run() {
+        for (;;) {
+            unsigned char number = 0;
+            if (::read(m_pipeOut, &number, 1) == 1 && !Ask(number)) {
+                EndBy(number);
+            }
+        }
+    }
+
+    /// Asks the handlers, the last added first. They may add and remove handlers.
+    bool Ask(int number) {
+        std::vector<PHANDLER_ROUTINE> handlers;
+        {
+            const std::lock_guard lock(m_lock);
+            handlers = m_handlers;
+        }
+        const DWORD event = std::ranges::find(kSignals, number, &ConsoleSignal::number)->event;
+        return std::any_of(handlers.rbegin(), handlers.rend(),
+                           [&](PHANDLER_ROUTINE handler) { return handler(event) != FALSE; });
+    }
+
+    /// Lets the signal do what it would have done, so that whoever waits for this process sees its true end.
+    static void EndBy(int number) {
+        std::signal(number, SIG_DFL);
+        sigset_t only;
+        ::sigemptyset(&only);
+        ::sigaddset(&only, number);
+        ::pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+        std::raise(number);
+    }
+
+    std::mutex m_lock;
+    std::vector<PHANDLER_ROUTINE> m_handlers;
+    std::optional<struct sigaction> m_before[std::size(kSignals)];
+    bool m_bIgnoreCtrlC = false;
+    int m_pipeOut = -1;
+};
+
+} // namespace
+
+inline namespace gaizior_windows_api {
+
+BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add) {
+    return NoThrow([=] {
+        Console& console = Console::Instance();
+        if (!handler) {
+            return console.IgnoreCtrlC(add != FALSE);
+        }
+        return add ? console.Add(handler) : console.Remove(handler);
+    });
+}
+
+} // namespace gaizior_windows_api

@@ -1,0 +1,160 @@
+#include "gaizior/platform/linux/processes/process_watcher.h"
+
+#include "gaizior/platform/linux/processes/service_thread.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+namespace gaizior::platform {
+namespace {
+
+constexpr DWORD kEndedBySignal = 128; // plus the signal's number, as shells count
+
+// The C library's header for these cannot be included from C++ in every version.
+UniqueFd OpenPidFd(pid_t id) {
+    return UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
+}
+bool SendSignal(const UniqueFd& fd, int signal) {
+    return ::syscall(SYS_pidfd_send_signal, fd.Get(), signal, nullptr, 0) == 0;
+}
+
+} // namespace
+
+bool Process::Kill(DWORD exitCode) {
+    std::int64_t nobody = -1;
+    m_nKillCode.compare_exchange_strong(nobody, exitCode);
+    return SendSignal(m_fd, SIGKILL);
+}
+
+bool Process::MayKill() const {
+    return SendSignal(m_fd, 0);
+}
+
+bool Process::HasEnded() const {
+    pollfd end{.fd = m_fd.Get(), .events = POLLIN, .revents = 0};
+    return ::poll(&end, 1, 0) == 1;
+}
+
+DWORD Process::CollectExitCode() {
+    siginfo_t end{};
+    if (!m_bIsChild || ::waitid(P_PIDFD, static_cast<id_t>(m_fd.Get()), &end, WEXITED | WNOHANG) != 0) {
+        return 0;
+    }
+    m_bIsCodeKnown = true;
+    if (end.si_code == CLD_EXITED) {
+        return static_cast<DWORD>(end.si_status);
+    }
+    const std::int64_t killCode = m_nKillCode;
+    return end.si_status == SIGKILL && killCode >= 0 ? static_cast<DWORD>(killCode)
+                                                     : kEndedBySignal + static_cast<DWORD>(end.si_status);
+}
+
+ProcessWatcher* ProcessWatcher::Instance() {
+    static ProcessWatcher* const watcher = new ProcessWatcher;
+    return watcher->Start() ? watcher : nullptr;
+}
+
+bool ProcessWatcher::Start() {
+    const std::lock_guard lock(m_lock);
+    if (m_epoll) {
+        return true;
+    }
+    m_epoll = UniqueFd(::epoll_create1(EPOLL_CLOEXEC));
+    if (!m_epoll) {
+        return false;
+    }
+    const auto run = [](void* watcher) -> void* { static_cast<ProcessWatcher*>(watcher)->Run(); };
+    if (const int error = StartServiceThread("process watch", run, this)) {
+        m_epoll = UniqueFd();
+        errno = error;
+        return false;
+    }
+    return true;
+}
+
+std::shared_ptr<Process> ProcessWatcher::FindRunning(pid_t id) const {
+    const auto found = std::ranges::find_if(m_running, [id](const auto& entry) { return entry.second->Id() == id; });
+    // A child's id is its own until its exit code is collected; another's may be somebody else's once it has ended.
+    return found != m_running.end() && (found->second->m_bIsChild || !found->second->HasEnded()) ? found->second
+                                                                                                 : nullptr;
+}
+
+std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
+    const std::lock_guard lock(m_lock);
+    ForgetUnobserved();
+    if (auto known = FindRunning(id)) {
+        return known;
+    }
+    UniqueFd fd = OpenPidFd(id);
+    if (!fd) {
+        return nullptr;
+    }
+    const int number = fd.Get();
+    auto process = std::make_shared<Process>(id, isChild, std::move(fd));
+    m_running.emplace(number, process);
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.fd = number;
+    if (::epoll_ctl(m_epoll.Get(), EPOLL_CTL_ADD, number, &event) != 0) {
+        m_running.erase(number);
+        return nullptr;
+    }
+    return process;
+}
+
+void ProcessWatcher::ForgetUnobserved() {
+    std::erase_if(m_running, [this](const auto& entry) {
+        Process& process = *entry.second;
+        std::erase_if(process.m_waiting, [](const CompletionRef& waiting) { return waiting.IsUnobserved(); });
+        // A child stays until its exit code is collected, and what a caller is just being given a handle of.
+        if (process.m_bIsChild || !process.m_waiting.empty() || entry.second.use_count() > 1) {
+            return false;
+        }
+        ::epoll_ctl(m_epoll.Get(), EPOLL_CTL_DEL, entry.first, nullptr);
+        return true;
+    });
+}
+
+void ProcessWatcher::CompleteAtEnd(Process& process, CompletionRef waiting) {
+    const std::lock_guard lock(m_lock);
+    if (process.m_bIsOver) {
+        waiting.Complete(process.m_dwExitCode);
+    } else {
+        process.m_waiting.push_back(std::move(waiting));
+    }
+}
+
+void ProcessWatcher::Run() {
+    for (;;) {
+        epoll_event ended[16];
+        const int count = ::epoll_wait(m_epoll.Get(), ended, std::ssize(ended), -1);
+        for (int i = 0; i < count; ++i) {
+            End(ended[i].data.fd);
+        }
+    }
+}
+
+void ProcessWatcher::End(int fd) {
+    const std::lock_guard lock(m_lock);
+    const auto found = m_running.find(fd);
+    if (found == m_running.end() || !found->second->HasEnded()) {
+        return; // forgotten a moment ago; the descriptor may be another's by now
+    }
+    const std::shared_ptr<Process> process = std::move(found->second);
+    m_running.erase(found);
+    ::epoll_ctl(m_epoll.Get(), EPOLL_CTL_DEL, fd, nullptr);
+    process->m_dwExitCode = process->CollectExitCode();
+    process->m_bIsOver = true;
+    for (const CompletionRef& waiting : process->m_waiting) {
+        waiting.Complete(process->m_dwExitCode);
+    }
+    process->m_waiting.clear();
+}
+
+} // namespace gaizior::platform

@@ -1,0 +1,127 @@
+#include "gaizior/platform/linux/system/last_error.h"
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <thread>
+
+#include <sched.h>
+#include <unistd.h>
+
+namespace {
+
+using gaizior::platform::Fail;
+
+using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>; // a FILETIME counts 100 ns
+
+constexpr std::chrono::sys_days kFileTimeEpoch = std::chrono::year(1601) / 1 / 1;
+constexpr WORD kLastYear = 30827; // Windows takes no later one, though its file times reach into 30828
+
+timespec Now(clockid_t clock) {
+    timespec now{};
+    ::clock_gettime(clock, &now);
+    return now;
+}
+
+constexpr WORD ToWord(std::int64_t value) {
+    return static_cast<WORD>(value);
+}
+
+/// The date and time of day `sinceEpoch` after the beginning of 1601.
+SYSTEMTIME ToSystemTime(Ticks sinceEpoch) {
+    const auto days = std::chrono::floor<std::chrono::days>(sinceEpoch);
+    const std::chrono::year_month_day date(kFileTimeEpoch + days);
+    const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::milliseconds>(sinceEpoch - days));
+    return {.wYear = ToWord(static_cast<int>(date.year())),
+            .wMonth = ToWord(static_cast<unsigned>(date.month())),
+            .wDayOfWeek = ToWord(std::chrono::weekday(kFileTimeEpoch + days).c_encoding()),
+            .wDay = ToWord(static_cast<unsigned>(date.day())),
+            .wHour = ToWord(time.hours().count()),
+            .wMinute = ToWord(time.minutes().count()),
+            .wSecond = ToWord(time.seconds().count()),
+            .wMilliseconds = ToWord(time.subseconds().count())};
+}
+
+Ticks SinceFileTimeEpoch(const timespec& time) {
+    constexpr auto kUnixEpoch = std::chrono::sys_days{} - kFileTimeEpoch;
+    return kUnixEpoch + std::chrono::seconds(time.tv_sec) +
+           std::chrono::duration_cast<Ticks>(std::chrono::nanoseconds(time.tv_nsec));
+}
+
+FILETIME ToFileTime(Ticks sinceEpoch) {
+    const auto count = static_cast<std::uint64_t>(sinceEpoch.count());
+    return {static_cast<DWORD>(count), static_cast<DWORD>(count >> 32)};
+}
+
+} // namespace
+
+inline namespace gaizior_windows_api {
+
+void Sleep(DWORD milliseconds) {
+    if (milliseconds == 0) {
+        ::sched_yield();
+        return;
+    }
+    while (milliseconds == INFINITE) {
+        ::pause();
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    std::this_thread::sleep_until(end); // goes on after signals
+}
+
+ULONGLONG GetTickCount64() {
+    const timespec now = Now(CLOCK_BOOTTIME); // goes on while the machine is suspended, as on Windows
+    return static_cast<ULONGLONG>(now.tv_sec) * 1000 + static_cast<ULONGLONG>(now.tv_nsec) / 1'000'000;
+}
+
+void GetLocalTime(SYSTEMTIME* time) {
+    const timespec now = Now(CLOCK_REALTIME);
+    ::tzset(); // localtime_r alone would not see that the machine's zone was changed
+    tm local{};
+    ::localtime_r(&now.tv_sec, &local);
+    *time = {.wYear = ToWord(local.tm_year + 1900),
+             .wMonth = ToWord(local.tm_mon + 1),
+             .wDayOfWeek = ToWord(local.tm_wday),
+             .wDay = ToWord(local.tm_mday),
+             .wHour = ToWord(local.tm_hour),
+             .wMinute = ToWord(local.tm_min),
+             .wSecond = ToWord(local.tm_sec),
+             .wMilliseconds = ToWord(now.tv_nsec / 1'000'000)};
+}
+
+void GetSystemTime(SYSTEMTIME* time) {
+    *time = ToSystemTime(SinceFileTimeEpoch(Now(CLOCK_REALTIME)));
+}
+
+void GetSystemTimeAsFileTime(FILETIME* time) {
+    *time = ToFileTime(SinceFileTimeEpoch(Now(CLOCK_REALTIME)));
+}
+
+BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime) {
+    const SYSTEMTIME& from = *systemTime;
+    // Bounds first: the calendar's types are narrower than these fields.
+    if (from.wYear < 1601 || from.wYear > kLastYear || from.wMonth > 12 || from.wDay > 31 || from.wHour > 23 ||
+        from.wMinute > 59 || from.wSecond > 59 || from.wMilliseconds > 999) {
+        return Fail(ERROR_INVALID_PARAMETER);
+    }
+    const auto date = std::chrono::year(from.wYear) / from.wMonth / from.wDay;
+    if (!date.ok()) {
+        return Fail(ERROR_INVALID_PARAMETER);
+    }
+    *fileTime = ToFileTime(Ticks(std::chrono::sys_days(date) - kFileTimeEpoch) + std::chrono::hours(from.wHour) +
+                           std::chrono::minutes(from.wMinute) + std::chrono::seconds(from.wSecond) +
+                           std::chrono::milliseconds(from.wMilliseconds));
+    return TRUE;
+}
+
+BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime) {
+    const auto count =
+        static_cast<std::int64_t>(std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime);
+    if (count < 0) {
+        return Fail(ERROR_INVALID_PARAMETER);
+    }
+    *systemTime = ToSystemTime(Ticks(count));
+    return TRUE;
+}
+
+} // namespace gaizior_windows_api
