@@ -15,19 +15,22 @@ inline constexpr DWORD WAIT_TIMEOUT = 258;
 inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 inline constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
 
-/// Gives the handle up. An object lives on while another handle or a wait refers to it; a closed handle is never
-/// taken for a later object's. @returns FALSE with ERROR_INVALID_HANDLE for anything that is no open handle.
+/// Gives the handle up. An object lives on while another handle or a wait refers to it. A closed handle is refused as
+/// long as fewer than 2^44 objects have been made since (days of nothing else), and only then may lead to one of them.
+/// The two lowest bits of a handle are ignored by every call.
+/// @returns FALSE with ERROR_INVALID_HANDLE for anything that is no open handle. Any thread.
 GAIZIOR_API BOOL CloseHandle(HANDLE handle);
 
 /// Waits for one object for at most `milliseconds` (INFINITE: no limit; 0: tests and returns).
 /// @returns WAIT_OBJECT_0, WAIT_ABANDONED (a mutex whose owner died; it is acquired all the same), WAIT_TIMEOUT, or
-///          WAIT_FAILED with the last error set (ERROR_INVALID_HANDLE).
+///          WAIT_FAILED with the last error set (ERROR_INVALID_HANDLE; ERROR_ACCESS_DENIED for a section). Any thread.
 GAIZIOR_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
 /// Waits until any of `count` (1 to 64) objects is signalled and takes the one of the lowest index, once.
 /// In-process and named objects may be mixed. A wait for all of them is refused with ERROR_INVALID_PARAMETER.
 /// @returns WAIT_OBJECT_0 + index, WAIT_ABANDONED_0 + index, WAIT_TIMEOUT, or WAIT_FAILED with the last error set
-///          (ERROR_INVALID_PARAMETER for a count out of range, ERROR_INVALID_HANDLE for a handle that is not open).
+///          (ERROR_INVALID_PARAMETER for a count out of range; else as the first handle that cannot be waited for has
+///          it: ERROR_INVALID_HANDLE for one that is not open, ERROR_ACCESS_DENIED for a section). Any thread.
 GAIZIOR_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);
 
 inline constexpr DWORD SYNCHRONIZE = 0x00100000;

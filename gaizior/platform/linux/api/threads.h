@@ -11,10 +11,35 @@ using LPTHREAD_START_ROUTINE = DWORD (*)(void*);
 
 inline constexpr DWORD STACK_SIZE_PARAM_IS_A_RESERVATION = 0x00010000;
 
-/// Starts a thread; `stackSize` in bytes, 0 for the default. The handle is signalled when the thread has ended.
+/// Starts a thread that runs `start(argument)`; `stackSize` in bytes, 0 for the default, and `threadId`, which may be
+/// null, gets its id. `attributes` are ignored, of the flags only STACK_SIZE_PARAM_IS_A_RESERVATION is taken.
+/// The handle is signalled when the thread has ended: its thread_local destructors have run, and the mutexes that it
+/// still owned are abandoned. The caller closes it, before or after. The thread is detached or joined by the library,
+/// never by anybody else.
+/// @returns null with ERROR_INVALID_PARAMETER (no `start`, other flags), ERROR_NOT_ENOUGH_MEMORY, or another error of
+///          the system's. Any thread.
 GAIZIOR_API HANDLE CreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stackSize, LPTHREAD_START_ROUTINE start,
                                 void* argument, DWORD flags, DWORD* threadId);
+/// What the thread's function returned, STILL_ACTIVE before its end. For a thread that left by pthread_exit the lower
+/// half of the value given there, for the first thread of a child process the process's exit code.
+/// @returns FALSE with ERROR_INVALID_HANDLE. Any thread.
 GAIZIOR_API BOOL GetExitCodeThread(HANDLE thread, DWORD* exitCode);
+
+/// Suspends a thread of this process, which may be the calling one, until ResumeThread was called as often. When it
+/// returns, the thread has stopped, or is in a call of the layer that it does not leave before it is resumed. What it
+/// holds then, a mutex of the host's or the C library's lock of its memory, stays held: who needs that waits. An object
+/// that the thread waits for may still be handed to it.
+/// The thread is stopped by a signal. Not to be called while it has that one blocked: the call lasts as long.
+/// @returns how often it was suspended before, or 0xFFFFFFFF with ERROR_INVALID_HANDLE, ERROR_SIGNAL_REFUSED (127 times
+///          already), ERROR_ACCESS_DENIED (it has ended), ERROR_NOT_SUPPORTED (the thread of a child process),
+///          ERROR_NO_SYSTEM_RESOURCES (no real-time signal is free), or another error of the system's. Any thread.
+GAIZIOR_API DWORD SuspendThread(HANDLE thread);
+/// Takes one suspension back; with the last one the thread goes on.
+/// @returns how often it was suspended before: 0 when it was not, or has ended; 0xFFFFFFFF with ERROR_INVALID_HANDLE,
+/// or
+///          ERROR_NOT_SUPPORTED (the thread of a child process). Any thread.
+GAIZIOR_API DWORD ResumeThread(HANDLE thread);
+/// The calling thread's id, which no other thread of the machine has while it runs.
 GAIZIOR_API DWORD GetCurrentThreadId();
 
 } // namespace gaizior_windows_api

@@ -1,22 +1,9 @@
 #include "gaizior/platform/linux/objects/completion.h"
 
-#include "gaizior/platform/linux/system/last_error.h"
-
 namespace gaizior::platform {
-namespace {
-
-Kind KindFor(CompletionKind kind) {
-    return kind == CompletionKind::Thread ? Kind::Thread : Kind::Process;
-}
-
-bool IsCompletion(const ObjectLock& lock) {
-    return lock && (lock.GetKind() == Kind::Thread || lock.GetKind() == Kind::Process);
-}
-
-} // namespace
 
 HANDLE NewCompletion(CompletionKind kind, void* context, void (*release)(void*)) {
-    Object* const object = NewObject(KindFor(kind), kManual);
+    Object* const object = NewObject(static_cast<Kind>(kind), kManual);
     if (!object) {
         return nullptr;
     }
@@ -28,7 +15,7 @@ HANDLE NewCompletion(CompletionKind kind, void* context, void (*release)(void*))
 
 CompletionRef ReferToCompletion(HANDLE handle) {
     const ObjectLock lock{Reference(handle)};
-    if (!IsCompletion(lock)) {
+    if (!lock || lock.GetKind() < Kind::Thread || lock.GetKind() > Kind::Process) {
         return {};
     }
     ++lock->pins;
@@ -42,32 +29,20 @@ CompletionRef::~CompletionRef() {
     }
 }
 
+bool CompletionRef::Is(CompletionKind kind) const {
+    return m_pObject && KindOf(m_pObject->word.load(std::memory_order_relaxed)) == static_cast<Kind>(kind);
+}
+
 bool CompletionRef::IsUnobserved() const {
     const ObjectLock lock(*m_pObject);
     return !(lock.Word() & kOpen) && !lock->first && lock->pins == 1;
 }
 
 void CompletionRef::Complete(DWORD exitCode) const {
+    Woken woken;
     ObjectLock lock(*m_pObject);
     lock->exitCode.store(exitCode, std::memory_order_relaxed);
-    lock.Set(kSignalled);
-    while (const ThreadState* const thread = lock.HandOver(WAIT_OBJECT_0, false)) {
-        Wake(thread);
-    }
-}
-
-bool QueryCompletion(HANDLE handle, CompletionKind kind, DWORD* exitCode, void** context) {
-    const ObjectLock lock{Reference(handle)};
-    if (!lock || lock.GetKind() != KindFor(kind)) {
-        return Fail(ERROR_INVALID_HANDLE);
-    }
-    if (exitCode) {
-        *exitCode = lock->exitCode.load(std::memory_order_relaxed);
-    }
-    if (context) {
-        *context = lock->context;
-    }
-    return true;
+    lock.HandToAll(woken);
 }
 
 } // namespace gaizior::platform

@@ -7,13 +7,17 @@
 /// Objects that are signalled once and for ever, with an exit code: threads and processes.
 namespace gaizior::platform {
 
-enum class CompletionKind { Thread, Process };
+enum class CompletionKind : std::uint8_t {
+    Thread = static_cast<std::uint8_t>(Kind::Thread),
+    ProcessThread = static_cast<std::uint8_t>(Kind::ProcessThread),
+    Process = static_cast<std::uint8_t>(Kind::Process)
+};
 
 /// Makes such an object, not signalled. `release(context)` is called once, when neither a handle nor a reference nor a
 /// waiter is left. @returns null with ERROR_NOT_ENOUGH_MEMORY; `context` is the caller's then.
 HANDLE NewCompletion(CompletionKind kind, void* context, void (*release)(void*));
 
-/// Keeps the object for the one who will complete it, whatever becomes of the handle.
+/// Keeps the object, and its context, whatever becomes of the handle.
 class CompletionRef {
 public:
     CompletionRef() = default;
@@ -27,6 +31,14 @@ public:
     explicit operator bool() const {
         return m_pObject != nullptr;
     }
+    bool Is(CompletionKind kind) const;
+    void* Context() const {
+        return m_pObject->context;
+    }
+    /// STILL_ACTIVE before the end.
+    DWORD ExitCode() const {
+        return m_pObject->exitCode.load(std::memory_order_relaxed);
+    }
     /// Whether no handle, no waiter and no other reference is left: nobody would notice the completion.
     bool IsUnobserved() const;
     /// Signals the object with its exit code.
@@ -38,9 +50,5 @@ private:
 
 /// An empty reference for a handle that leads to no such object.
 CompletionRef ReferToCompletion(HANDLE handle);
-
-/// Exit code (STILL_ACTIVE before the end) and context of an open handle of that kind; each may be null.
-/// @returns false with ERROR_INVALID_HANDLE for any other handle.
-bool QueryCompletion(HANDLE handle, CompletionKind kind, DWORD* exitCode, void** context);
 
 } // namespace gaizior::platform

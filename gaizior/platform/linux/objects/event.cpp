@@ -8,29 +8,18 @@
 namespace gaizior::platform {
 namespace {
 
-/// Hands a manual-reset event to everybody who waits for it: also those go on who would find it reset already.
-void SignalAll(ObjectLock& lock) {
-    lock.Set(kSignalled);
-    while (const ThreadState* const thread = lock.HandOver(WAIT_OBJECT_0, false)) {
-        Wake(thread);
-    }
-}
-
 /// Sets an event for which somebody may be waiting. @returns false for a closed handle.
 bool SetWithWaiters(Reference reference) {
-    const ThreadState* next = nullptr;
-    {
-        ObjectLock lock(reference);
-        if (!lock) {
-            return false;
-        }
-        if (lock.Word() & kManual) {
-            SignalAll(lock);
-        } else if (!(next = lock.HandOver(WAIT_OBJECT_0, false))) {
-            lock.Set(kSignalled);
-        }
+    Woken woken;
+    ObjectLock lock(reference);
+    if (!lock) {
+        return false;
     }
-    Wake(next);
+    if (lock.Word() & kManual) {
+        lock.HandToAll(woken);
+    } else if (!lock.HandOver(woken, WAIT_OBJECT_0)) {
+        lock.Set(kSignalled);
+    }
     return true;
 }
 

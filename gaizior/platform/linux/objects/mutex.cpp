@@ -51,15 +51,11 @@ BOOL gaizior_windows_api::ReleaseMutex(HANDLE handle) {
         return TRUE;
     }
     UnlinkOwned(mutex);
-    const ThreadState* next = nullptr;
-    {
-        ObjectLock lock(mutex);
-        mutex.owner.store(0, std::memory_order_relaxed);
-        next = lock.HandOver(WAIT_OBJECT_0, true);
-        if (!next) {
-            lock.Set(kSignalled);
-        }
+    Woken woken;
+    ObjectLock lock(mutex);
+    mutex.owner.store(0, std::memory_order_relaxed);
+    if (!lock.HandOver(woken, WAIT_OBJECT_0, true)) {
+        lock.Set(kSignalled);
     }
-    Wake(next);
     return TRUE;
 }

@@ -4,11 +4,9 @@
 #include "gaizior/platform/linux/system/futex.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
-#include <array>
 #include <mutex>
 #include <new>
 #include <utility>
-#include <vector>
 
 #include <sched.h>
 #include <time.h>
@@ -17,52 +15,53 @@
 namespace gaizior::platform {
 namespace {
 
-constexpr std::uint64_t kGenerationMask = 0x3FFFFFFF;
 constexpr int kSpins = 100;
 constexpr int kYields = 100;
 
-/// Gives out the places. Never destroyed, as they are not.
+/// Gives out the places, the one that has been free for longest first, so that a generation comes back as late as can
+/// be. Never destroyed, as they are not.
 class Table {
 public:
     Object* Allocate() {
-        const std::lock_guard lock(m_lock);
-        if (m_free.empty() && !Grow()) {
+        const LayerLock lock(m_lock);
+        if (m_nFree < kLeastFree && !Grow() && m_nFree == 0) {
             return nullptr;
         }
-        Object* const object = m_free.back();
-        m_free.pop_back();
-        return object;
+        --m_nFree;
+        return std::exchange(m_pFirst, m_pFirst->nextFree);
     }
 
     void Free(Object& object) {
-        const std::lock_guard lock(m_lock);
-        m_free.push_back(&object); // cannot fail: Grow reserved room for every place
+        const LayerLock lock(m_lock);
+        Append(object);
     }
 
 private:
+    static constexpr std::size_t kLeastFree = kPlacesPerChunk;
+
     bool Grow() {
-        if (m_nChunks == kMaximumChunks) {
-            return false;
-        }
-        try {
-            m_free.reserve((m_nChunks + std::size_t{1}) * kPlacesPerChunk);
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
-        Object* const chunk = new (std::nothrow) Object[kPlacesPerChunk];
+        Object* const chunk = m_nChunks < kMaximumChunks ? new (std::nothrow) Object[kPlacesPerChunk] : nullptr;
         if (!chunk) {
             return false;
         }
-        for (std::uint32_t i = kPlacesPerChunk; i-- > 0;) {
+        for (std::uint32_t i = 0; i < kPlacesPerChunk; ++i) {
             chunk[i].place = m_nChunks * kPlacesPerChunk + i;
-            m_free.push_back(&chunk[i]);
+            Append(chunk[i]);
         }
         g_chunks[m_nChunks++].store(chunk, std::memory_order_release);
         return true;
     }
 
+    void Append(Object& object) {
+        object.nextFree = nullptr;
+        (m_nFree++ ? m_pLast->nextFree : m_pFirst) = &object;
+        m_pLast = &object;
+    }
+
     std::mutex m_lock;
-    std::vector<Object*> m_free;
+    Object* m_pFirst = nullptr;
+    Object* m_pLast = nullptr;
+    std::size_t m_nFree = 0;
     std::uint32_t m_nChunks = 0;
 };
 
@@ -71,25 +70,15 @@ Table& TheTable() {
     return *table;
 }
 
-constinit thread_local ThreadState t_state;
-
-/// Abandons what a thread owns when it ends, whoever started it.
-struct EndOfThread {
-    ~EndOfThread() {
-        AbandonOwned();
-    }
-    void Arm() const {}
-};
-thread_local const EndOfThread t_endOfThread;
-
 std::uint64_t NextGeneration(std::uint64_t word) {
-    const std::uint64_t next = ((word >> kGenerationShift) + 1) & kGenerationMask;
+    const std::uint64_t next = ((word >> kGenerationShift) + 1) % kGenerations;
     return next ? next : 1;
 }
 
 } // namespace
 
 constinit std::array<std::atomic<Object*>, kMaximumChunks> g_chunks{};
+constinit thread_local ThreadState t_thread;
 
 void Pause(int spins) {
     if (spins >= kSpins + kYields) {
@@ -101,11 +90,8 @@ void Pause(int spins) {
     }
 }
 
-ThreadState& CurrentThread() {
-    if (t_state.id == 0) {
-        t_state.id = static_cast<DWORD>(::gettid());
-    }
-    return t_state;
+DWORD AskThreadId() {
+    return static_cast<DWORD>(::gettid());
 }
 
 Object* NewObject(Kind kind, std::uint64_t state) {
@@ -156,30 +142,39 @@ void ObjectLock::Link(WaitNode& node) {
     Set(kWaiters);
 }
 
-void ObjectLock::Unlink(WaitNode& node) {
+void ObjectLock::Remove(WaitNode& node) {
     (node.previous ? node.previous->next : m_pObject->first) = node.next;
     (node.next ? node.next->previous : m_pObject->last) = node.previous;
     if (!m_pObject->first) {
         Clear(kWaiters);
     }
-    node.isLinked.store(false, std::memory_order_release);
 }
 
-ThreadState* ObjectLock::HandOver(std::uint32_t resultBase, bool ownership) {
+void ObjectLock::Unlink(WaitNode& node) {
+    Remove(node);
+    node.isLinked.store(false, std::memory_order_relaxed);
+}
+
+bool ObjectLock::HandOver(Woken& woken, std::uint32_t resultBase, bool ownership) {
     for (WaitNode* node = m_pObject->first; node; node = node->next) {
-        ThreadState* const thread = node->thread;
         std::uint32_t expected = kWaiting;
-        if (thread->result.compare_exchange_strong(expected, resultBase + node->index)) {
-            // The thread goes on when its node is unlinked, and not before.
+        if (node->thread->result.compare_exchange_strong(expected, resultBase + node->index)) {
             if (ownership) {
-                m_pObject->owner.store(thread->id, std::memory_order_relaxed);
+                m_pObject->owner.store(node->thread->id, std::memory_order_relaxed);
                 m_pObject->recursion = 1;
             }
-            Unlink(*node);
-            return thread;
+            Remove(*node);
+            woken.Add(*node);
+            return true;
         }
     }
-    return nullptr;
+    return false;
+}
+
+void ObjectLock::HandToAll(Woken& woken) {
+    Set(kSignalled);
+    while (HandOver(woken, WAIT_OBJECT_0)) {
+    }
 }
 
 void ObjectLock::UnlockClosed(Object& object) const {
@@ -192,22 +187,28 @@ void ObjectLock::UnlockClosed(Object& object) const {
     void* const context = std::exchange(object.context, nullptr);
     const auto release = std::exchange(object.release, nullptr);
     const std::shared_ptr<NamedObject> named = std::move(object.named);
-    object.word.store(m_word & ~std::uint64_t{0xFFFFFFFF});
+    object.word.store(m_word >> kGenerationShift << kGenerationShift);
     TheTable().Free(object);
     if (release) {
         release(context);
     }
 }
 
-void Wake(const ThreadState* thread) {
-    if (thread) {
-        FutexWake(thread->result, 1, false);
+Woken::~Woken() {
+    while (m_pFirst) {
+        // Unlinked, the node may vanish with its thread; a wake needs no more of that than the address.
+        const std::atomic<std::uint32_t>& sleptOn = m_pFirst->thread->result;
+        WaitNode& node = *std::exchange(m_pFirst, m_pFirst->next);
+        node.isLinked.store(false, std::memory_order_release);
+        FutexWake(sleptOn, 1, false);
     }
 }
 
 void LinkOwned(Object& mutex) {
-    t_endOfThread.Arm();
     ThreadState& thread = CurrentThread();
+    if (!thread.isEndArmed) {
+        ArmEndOfThread();
+    }
     mutex.previousOwned = nullptr;
     mutex.nextOwned = thread.owned;
     if (thread.owned) {
@@ -226,16 +227,12 @@ void UnlinkOwned(Object& mutex) {
 void AbandonOwned() {
     while (Object* const mutex = CurrentThread().owned) {
         UnlinkOwned(*mutex);
-        ThreadState* next = nullptr;
-        {
-            ObjectLock lock(*mutex);
-            mutex->owner.store(0, std::memory_order_relaxed);
-            next = lock.HandOver(WAIT_ABANDONED_0, true);
-            if (!next) {
-                lock.Set(kSignalled | kAbandoned);
-            }
+        Woken woken;
+        ObjectLock lock(*mutex);
+        mutex->owner.store(0, std::memory_order_relaxed);
+        if (!lock.HandOver(woken, WAIT_ABANDONED_0, true)) {
+            lock.Set(kSignalled | kAbandoned);
         }
-        Wake(next);
     }
 }
 

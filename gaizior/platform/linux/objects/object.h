@@ -1,5 +1,6 @@
 #pragma once
 
+#include "gaizior/platform/linux/system/suspension.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <array>
@@ -16,10 +17,22 @@ namespace gaizior::platform {
 
 class NamedObject;
 struct Object;
+struct StartedThread;
 
-enum class Kind : std::uint8_t { None, Event, Mutex, Semaphore, Thread, Process, NamedEvent, NamedMutex, Section };
+enum class Kind : std::uint8_t {
+    None,
+    Event,
+    Mutex,
+    Semaphore,
+    Thread,        ///< one of this process, started by CreateThread
+    ProcessThread, ///< the first thread of another process
+    Process,
+    NamedEvent,
+    NamedMutex,
+    Section
+};
 
-// The lower half of an object's word; the upper half is its generation.
+// The lower bits of an object's word; above them is its generation.
 inline constexpr std::uint64_t kSignalled = 1u << 0; ///< event set, mutex free, semaphore above 0, thread ended
 inline constexpr std::uint64_t kLocked = 1u << 1;    ///< somebody changes the object, for a few instructions
 inline constexpr std::uint64_t kWaiters = 1u << 2;   ///< its list of waiters is not empty
@@ -27,7 +40,8 @@ inline constexpr std::uint64_t kAbandoned = 1u << 3; ///< the mutex's last owner
 inline constexpr std::uint64_t kManual = 1u << 4;    ///< stays signalled when it is taken
 inline constexpr std::uint64_t kOpen = 1u << 5;      ///< a handle leads here
 inline constexpr int kKindShift = 8;
-inline constexpr int kGenerationShift = 32;
+inline constexpr int kGenerationShift = 27;
+inline constexpr std::uint64_t kGenerations = std::uint64_t{1} << 36; ///< a handle is not negative
 
 constexpr Kind KindOf(std::uint64_t word) {
     return static_cast<Kind>(word >> kKindShift & 0xFF);
@@ -38,15 +52,27 @@ struct ThreadState {
     /// What the thread sleeps on: kWaiting, kClaimed, or the result that whoever signalled an object handed to it.
     std::atomic<std::uint32_t> result{0};
     DWORD id = 0;
-    Object* owned = nullptr; ///< the unnamed mutexes that it owns; only the thread itself changes the list
-    int namedOwned = 0;      ///< how often it holds named mutexes, which the kernel abandons for it
+    Object* owned = nullptr;          ///< the unnamed mutexes that it owns; only the thread itself changes the list
+    int namedOwned = 0;               ///< how often it holds named mutexes, which the kernel abandons for it
+    StartedThread* started = nullptr; ///< what CreateThread keeps of it; null for any other thread
+    bool isEndArmed = false;          ///< OnThreadEnd will be called
+    int endRounds = 0;                ///< how often it was
 };
 
 inline constexpr std::uint32_t kWaiting = 0xFFFFFFFF; ///< asleep or about to: may be handed an object
 inline constexpr std::uint32_t kClaimed = 0xFFFFFFFE; ///< looks after itself: must not be handed one
 
-/// The calling thread.
-ThreadState& CurrentThread();
+/// The calling thread; reached without a call.
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local ThreadState t_thread;
+
+DWORD AskThreadId();
+
+inline ThreadState& CurrentThread() {
+    if (t_thread.id == 0) {
+        t_thread.id = AskThreadId();
+    }
+    return t_thread;
+}
 
 /// One thread's place in one object's list of waiters; lives on the waiting thread's stack.
 struct WaitNode {
@@ -54,13 +80,34 @@ struct WaitNode {
     std::uint32_t index = 0; ///< of the object among those waited for
     WaitNode* next = nullptr;
     WaitNode* previous = nullptr;
-    /// Cleared under the object's lock as the last that is done to the node.
+    /// Cleared as the last that others do to the node; until then its thread stays in the wait.
     std::atomic<bool> isLinked{false};
+};
+
+/// Those who were handed an object. They go on when this ends, which must be after the object's lock is released, so
+/// this stands before it. Whoever hands over is not suspended until they have been woken.
+class Woken {
+public:
+    Woken() = default;
+    Woken(const Woken&) = delete;
+    Woken& operator=(const Woken&) = delete;
+    ~Woken();
+    void Add(WaitNode& node) {
+        node.next = nullptr;
+        *m_pEnd = &node;
+        m_pEnd = &node.next;
+    }
+
+private:
+    InsideLayer m_inside;
+    WaitNode* m_pFirst = nullptr;
+    WaitNode** m_pEnd = &m_pFirst;
 };
 
 struct alignas(64) Object {
     std::atomic<std::uint64_t> word{0};
-    std::uint32_t place = 0; ///< in the table
+    std::uint32_t place = 0;    ///< in the table
+    Object* nextFree = nullptr; ///< the place to be used after this one, where both are free
 
     // Under the lock:
     WaitNode* first = nullptr;
@@ -92,9 +139,10 @@ HANDLE HandleOf(const Object& object);
 /// Makes an object that is all in its word; the last error is 0 then. @returns its handle or null.
 HANDLE NewHandle(Kind kind, std::uint64_t state);
 
-inline constexpr int kPlaceShift = 2; // handles are multiples of 4, as on Windows
+inline constexpr int kPlaceShift = 2; // handles are multiples of 4 and the two bits are ignored, as on Windows
 inline constexpr std::uint32_t kPlacesPerChunk = 256;
 inline constexpr std::uint32_t kMaximumChunks = 65536;
+static_assert(kMaximumChunks * kPlacesPerChunk < 1u << (kGenerationShift - kPlaceShift));
 
 /// The places for objects, so many at a time. Never given back: handles are closed until the very end of the process.
 extern std::array<std::atomic<Object*>, kMaximumChunks> g_chunks;
@@ -109,13 +157,13 @@ public:
     /// Leads nowhere for what cannot be a handle.
     explicit Reference(HANDLE handle) {
         const auto value = reinterpret_cast<std::uint64_t>(handle);
-        const std::uint32_t place = (static_cast<std::uint32_t>(value) >> kPlaceShift) - 1;
-        if (value % (1u << kPlaceShift) != 0 || place >= kMaximumChunks * kPlacesPerChunk) {
+        const std::uint32_t place = (static_cast<std::uint32_t>(value & ~kGenerationMask) >> kPlaceShift) - 1;
+        if (place >= kMaximumChunks * kPlacesPerChunk) {
             return;
         }
         Object* const chunk = g_chunks[place / kPlacesPerChunk].load(std::memory_order_acquire);
         m_pObject = chunk ? chunk + place % kPlacesPerChunk : nullptr;
-        m_wanted = (value & kMask) | kOpen;
+        m_wanted = (value & kGenerationMask) | kOpen;
     }
     /// To an object that cannot vanish (it is pinned, owned, or waited for by the caller), be its handle open or not.
     explicit Reference(Object& present) : m_pObject(&present) {}
@@ -139,7 +187,8 @@ public:
     }
 
 private:
-    static constexpr std::uint64_t kMask = ~std::uint64_t{0} << kGenerationShift | kOpen;
+    static constexpr std::uint64_t kGenerationMask = ~std::uint64_t{0} << kGenerationShift;
+    static constexpr std::uint64_t kMask = kGenerationMask | kOpen;
 
     Object* m_pObject = nullptr;
     std::uint64_t m_wanted = 0; ///< generation and kOpen; 0 wants whatever is there
@@ -161,8 +210,11 @@ public:
     explicit ObjectLock(Object& present) : ObjectLock(Reference(present)) {}
     ObjectLock(const ObjectLock&) = delete;
     ObjectLock& operator=(const ObjectLock&) = delete;
+    /// Releases the lock; the place is free again when nothing leads to the object any more.
     ~ObjectLock() {
-        Unlock();
+        if (m_pObject) {
+            (m_word & kOpen) ? m_pObject->word.store(m_word, std::memory_order_release) : UnlockClosed(*m_pObject);
+        }
     }
     explicit operator bool() const {
         return m_pObject != nullptr;
@@ -187,19 +239,17 @@ public:
     }
     void Link(WaitNode& node);
     void Unlink(WaitNode& node);
-    /// Gives the object to the first waiter that can take it and unlinks its node. @returns that thread, to be woken
-    /// after the lock is released, or null. For a mutex `ownership` makes the thread its owner.
-    ThreadState* HandOver(std::uint32_t resultBase, bool ownership);
-    /// Releases the lock; the place is free again when nothing leads to the object any more.
-    void Unlock() {
-        if (Object* const object = std::exchange(m_pObject, nullptr)) {
-            (m_word & kOpen) ? object->word.store(m_word, std::memory_order_release) : UnlockClosed(*object);
-        }
-    }
+    /// Gives the object to the first waiter that can take it, which goes on when `woken` ends. For a mutex `ownership`
+    /// makes it the owner. @returns false when there is none.
+    bool HandOver(Woken& woken, std::uint32_t resultBase, bool ownership = false);
+    /// Signals the object for good, and lets all go on who wait for it: also those who would find it reset already.
+    void HandToAll(Woken& woken);
 
 private:
+    void Remove(WaitNode& node);
     void UnlockClosed(Object& object) const;
 
+    InsideLayer m_inside;
     Object* m_pObject = nullptr;
     std::uint64_t m_word = 0;
 };
@@ -207,13 +257,13 @@ private:
 /// Passes the time while another thread finishes a few instructions; `spins` counts the calls of one such wait.
 void Pause(int spins);
 
-/// Wakes a thread that HandOver returned; null is nobody.
-void Wake(const ThreadState* thread);
-
 /// Keeps the mutexes of a thread so that they can be abandoned when it ends.
 void LinkOwned(Object& mutex);
 void UnlinkOwned(Object& mutex);
 /// Abandons all mutexes of the calling thread, which is about to end.
 void AbandonOwned();
+
+/// Has the calling thread, whoever started it, abandon its mutexes when it ends, and signal its handle if it has one.
+void ArmEndOfThread();
 
 } // namespace gaizior::platform

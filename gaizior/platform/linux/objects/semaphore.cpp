@@ -19,6 +19,7 @@ HANDLE gaizior_windows_api::CreateSemaphoreA(SECURITY_ATTRIBUTES*, LONG initial,
 }
 
 BOOL gaizior_windows_api::ReleaseSemaphore(HANDLE handle, LONG count, LONG* previous) {
+    Woken woken;
     ObjectLock lock{Reference(handle)};
     if (!lock || lock.GetKind() != Kind::Semaphore) {
         return Fail(ERROR_INVALID_HANDLE);
@@ -32,12 +33,8 @@ BOOL gaizior_windows_api::ReleaseSemaphore(HANDLE handle, LONG count, LONG* prev
     if (previous) {
         *previous = lock->count;
     }
-    for (; count > 0; --count) {
-        const ThreadState* const thread = lock.HandOver(WAIT_OBJECT_0, false);
-        if (!thread) {
-            break;
-        }
-        Wake(thread);
+    while (count > 0 && lock.HandOver(woken, WAIT_OBJECT_0)) {
+        --count;
     }
     lock->count += count;
     if (lock->count > 0) {

@@ -2,12 +2,15 @@
 #include "gaizior/platform/linux/processes/service_thread.h"
 #include "gaizior/platform/linux/system/futex.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/suspension.h"
 
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -15,60 +18,87 @@
 #include <unistd.h>
 
 namespace gaizior::platform {
+
+/// What stands behind a thread's handle. Its completion keeps it until the thread has ended, a handle as long as it is
+/// open.
+struct StartedThread {
+    StartedThread(LPTHREAD_START_ROUTINE toRun, void* given) : run(toRun), argument(given) {}
+
+    const LPTHREAD_START_ROUTINE run;
+    void* const argument;
+    CompletionRef completion;
+    std::atomic<DWORD> id{0}; ///< set when all the rest is
+    pthread_t thread{};
+    Suspension suspension;
+    std::optional<DWORD> exitCode; ///< nothing as long as it runs, and when it leaves by pthread_exit
+};
+
 namespace {
 
-/// What a new thread is given; it lives on the starting thread's stack until the new one has read it.
-struct Start {
-    LPTHREAD_START_ROUTINE run;
-    void* argument;
-    CompletionRef completion;
-    std::atomic<DWORD> threadId{0}; ///< set when the new thread has read all the rest
-};
+/// The round of destructors in which a thread's end is dealt with. C++ ones have run by then, and those of other
+/// libraries' keys may have used mutexes up to now; the very last round belongs to the tools that watch memory and
+/// threads, behind which no code may run.
+constexpr int kEndRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
 
-/// What is left to do for a thread once the kernel has ended it.
-struct Ending {
-    pthread_t thread;
-    DWORD exitCode;
-    CompletionRef completion;
-};
+void OnThreadEnd(void* state);
 
-void* Finish(void* given) {
-    const std::unique_ptr<Ending> ending(static_cast<Ending*>(given));
-    ::pthread_join(ending->thread, nullptr);
-    ending->completion.Complete(ending->exitCode);
+/// Its destructor is called at the end of every thread that has set a value.
+const pthread_key_t g_endOfThread = [] {
+    pthread_key_t key{};
+    if (::pthread_key_create(&key, &OnThreadEnd) != 0) {
+        std::abort(); // of 1,024 keys that a process has none is left: mutexes would stay with threads that have ended
+    }
+    return key;
+}();
+
+void Complete(StartedThread& thread, DWORD exitCode) {
+    const CompletionRef completion = std::move(thread.completion); // with it the thread's record may go
+    completion.Complete(exitCode);
+}
+
+void* CompleteAfterEnd(void* given) {
+    auto& thread = *static_cast<StartedThread*>(given);
+    void* value = nullptr;
+    ::pthread_join(thread.thread, &value);
+    Complete(thread, static_cast<DWORD>(reinterpret_cast<std::uintptr_t>(value)));
     return nullptr;
 }
 
-/// The kernel abandons the named mutexes that the calling thread still owns when it has ended, and only then may its
-/// handle be signalled. @returns false, with `completion` untouched, when no thread can be had for that.
-bool CompleteAfterEnd(DWORD exitCode, CompletionRef& completion) {
-    std::unique_ptr<Ending> ending(new (std::nothrow) Ending{::pthread_self(), exitCode, {}});
-    if (!ending) {
-        return false;
+/// Signals the handle of the calling thread, which is about to end. Where the thread still owns named mutexes, which
+/// the kernel abandons when it has ended, or has not told its exit code, another thread waits for that.
+void EndThread(StartedThread& thread) {
+    thread.suspension.End();
+    const bool isDone = CurrentThread().namedOwned == 0 && thread.exitCode;
+    if (isDone || StartServiceThread("thread end", &CompleteAfterEnd, &thread) != 0) {
+        ::pthread_detach(thread.thread);
+        Complete(thread, thread.exitCode.value_or(0));
     }
-    std::swap(ending->completion, completion);
-    if (StartServiceThread("thread end", &Finish, ending.get()) != 0) {
-        std::swap(ending->completion, completion);
-        return false;
+}
+
+void OnThreadEnd(void*) {
+    ThreadState& self = CurrentThread();
+    if (++self.endRounds < kEndRound) {
+        ArmEndOfThread();
+        return;
     }
-    static_cast<void>(ending.release());
-    return true;
+    self.isEndArmed = false; // a mutex that is taken after this is abandoned in the next round
+    AbandonOwned();
+    if (StartedThread* const thread = std::exchange(self.started, nullptr)) {
+        EndThread(*thread);
+    }
 }
 
 void* RunThread(void* given) {
-    Start& start = *static_cast<Start*>(given);
-    const LPTHREAD_START_ROUTINE run = start.run;
-    void* const argument = start.argument;
-    CompletionRef completion = std::move(start.completion);
-    start.threadId = ::GetCurrentThreadId();
-    FutexWake(start.threadId, 1, false);
-    const DWORD exitCode = run(argument);
-    AbandonOwned();
-    if (CurrentThread().namedOwned == 0 || !CompleteAfterEnd(exitCode, completion)) {
-        ::pthread_detach(::pthread_self());
-        completion.Complete(exitCode);
-    }
-    return nullptr;
+    auto& thread = *static_cast<StartedThread*>(given);
+    CurrentThread().started = &thread;
+    ArmEndOfThread();
+    thread.thread = ::pthread_self();
+    thread.suspension.Adopt();
+    thread.id = ::GetCurrentThreadId();
+    FutexWake(thread.id, 1, false);
+    const DWORD exitCode = thread.run(thread.argument);
+    thread.exitCode = exitCode;
+    return reinterpret_cast<void*>(std::uintptr_t{exitCode});
 }
 
 /// Whole pages, and not less than a thread can live on.
@@ -77,20 +107,42 @@ std::size_t UsableStack(std::size_t size) {
     return (std::max(size, static_cast<std::size_t>(PTHREAD_STACK_MIN) * 4) + page - 1) / page * page;
 }
 
-/// The thread detaches itself, or has itself joined, when it ends.
-int StartRunning(std::size_t stackSize, Start& start) {
+/// The thread detaches itself, or has itself joined, when it ends. @returns 0 or an errno value.
+int StartRunning(std::size_t stackSize, StartedThread& started) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
     int error = stackSize ? ::pthread_attr_setstacksize(&attributes, UsableStack(stackSize)) : 0;
     if (error == 0) {
         pthread_t thread;
-        error = ::pthread_create(&thread, &attributes, &RunThread, &start);
+        error = ::pthread_create(&thread, &attributes, &RunThread, &started);
     }
     ::pthread_attr_destroy(&attributes);
     return error;
 }
 
+/// The thread of this process behind an open handle; an empty reference, with the last error set, for any other.
+CompletionRef ReferToThread(HANDLE handle) {
+    CompletionRef thread = ReferToCompletion(handle);
+    if (thread.Is(CompletionKind::Thread)) {
+        return thread;
+    }
+    Fail(thread.Is(CompletionKind::ProcessThread) ? ERROR_NOT_SUPPORTED : ERROR_INVALID_HANDLE);
+    return {};
+}
+
+Suspension& SuspensionOf(const CompletionRef& thread) {
+    return static_cast<StartedThread*>(thread.Context())->suspension;
+}
+
+constexpr DWORD kRefused = 0xFFFFFFFF; // what calls give that else give a count
+
 } // namespace
+
+void ArmEndOfThread() {
+    CurrentThread().isEndArmed = true;
+    ::pthread_setspecific(g_endOfThread, &CurrentThread());
+}
+
 } // namespace gaizior::platform
 
 using namespace gaizior::platform;
@@ -100,25 +152,55 @@ HANDLE gaizior_windows_api::CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackSize,
     if (!run || (flags & ~STACK_SIZE_PARAM_IS_A_RESERVATION) != 0) {
         return FailNull(ERROR_INVALID_PARAMETER);
     }
-    const HANDLE handle = NewCompletion(CompletionKind::Thread, nullptr, nullptr);
+    std::unique_ptr<StartedThread> owned(new (std::nothrow) StartedThread(run, argument));
+    if (!owned) {
+        return FailNull(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    const HANDLE handle = NewCompletion(CompletionKind::Thread, owned.get(),
+                                        [](void* thread) { delete static_cast<StartedThread*>(thread); });
     if (!handle) {
         return nullptr;
     }
-    Start start{run, argument, ReferToCompletion(handle)};
-    if (const int error = StartRunning(stackSize, start)) {
+    StartedThread& thread = *owned.release();
+    thread.completion = ReferToCompletion(handle);
+    if (const int error = StartRunning(stackSize, thread)) {
+        thread.completion = CompletionRef();
         ::CloseHandle(handle);
         return FailNull(ErrorOfErrno(error));
     }
-    while (start.threadId == 0) {
-        const FutexWord word{&start.threadId, 0, false};
+    while (thread.id == 0) {
+        const FutexWord word{&thread.id, 0, false};
         FutexWait(std::span(&word, 1), Deadline(INFINITE));
     }
     if (threadId) {
-        *threadId = start.threadId;
+        *threadId = thread.id;
     }
     return handle;
 }
 
-BOOL gaizior_windows_api::GetExitCodeThread(HANDLE thread, DWORD* exitCode) {
-    return QueryCompletion(thread, CompletionKind::Thread, exitCode, nullptr);
+BOOL gaizior_windows_api::GetExitCodeThread(HANDLE handle, DWORD* exitCode) {
+    const CompletionRef thread = ReferToCompletion(handle);
+    if (!thread || thread.Is(CompletionKind::Process)) {
+        return Fail(ERROR_INVALID_HANDLE);
+    }
+    *exitCode = thread.ExitCode();
+    return TRUE;
+}
+
+DWORD gaizior_windows_api::SuspendThread(HANDLE handle) {
+    const CompletionRef thread = ReferToThread(handle);
+    if (!thread) {
+        return kRefused;
+    }
+    DWORD previous = 0;
+    if (const DWORD error = SuspensionOf(thread).Suspend(previous)) {
+        Fail(error);
+        return kRefused;
+    }
+    return previous;
+}
+
+DWORD gaizior_windows_api::ResumeThread(HANDLE handle) {
+    const CompletionRef thread = ReferToThread(handle);
+    return thread ? SuspensionOf(thread).Resume() : kRefused;
 }

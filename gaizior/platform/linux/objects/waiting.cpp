@@ -17,6 +17,14 @@ DWORD ResultOf(Take take, DWORD index) {
     return (take == Take::Abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + index;
 }
 
+/// The error of a wait for what cannot be waited for; 0 for all else.
+DWORD ErrorOfWaitFor(Kind kind) {
+    if (kind == Kind::None) {
+        return ERROR_INVALID_HANDLE;
+    }
+    return kind == Kind::Section ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+}
+
 /// One of the objects that a thread waits for: an in-process one through a node in its list of waiters, a named one by
 /// sleeping on its word.
 struct Waited {
@@ -75,8 +83,8 @@ private:
             Waited& waited = m_places[m_count];
             ObjectLock lock{Reference(handle)};
             waited.kind = lock ? lock.GetKind() : Kind::None;
-            if (waited.kind == Kind::None || waited.kind == Kind::Section) {
-                return Fail(ERROR_INVALID_HANDLE);
+            if (const DWORD error = ErrorOfWaitFor(waited.kind)) {
+                return Fail(error);
             }
             waited.named = lock->named;
             if (waited.named) {
@@ -172,8 +180,8 @@ private:
 /// Takes a named object if it is free. @returns Take::Refused, with the last error set, for any other handle.
 [[gnu::noinline]] Take TryTakeNamed(Reference reference) {
     const ObjectLock lock(reference);
-    if (!lock || !lock->named || lock.GetKind() == Kind::Section) {
-        Fail(ERROR_INVALID_HANDLE);
+    if (const DWORD error = ErrorOfWaitFor(lock && lock->named ? lock.GetKind() : Kind::None)) {
+        Fail(error);
         return Take::Refused;
     }
     return lock->named->TryTake(lock.GetKind(), lock->named->Turn());
@@ -193,18 +201,22 @@ bool MayBeFree(std::uint64_t word) {
 }
 
 /// The index of the first object that may be free, their number when none is. @returns nothing, with the last error
-/// set, when one of the handles is not open or cannot be waited for.
+/// of the first such handle set, when one of them is not open or cannot be waited for.
 std::optional<DWORD> FirstToTry(std::span<const HANDLE> handles) {
     auto first = static_cast<DWORD>(handles.size());
+    DWORD error = ERROR_SUCCESS;
     for (DWORD i = first; i-- > 0;) {
         const std::uint64_t word = Reference(handles[i]).Load();
-        if (KindOf(word) == Kind::None || KindOf(word) == Kind::Section) {
-            Fail(ERROR_INVALID_HANDLE);
-            return std::nullopt;
+        if (const DWORD itsError = ErrorOfWaitFor(KindOf(word))) {
+            error = itsError;
         }
         if (MayBeFree(word)) {
             first = i;
         }
+    }
+    if (error != ERROR_SUCCESS) {
+        Fail(error);
+        return std::nullopt;
     }
     return first;
 }

@@ -110,7 +110,7 @@ BOOL Adopt(ProcessWatcher& watcher, pid_t id, PROCESS_INFORMATION& information) 
         return Abandon(id, ErrorOfErrno(errno));
     }
     const HANDLE processHandle = NewProcessHandle(CompletionKind::Process, process, kAllAccess);
-    const HANDLE threadHandle = processHandle ? NewProcessHandle(CompletionKind::Thread, process, kAllAccess) : nullptr;
+    const HANDLE threadHandle = processHandle ? NewProcessHandle(CompletionKind::ProcessThread, process, kAllAccess) : nullptr;
     if (!threadHandle) {
         process->Kill(0); // the watcher collects it
         if (processHandle) {
@@ -173,12 +173,12 @@ HANDLE OpenById(DWORD access, pid_t id) {
 /// What an open process handle stands for, and its exit code so far; null, with the last error set, unless it is one
 /// that has the right.
 std::shared_ptr<Process> Open(HANDLE handle, DWORD right, DWORD& exitCode) {
-    const CompletionRef keep = ReferToCompletion(handle); // another thread may close the handle now
-    void* context = nullptr;
-    if (!keep || !QueryCompletion(handle, CompletionKind::Process, &exitCode, &context)) {
+    const CompletionRef kept = ReferToCompletion(handle); // another thread may close the handle now
+    if (!kept.Is(CompletionKind::Process)) {
         return FailNull(ERROR_INVALID_HANDLE);
     }
-    const auto& target = *static_cast<ProcessHandle*>(context);
+    exitCode = kept.ExitCode();
+    const auto& target = *static_cast<ProcessHandle*>(kept.Context());
     if ((target.access & right) == 0) {
         return FailNull(ERROR_ACCESS_DENIED);
     }

@@ -40,6 +40,7 @@ inline constexpr MessageText kMessageTexts[] = {
     {ERROR_WAIT_NO_CHILDREN, "There are no child processes to wait for."},
     {ERROR_SEEK_ON_DEVICE, "The file pointer cannot be set on the specified device or file."},
     {ERROR_DIR_NOT_EMPTY, "The directory is not empty."},
+    {ERROR_SIGNAL_REFUSED, "The recipient process has refused the signal."},
     {ERROR_BUSY, "The requested resource is in use."},
     {ERROR_ALREADY_EXISTS, "Cannot create a file when that file already exists."},
     {ERROR_BAD_EXE_FORMAT, "%1 is not a valid Win32 application."},

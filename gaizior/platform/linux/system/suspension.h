@@ -1,0 +1,97 @@
+#pragma once
+
+#include "gaizior/platform/windows_api.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+#include <sys/types.h>
+
+/// Threads that others suspend. A thread is stopped in the handler of a signal, wherever it is, except inside the
+/// layer, where it may hold what everybody needs for a moment: the lock of an object, of the table of places, of the
+/// open names. There the suspension takes effect when the thread leaves the layer. A call that takes no such lock
+/// counts nothing.
+namespace gaizior::platform {
+
+class Suspension;
+
+/// What the signal handler knows of the thread that it runs in. Nothing but the thread itself and its handler uses it;
+/// atomic so that the handler finds it whole.
+struct InsideState {
+    std::atomic<std::uint32_t> depth{0};           ///< how many calls of the layer hold something
+    std::atomic<Suspension*> suspension = nullptr; ///< null for a thread of which nobody has a handle
+};
+/// Reached without a call, also from the handler.
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local InsideState t_inside;
+
+/// How often a thread has been suspended, and its stopping. Kept for the thread by whoever has a handle of it.
+class Suspension {
+public:
+    static constexpr DWORD kMaximum = 127;
+
+    /// Makes the calling thread the one that is suspended here.
+    void Adopt();
+    /// Suspends the thread once more, and returns when it has stopped, or is known to stop before it leaves the layer.
+    /// @returns 0 with the count before it, ERROR_SIGNAL_REFUSED at the maximum, ERROR_ACCESS_DENIED for a thread that
+    ///          has ended, or another error of the system's.
+    DWORD Suspend(DWORD& previous);
+    /// Takes one suspension back; the last lets the thread go on. @returns the count before it.
+    DWORD Resume();
+    bool IsSuspended() const {
+        return (m_word.load(std::memory_order_relaxed) & kCount) != 0;
+    }
+    /// Stops the calling thread, which this belongs to, for as long as it is suspended. Keeps errno.
+    void Stop();
+    /// Ends it all: nobody suspends the calling thread any more. Stops first if it is suspended.
+    void End();
+    /// The signal's handler: runs in the thread that is to stop, in the middle of anything.
+    static void OnSignal(int signal);
+
+private:
+    // Parts of the word.
+    static constexpr std::uint32_t kCount = 0xFF;
+    static constexpr std::uint32_t kSeen = 0x100;  ///< the thread knows that the count is not 0
+    static constexpr std::uint32_t kEnded = 0x200; ///< the thread cannot be suspended any more
+
+    std::uint32_t Acknowledge();
+
+    std::atomic<std::uint32_t> m_word{0};
+    pid_t m_nThread = 0;
+};
+
+/// Keeps the calling thread from being stopped as long as it lives; may be nested.
+class InsideLayer {
+public:
+    InsideLayer() {
+        t_inside.depth.store(t_inside.depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    InsideLayer(const InsideLayer&) = delete;
+    InsideLayer& operator=(const InsideLayer&) = delete;
+    ~InsideLayer() {
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        const std::uint32_t depth = t_inside.depth.load(std::memory_order_relaxed) - 1;
+        t_inside.depth.store(depth, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        if (depth > 0) {
+            return;
+        }
+        Suspension* const suspension = t_inside.suspension.load(std::memory_order_relaxed);
+        if (suspension && suspension->IsSuspended()) {
+            suspension->Stop();
+        }
+    }
+};
+
+/// Holds one of the layer's own mutexes. A thread that waits for one or holds it is inside the layer.
+class LayerLock {
+public:
+    explicit LayerLock(std::mutex& mutex) : m_lock(mutex) {}
+
+private:
+    InsideLayer m_inside;
+    std::lock_guard<std::mutex> m_lock;
+};
+
+} // namespace gaizior::platform
