@@ -101,6 +101,7 @@ TEST_F(Processes, AreSignalledAtTheirEndThroughEveryHandle) {
         EXPECT_EQ(::WaitForSingleObject(handle, 0), WAIT_OBJECT_0) << "it stays signalled";
     }
     EXPECT_EQ(child.ExitCode(), 0x12345u);
+    EXPECT_TRUE(::GetExitCodeThread(child.Information().hThread, &code) && code == 0x12345);
     EXPECT_TRUE(::GetExitCodeProcess(opened.Get(), &code) && code == 0x12345);
 }
 

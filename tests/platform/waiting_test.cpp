@@ -1,11 +1,15 @@
 #include "tests/platform/objects.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <pthread.h>
 
 namespace gaizior::test {
 namespace {
@@ -60,14 +64,37 @@ TEST_F(WaitingTest, OnlyItsOwnerReleasesAMutexAndAsOftenAsItTookIt) {
     }
 }
 
-/// Takes the second of three handles twice and the third once, sets the first and soon ends.
+/// What C++ leaves to a thread's very end still belongs to the thread.
+struct ReleaseAtEnd {
+    HANDLE mutex = nullptr;
+    ~ReleaseAtEnd() {
+        EXPECT_TRUE(!mutex || ::ReleaseMutex(mutex));
+    }
+};
+thread_local ReleaseAtEnd t_releaseAtEnd;
+
+[[noreturn]] void LeaveThread(DWORD exitCode) {
+#ifdef _WIN32
+    ::ExitThread(exitCode);
+#else
+    ::pthread_exit(reinterpret_cast<void*>(std::uintptr_t{exitCode}));
+#endif
+}
+
+/// Takes the second of five handles twice and the next two once, sets the first and soon ends; the fourth is released
+/// at the very end, and where there is a fifth the thread does not return.
 DWORD TakeAndEnd(void* handles) {
     const HANDLE* const all = static_cast<HANDLE*>(handles);
     ::WaitForSingleObject(all[1], INFINITE);
     ::WaitForSingleObject(all[1], INFINITE);
     ::WaitForSingleObject(all[2], INFINITE);
+    ::WaitForSingleObject(all[3], INFINITE);
+    t_releaseAtEnd.mutex = all[3];
     ::SetEvent(all[0]);
     ::Sleep(2);
+    if (all[4]) {
+        LeaveThread(17);
+    }
     return 17;
 }
 
@@ -76,8 +103,10 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
     for (const char* name : kUnnamedAndNamed) {
         const UniqueHandle mutex = Mutex(FALSE, name);
         const UniqueHandle second = Mutex();
-        HANDLE handles[] = {taken.Get(), mutex.Get(), second.Get()};
+        const UniqueHandle released = Mutex();
         for (int round = 0; round < 50; ++round) {
+            HANDLE handles[] = {taken.Get(), mutex.Get(), second.Get(), released.Get(),
+                                round % 8 < 4 ? nullptr : taken.Get()};
             DWORD id = 0;
             DWORD exitCode = 0;
             const UniqueHandle thread(::CreateThread(nullptr, 100'000, &TakeAndEnd, handles, 0, &id));
@@ -93,8 +122,100 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
             EXPECT_EQ(Wait(second, INFINITE), kAbandoned);
             EXPECT_TRUE(::ReleaseMutex(second.Get()));
             EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+            EXPECT_EQ(Wait(released), WAIT_OBJECT_0) << round;
+            EXPECT_TRUE(::ReleaseMutex(released.Get()));
             EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &exitCode) && exitCode == 17);
         }
+    }
+}
+
+/// Waits for the first of two handles, then suspends itself through the second.
+DWORD WaitAndSuspendItself(void* handles) {
+    const HANDLE* const both = static_cast<HANDLE*>(handles);
+    ::WaitForSingleObject(both[0], INFINITE);
+    return ::SuspendThread(both[1]);
+}
+
+TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
+    constexpr DWORD kMost = 127;
+    constexpr DWORD kRefused = 0xFFFFFFFF;
+    const UniqueHandle event = Event();
+    HANDLE handles[] = {event.Get(), nullptr};
+    const UniqueHandle thread(::CreateThread(nullptr, 0, &WaitAndSuspendItself, handles, 0, nullptr));
+    handles[1] = thread.Get();
+    EXPECT_EQ(::ResumeThread(thread.Get()), 0u);
+    for (DWORD count = 0; count < kMost; ++count) {
+        EXPECT_EQ(::SuspendThread(thread.Get()), count);
+    }
+    EXPECT_EQ(::SuspendThread(thread.Get()), kRefused);
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_SIGNAL_REFUSED});
+    ::SetEvent(event.Get());
+    for (DWORD count = kMost; count > 0; --count) {
+        EXPECT_EQ(Wait(thread, count % 64 ? 0 : kSoon), kTimeout);
+        EXPECT_EQ(::ResumeThread(thread.Get()), count);
+    }
+    while (::ResumeThread(thread.Get()) == 0) {
+        ::Sleep(1); // until it has suspended itself
+    }
+    EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(Wait(event), kTimeout) << "what came while it was suspended it has taken";
+    DWORD exitCode = 1;
+    EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &exitCode) && exitCode == 0);
+    EXPECT_EQ(::SuspendThread(thread.Get()), kRefused);
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(::ResumeThread(thread.Get()), 0u);
+}
+
+/// Objects that several threads use without a pause.
+struct Shared {
+    UniqueHandle event, mutex, semaphore;
+    std::atomic<bool> isOver{false};
+
+    void UseOnce(DWORD milliseconds) const {
+        ::SetEvent(event.Get());
+        ::ReleaseSemaphore(semaphore.Get(), 1, nullptr);
+        if (Wait(mutex, milliseconds) == WAIT_OBJECT_0) {
+            ::ReleaseMutex(mutex.Get());
+        }
+        Wait(event, milliseconds);
+        Wait(semaphore);
+        const UniqueHandle another = Event();
+    }
+};
+
+struct Hammer {
+    const Shared* objects;
+    std::atomic<unsigned> rounds{0};
+
+    static DWORD Run(void* hammer) {
+        for (auto& self = *static_cast<Hammer*>(hammer); !self.objects->isOver; ++self.rounds) {
+            self.objects->UseOnce(1);
+        }
+        return 0;
+    }
+};
+
+/// Wherever the thread is stopped, it holds nothing then that calls of others need.
+TEST_F(WaitingTest, OthersGoOnWhileAThreadIsSuspended) {
+    for (const char* name : kUnnamedAndNamed) {
+        Shared objects{Event(FALSE, FALSE, name), Mutex(FALSE, name ? "m" : nullptr), Semaphore(0, 1)};
+        Hammer hammers[] = {{&objects}, {&objects}};
+        const UniqueHandle threads[] = {
+            UniqueHandle(::CreateThread(nullptr, 0, &Hammer::Run, &hammers[0], 0, nullptr)),
+            UniqueHandle(::CreateThread(nullptr, 0, &Hammer::Run, &hammers[1], 0, nullptr))};
+        for (int i = 0; i < 1000; ++i) {
+            const int which = i % 2;
+            EXPECT_EQ(::SuspendThread(threads[which].Get()), 0u);
+            const unsigned rounds = hammers[which].rounds;
+            objects.UseOnce(0);
+            EXPECT_EQ(hammers[which].rounds, rounds);
+            EXPECT_EQ(::ResumeThread(threads[which].Get()), 1u);
+        }
+        objects.isOver = true;
+        for (const UniqueHandle& thread : threads) {
+            EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+        }
+        EXPECT_GT(std::min(hammers[0].rounds.load(), hammers[1].rounds.load()), 0u);
     }
 }
 
@@ -137,6 +258,10 @@ TEST_F(WaitingTest, AWaitForAnyTakesTheLowestSignalledOfOneTo64Handles) {
     }
 }
 
+HANDLE WithLowBits(HANDLE handle) {
+    return reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(handle) | 3);
+}
+
 TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
     const UniqueHandle set = Event(TRUE, TRUE);
     HANDLE closed = nullptr; // the last of many: Windows gives a low value that is free to whoever asks next
@@ -149,7 +274,8 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
     }
     const HANDLE forged =
         reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(closed) + (std::uintptr_t{1} << 32));
-    for (const HANDLE handle : {HANDLE{nullptr}, closed, forged, reinterpret_cast<HANDLE>(0x7654320)}) {
+    for (const HANDLE handle : {HANDLE{nullptr}, closed, forged, reinterpret_cast<HANDLE>(3), WithLowBits(closed),
+                                reinterpret_cast<HANDLE>(0x7654320)}) {
         const HANDLE both[] = {set.Get(), handle};
         const std::function<bool()> calls[] = {
             [&] { return ::WaitForSingleObject(handle, 0) != WAIT_FAILED; },
@@ -159,6 +285,8 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
             [&] { return ::ReleaseMutex(handle); },
             [&] { return ::ReleaseSemaphore(handle, 1, nullptr); },
             [&] { return ::CloseHandle(handle); },
+            [&] { return ::SuspendThread(handle) + 1; },
+            [&] { return ::ResumeThread(handle) + 1; },
         };
         for (const auto& call : calls) {
             ::SetLastError(0);
@@ -166,7 +294,31 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
         }
     }
     EXPECT_EQ(ErrorOf(::SetEvent(Mutex().Get())), DWORD{ERROR_INVALID_HANDLE}) << "an open handle of another kind";
+    EXPECT_TRUE(::SetEvent(WithLowBits(set.Get()))) << "these do not count";
+
+    const UniqueHandle section = Section(nullptr);
+    EXPECT_EQ(ErrorOf(Wait(section) + 1), DWORD{ERROR_ACCESS_DENIED}) << "a section cannot be waited for";
+    const struct {
+        HANDLE handles[2];
+        DWORD error; // of the first that cannot be waited for
+    } pairs[] = {{{set.Get(), section.Get()}, ERROR_ACCESS_DENIED},
+                 {{section.Get(), closed}, ERROR_ACCESS_DENIED},
+                 {{closed, section.Get()}, ERROR_INVALID_HANDLE}};
+    for (const auto& pair : pairs) {
+        EXPECT_EQ(ErrorOf(WaitAny(pair.handles) + 1), pair.error) << &pair - pairs;
+    }
 }
+
+#ifndef _WIN32
+/// So that it takes as long as can be until a closed handle is another object's.
+TEST_F(WaitingTest, APlaceIsUsedAgainAfterAllOthers) {
+    std::set<std::uintptr_t> places;
+    for (int i = 0; i < 200; ++i) {
+        places.insert(reinterpret_cast<std::uintptr_t>(Event().Get()) % (1u << 27));
+    }
+    EXPECT_EQ(places.size(), 200u);
+}
+#endif
 
 TEST_F(WaitingTest, ClosingAHandleLeavesItsWaitersToTheirTimeOut) {
     int waited = 0; // a late waiter finds the handle closed already
