@@ -1,10 +1,9 @@
 #include "tests/platform/objects.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <set>
+#include <memory>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -20,9 +19,20 @@ UniqueHandle Semaphore(LONG initial, LONG maximum) {
     return UniqueHandle(::CreateSemaphoreA(nullptr, initial, maximum, nullptr));
 }
 
+DWORD Call(void* function) {
+    return (*static_cast<std::function<DWORD()>*>(function))();
+}
+/// Runs the function, which must live as long, on a thread of its own.
+UniqueHandle Start(std::function<DWORD()>& function) {
+    DWORD id = 0;
+    UniqueHandle thread(::CreateThread(nullptr, 100'000, &Call, &function, 0, &id));
+    EXPECT_TRUE(id != 0 && id != ::GetCurrentThreadId());
+    return thread;
+}
+
 using WaitingTest = ObjectTest;
 
-TEST_F(WaitingTest, AnAutoResetEventLetsOneGoAndAManualOneAll) {
+TEST_F(WaitingTest, AnAutoResetEventLetsOneGoAndAManualOneAllEvenIfItIsResetAtOnce) {
     for (const char* name : kUnnamedAndNamed) {
         for (const BOOL manual : {FALSE, TRUE}) {
             const UniqueHandle event = Event(manual, TRUE, name);
@@ -32,20 +42,14 @@ TEST_F(WaitingTest, AnAutoResetEventLetsOneGoAndAManualOneAll) {
             EXPECT_TRUE(::SetEvent(event.Get()));
             EXPECT_TRUE(::ResetEvent(event.Get()));
             EXPECT_EQ(Wait(event), kTimeout);
+            std::vector<std::jthread> waiters;
+            for (int i = 0; i < (manual ? 4 : 0); ++i) {
+                waiters.emplace_back([&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); });
+            }
+            ::Sleep(5 * kSoon);
+            ::SetEvent(event.Get());
+            ::ResetEvent(event.Get());
         }
-    }
-}
-
-TEST_F(WaitingTest, SettingAndResettingAtOnceReleasesWhoeverWaited) {
-    for (const char* name : kUnnamedAndNamed) {
-        const UniqueHandle event = Event(TRUE, FALSE, name);
-        std::vector<std::jthread> waiters;
-        for (int i = 0; i < 4; ++i) {
-            waiters.emplace_back([&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); });
-        }
-        ::Sleep(5 * kSoon);
-        ::SetEvent(event.Get());
-        ::ResetEvent(event.Get());
     }
 }
 
@@ -64,58 +68,35 @@ TEST_F(WaitingTest, OnlyItsOwnerReleasesAMutexAndAsOftenAsItTookIt) {
     }
 }
 
-/// What C++ leaves to a thread's very end still belongs to the thread.
-struct ReleaseAtEnd {
-    HANDLE mutex = nullptr;
-    ~ReleaseAtEnd() {
-        EXPECT_TRUE(!mutex || ::ReleaseMutex(mutex));
-    }
-};
-thread_local ReleaseAtEnd t_releaseAtEnd;
-
-[[noreturn]] void LeaveThread(DWORD exitCode) {
-#ifdef _WIN32
-    ::ExitThread(exitCode);
-#else
-    ::pthread_exit(reinterpret_cast<void*>(std::uintptr_t{exitCode}));
-#endif
-}
-
-/// Takes the second of five handles twice and the next two once, sets the first and soon ends; the fourth is released
-/// at the very end, and where there is a fifth the thread does not return.
-DWORD TakeAndEnd(void* handles) {
-    const HANDLE* const all = static_cast<HANDLE*>(handles);
-    ::WaitForSingleObject(all[1], INFINITE);
-    ::WaitForSingleObject(all[1], INFINITE);
-    ::WaitForSingleObject(all[2], INFINITE);
-    ::WaitForSingleObject(all[3], INFINITE);
-    t_releaseAtEnd.mutex = all[3];
-    ::SetEvent(all[0]);
-    ::Sleep(2);
-    if (all[4]) {
-        LeaveThread(17);
-    }
-    return 17;
-}
-
 TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSignalled) {
     const UniqueHandle taken = Event();
     for (const char* name : kUnnamedAndNamed) {
         const UniqueHandle mutex = Mutex(FALSE, name);
         const UniqueHandle second = Mutex();
         const UniqueHandle released = Mutex();
+        const HANDLE handles[] = {taken.Get(), mutex.Get()};
         for (int round = 0; round < 50; ++round) {
-            HANDLE handles[] = {taken.Get(), mutex.Get(), second.Get(), released.Get(),
-                                round % 8 < 4 ? nullptr : taken.Get()};
-            DWORD id = 0;
-            DWORD exitCode = 0;
-            const UniqueHandle thread(::CreateThread(nullptr, 100'000, &TakeAndEnd, handles, 0, &id));
-            EXPECT_TRUE(id != 0 && id != ::GetCurrentThreadId());
+            std::function<DWORD()> takeAndEnd = [&]() -> DWORD {
+                for (const UniqueHandle* each : {&mutex, &mutex, &second, &released}) {
+                    Wait(*each, INFINITE);
+                }
+                thread_local const std::unique_ptr<void, void (*)(HANDLE)> releasedAtTheVeryEnd(
+                    released.Get(), [](HANDLE owned) { EXPECT_TRUE(::ReleaseMutex(owned)); });
+                ::SetEvent(taken.Get());
+                ::Sleep(2);
+                if (round % 8 < 4) {
+#ifdef _WIN32
+                    ::ExitThread(17);
+#else
+                    ::pthread_exit(reinterpret_cast<void*>(17));
+#endif
+                }
+                return 17;
+            };
+            const UniqueHandle thread = Start(takeAndEnd);
             EXPECT_EQ(Wait(taken, INFINITE), WAIT_OBJECT_0);
             const DWORD limit = round % 4 < 2 && Wait(thread, INFINITE) == WAIT_OBJECT_0 ? 0 : INFINITE;
-            EXPECT_EQ(round % 2 ? Wait(mutex, limit) : ::WaitForMultipleObjects(2, handles, FALSE, limit) - 1,
-                      kAbandoned)
-                << round;
+            EXPECT_EQ(round % 2 ? Wait(mutex, limit) : WaitAny(handles, limit) - 1, kAbandoned) << round;
             EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
             EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0) << "it is told once";
             EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
@@ -124,33 +105,28 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
             EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
             EXPECT_EQ(Wait(released), WAIT_OBJECT_0) << round;
             EXPECT_TRUE(::ReleaseMutex(released.Get()));
+            DWORD exitCode = 0;
             EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &exitCode) && exitCode == 17);
         }
     }
 }
 
-/// Waits for the first of two handles, then suspends itself through the second.
-DWORD WaitAndSuspendItself(void* handles) {
-    const HANDLE* const both = static_cast<HANDLE*>(handles);
-    ::WaitForSingleObject(both[0], INFINITE);
-    return ::SuspendThread(both[1]);
-}
-
 TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
-    constexpr DWORD kMost = 127;
-    constexpr DWORD kRefused = 0xFFFFFFFF;
     const UniqueHandle event = Event();
-    HANDLE handles[] = {event.Get(), nullptr};
-    const UniqueHandle thread(::CreateThread(nullptr, 0, &WaitAndSuspendItself, handles, 0, nullptr));
-    handles[1] = thread.Get();
+    HANDLE self = nullptr;
+    std::function<DWORD()> waitAndSuspendItself = [&] {
+        Wait(event, INFINITE);
+        return ::SuspendThread(self);
+    };
+    const UniqueHandle thread = Start(waitAndSuspendItself);
+    self = thread.Get();
     EXPECT_EQ(::ResumeThread(thread.Get()), 0u);
-    for (DWORD count = 0; count < kMost; ++count) {
+    for (DWORD count = 0; count < 127; ++count) {
         EXPECT_EQ(::SuspendThread(thread.Get()), count);
     }
-    EXPECT_EQ(::SuspendThread(thread.Get()), kRefused);
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_SIGNAL_REFUSED});
+    EXPECT_EQ(ErrorOf(::SuspendThread(thread.Get()) + 1), DWORD{ERROR_SIGNAL_REFUSED});
     ::SetEvent(event.Get());
-    for (DWORD count = kMost; count > 0; --count) {
+    for (DWORD count = 127; count > 0; --count) {
         EXPECT_EQ(Wait(thread, count % 64 ? 0 : kSoon), kTimeout);
         EXPECT_EQ(::ResumeThread(thread.Get()), count);
     }
@@ -159,64 +135,8 @@ TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
     }
     EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
     EXPECT_EQ(Wait(event), kTimeout) << "what came while it was suspended it has taken";
-    DWORD exitCode = 1;
-    EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &exitCode) && exitCode == 0);
-    EXPECT_EQ(::SuspendThread(thread.Get()), kRefused);
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(ErrorOf(::SuspendThread(thread.Get()) + 1), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(::ResumeThread(thread.Get()), 0u);
-}
-
-/// Objects that several threads use without a pause.
-struct Shared {
-    UniqueHandle event, mutex, semaphore;
-    std::atomic<bool> isOver{false};
-
-    void UseOnce(DWORD milliseconds) const {
-        ::SetEvent(event.Get());
-        ::ReleaseSemaphore(semaphore.Get(), 1, nullptr);
-        if (Wait(mutex, milliseconds) == WAIT_OBJECT_0) {
-            ::ReleaseMutex(mutex.Get());
-        }
-        Wait(event, milliseconds);
-        Wait(semaphore);
-        const UniqueHandle another = Event();
-    }
-};
-
-struct Hammer {
-    const Shared* objects;
-    std::atomic<unsigned> rounds{0};
-
-    static DWORD Run(void* hammer) {
-        for (auto& self = *static_cast<Hammer*>(hammer); !self.objects->isOver; ++self.rounds) {
-            self.objects->UseOnce(1);
-        }
-        return 0;
-    }
-};
-
-/// Wherever the thread is stopped, it holds nothing then that calls of others need.
-TEST_F(WaitingTest, OthersGoOnWhileAThreadIsSuspended) {
-    for (const char* name : kUnnamedAndNamed) {
-        Shared objects{Event(FALSE, FALSE, name), Mutex(FALSE, name ? "m" : nullptr), Semaphore(0, 1)};
-        Hammer hammers[] = {{&objects}, {&objects}};
-        const UniqueHandle threads[] = {
-            UniqueHandle(::CreateThread(nullptr, 0, &Hammer::Run, &hammers[0], 0, nullptr)),
-            UniqueHandle(::CreateThread(nullptr, 0, &Hammer::Run, &hammers[1], 0, nullptr))};
-        for (int i = 0; i < 1000; ++i) {
-            const int which = i % 2;
-            EXPECT_EQ(::SuspendThread(threads[which].Get()), 0u);
-            const unsigned rounds = hammers[which].rounds;
-            objects.UseOnce(0);
-            EXPECT_EQ(hammers[which].rounds, rounds);
-            EXPECT_EQ(::ResumeThread(threads[which].Get()), 1u);
-        }
-        objects.isOver = true;
-        for (const UniqueHandle& thread : threads) {
-            EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
-        }
-        EXPECT_GT(std::min(hammers[0].rounds.load(), hammers[1].rounds.load()), 0u);
-    }
 }
 
 TEST_F(WaitingTest, ASemaphoreCountsUpToItsMaximum) {
@@ -293,42 +213,39 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
             EXPECT_EQ(ErrorOf(call()), DWORD{ERROR_INVALID_HANDLE}) << &call - calls;
         }
     }
+#ifndef _WIN32
+    const auto placeOf = [](HANDLE handle) { return reinterpret_cast<std::uintptr_t>(handle) % (1u << 27); };
+    for (int i = 0; i < 150; ++i) {
+        EXPECT_NE(placeOf(Event().Get()), placeOf(closed)) << "a place is used again as late as can be";
+    }
+#endif
     EXPECT_EQ(ErrorOf(::SetEvent(Mutex().Get())), DWORD{ERROR_INVALID_HANDLE}) << "an open handle of another kind";
     EXPECT_TRUE(::SetEvent(WithLowBits(set.Get()))) << "these do not count";
 
     const UniqueHandle section = Section(nullptr);
     EXPECT_EQ(ErrorOf(Wait(section) + 1), DWORD{ERROR_ACCESS_DENIED}) << "a section cannot be waited for";
-    const struct {
-        HANDLE handles[2];
-        DWORD error; // of the first that cannot be waited for
-    } pairs[] = {{{set.Get(), section.Get()}, ERROR_ACCESS_DENIED},
-                 {{section.Get(), closed}, ERROR_ACCESS_DENIED},
-                 {{closed, section.Get()}, ERROR_INVALID_HANDLE}};
-    for (const auto& pair : pairs) {
-        EXPECT_EQ(ErrorOf(WaitAny(pair.handles) + 1), pair.error) << &pair - pairs;
-    }
+    const auto errorOfBoth = [](HANDLE first, HANDLE second) {
+        const HANDLE both[] = {first, second};
+        return ErrorOf(WaitAny(both) + 1);
+    };
+    EXPECT_EQ(errorOfBoth(section.Get(), closed), DWORD{ERROR_ACCESS_DENIED}) << "the first one decides";
+    EXPECT_EQ(errorOfBoth(closed, section.Get()), DWORD{ERROR_INVALID_HANDLE});
 }
-
-#ifndef _WIN32
-/// So that it takes as long as can be until a closed handle is another object's.
-TEST_F(WaitingTest, APlaceIsUsedAgainAfterAllOthers) {
-    std::set<std::uintptr_t> places;
-    for (int i = 0; i < 200; ++i) {
-        places.insert(reinterpret_cast<std::uintptr_t>(Event().Get()) % (1u << 27));
-    }
-    EXPECT_EQ(places.size(), 200u);
-}
-#endif
 
 TEST_F(WaitingTest, ClosingAHandleLeavesItsWaitersToTheirTimeOut) {
     int waited = 0; // a late waiter finds the handle closed already
     for (int round = 0; round < 20; ++round) {
         const HANDLE event = ::CreateEventA(nullptr, FALSE, FALSE, nullptr);
+        std::atomic<bool> isAwake{false};
         std::jthread waiter([&] {
+            isAwake = true;
             const DWORD result = ::WaitForSingleObject(event, 40);
             EXPECT_NE(result, WAIT_OBJECT_0);
             waited += result == WAIT_TIMEOUT;
         });
+        while (!isAwake) {
+            ::Sleep(1);
+        }
         ::Sleep(10);
         ::CloseHandle(event);
         const UniqueHandle next = Event();
@@ -368,8 +285,9 @@ TEST_F(WaitingTest, AMutexThatIsClosedWhileItIsTakenHarmsNobody) {
     EXPECT_EQ(harmed, 0);
 }
 
-/// Two threads hand tokens to three others through a semaphore and an event each, and sleep until they are told that
-/// the event was taken; none may be lost or taken twice.
+/// Two threads hand tokens to others through a semaphore and an event each, and sleep until they are told that the
+/// event was taken; none may be lost or taken twice. Those who take are suspended all the while, wherever they are:
+/// they hold nothing then that the calls of others need.
 TEST_F(WaitingTest, NothingIsLostOrTakenTwiceUnderLoad) {
     constexpr int kRounds = 3000;
     for (const char* name : kUnnamedAndNamed) {
@@ -387,18 +305,38 @@ TEST_F(WaitingTest, NothingIsLostOrTakenTwiceUnderLoad) {
                 EXPECT_EQ(Wait(answers[which], INFINITE), WAIT_OBJECT_0);
             }
         };
-        const auto take = [&] {
+        const auto count = [&](DWORD got) {
+            EXPECT_EQ(Wait(mutex, INFINITE), WAIT_OBJECT_0);
+            ++taken[got];
+            EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
+            EXPECT_TRUE(got == 2 || ::SetEvent(answers[got].Get()));
+        };
+        std::function<DWORD()> take = [&]() -> DWORD {
             for (DWORD got; (got = WaitAny(any, INFINITE)) < 3;) {
-                EXPECT_EQ(Wait(mutex, INFINITE), WAIT_OBJECT_0);
-                ++taken[got];
-                EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
-                EXPECT_TRUE(got == 2 || ::SetEvent(answers[got].Get()));
+                count(got);
             }
+            return 0;
         };
         {
-            const std::jthread takers[] = {std::jthread(take), std::jthread(take), std::jthread(take)};
-            { const std::jthread givers[] = {std::jthread(give, 0), std::jthread(give, 1)}; }
+            const UniqueHandle takers[] = {Start(take), Start(take), Start(take)};
+            std::vector<std::jthread> givers;
+            givers.emplace_back(give, 0);
+            givers.emplace_back(give, 1);
+            for (int i = 0; i < 500; ++i) {
+                const UniqueHandle& suspended = takers[i % 3];
+                EXPECT_EQ(::SuspendThread(suspended.Get()), 0u);
+                EXPECT_TRUE(Wait(mutex) == kTimeout || ::ReleaseMutex(mutex.Get()));
+                const DWORD got = Event() ? WaitAny(any) : kTimeout;
+                EXPECT_EQ(::ResumeThread(suspended.Get()), 1u);
+                if (got != kTimeout) {
+                    count(got);
+                }
+            }
+            givers.clear();
             ::SetEvent(isOver.Get());
+            for (const UniqueHandle& taker : takers) {
+                EXPECT_EQ(Wait(taker, INFINITE), WAIT_OBJECT_0);
+            }
         }
         EXPECT_TRUE(taken[0] == kRounds && taken[1] == kRounds && taken[2] == 2 * kRounds)
             << testing::PrintToString(taken);
