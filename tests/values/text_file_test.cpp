@@ -68,7 +68,7 @@ TEST_F(TextFile, TellsUnicodeByItsMarkAndStaysWhereItIs) {
 TEST_F(TextFile, IsOpenedOnce) {
     const gaizior::test::Watchdog watchdog;
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
-    const std::jthread writer([this] { EXPECT_EQ(std::fputs("a short\nwriter", Open("w", nullptr).get()), 1); });
+    const std::jthread writer([this] { EXPECT_GE(std::fputs("a short\nwriter", Open("w", nullptr).get()), 0); });
     int isUnicode = -7;
     const File file = Open("r", &isUnicode);
     char line[16] = "";
