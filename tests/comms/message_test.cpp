@@ -1,7 +1,7 @@
 #include "gaizior/comms/message.h"
 
-#include "tests/comms/log_capture.h"
 #include "tests/support/allocation_failure.h"
+#include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +14,7 @@ namespace {
 
 using enum ZRErrors::ZRErrorT;
 using ZRErrors::ZRErrorT;
+using namespace std::string_literals;
 
 /// Opens what derived classes may use.
 class Message : public ZRCommMsgC {
@@ -26,9 +27,9 @@ public:
 
 class MessageTest : public ::testing::Test {
 protected:
-    static std::string Written(const Message& message, int noTerminator = 1) {
+    static std::string Written(const Message& message, int noTerminator = 1, ZRErrorT error = e_General_NoError) {
         std::ostringstream stream;
-        EXPECT_EQ(message.ToString(stream, noTerminator), e_General_NoError);
+        EXPECT_EQ(message.ToString(stream, noTerminator), error);
         return stream.str();
     }
     ZRErrorT Read(const std::string& text) {
@@ -40,17 +41,20 @@ protected:
     Message message;
 };
 
-TEST_F(MessageTest, IsWrittenAsOneElementInHexadecimal) {
-    message.m_Type = 3;
+/// Decisions of this system: types and references are written in hexadecimal and read in decimal, and ">" is the name
+/// of its own entity.
+TEST_F(MessageTest, IsWrittenInHexadecimalAndReadInPartsOtherwise) {
+    message.m_Type = 0x12;
     message.m_Code = 26;
     message.m_ID = 65535;
     message.m_Val = -1;
-    message.SetMessageString("a\"b&c<d>e\t\x1b\xe9");
-    EXPECT_EQ(Written(message, 0),
-              std::string("<ZRCommMsgC m_Type=\"3\" m_Code=\"1a\" m_ID=\"ffff\" m_Val=\"ffffffff\" "
-                          "m_pString=\"a&quot;b&amp;c&lt;d&gt;e&#9;&#1b;&#ffffffe9;\" "
-                          "m_pQualifier=\"\" />") +
-                  '\0');
+    message.SetMessageString("a\"b&c<d\x1b\t>\xe9");
+    EXPECT_EQ(Written(message, 0), "<ZRCommMsgC m_Type=\"12\" m_Code=\"1a\" m_ID=\"ffff\" m_Val=\"ffffffff\" "
+                                   "m_pString=\"a&quot;b&amp;c&lt;d&#1b;&#9;&gt;&#ffffffe9;\" m_pQualifier=\"\" />\0"s);
+    EXPECT_EQ(Read(Written(message)), e_Xml_ReadFailed) << "&#1b; is no decimal number";
+    EXPECT_EQ(message.m_Type, 12);
+    EXPECT_EQ(Read("<ZRCommMsgC m_pString=\"&>;&#65;&#321;\" />"), e_General_NoError);
+    EXPECT_STREQ(message.GetMessageString(), ">AA");
 }
 
 TEST_F(MessageTest, ComesBackFromItsElement) {
@@ -66,19 +70,37 @@ TEST_F(MessageTest, ComesBackFromItsElement) {
     stream >> back;
     EXPECT_EQ(Written(back), Written(message));
     std::string tail;
-    stream >> tail;
+    EXPECT_TRUE(stream >> tail && !(stream >> back));
     EXPECT_EQ(tail, "11tail") << "the stream is left in hexadecimal, and nothing beyond the element is read";
-    EXPECT_FALSE(stream >> back);
+}
+
+TEST_F(MessageTest, EndsALoopWithTheStreamInEitherForm) {
+    const struct {
+        int format, messages;
+        const char* text;
+    } cases[] = {{1, 2, " <ZRCommMsgC /> <ZRCommMsgC />\n"}, {0, 1, "1;2;3;4;;"}, {0, 0, ""}, {1, 0, ""}};
+    for (const auto& given : cases) {
+        message.SetFormat(given.format);
+        std::istringstream stream(given.text);
+        int messages = 0;
+        while (messages < 9 && stream >> message) {
+            ++messages;
+        }
+        EXPECT_EQ(messages, given.messages) << given.text;
+        EXPECT_EQ(stream.rdstate(), std::ios_base::eofbit | std::ios_base::failbit);
+    }
+    EXPECT_EQ(lines.Take(), "") << "the end is no failure";
 }
 
 TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
+    message.m_ID = 5;
     const std::string ended = "unexpected object termination while ";
     const struct {
         const char* text;
         ZRErrorT error;
         std::string logged;
     } cases[] = {
-        {"< ZRCommMsgC\r\n m_Val = \"10000001f\" m_Code=\"1a\" m_ID=\"zz\" />", e_General_NoError, ""},
+        {"< ZRCommMsgC\r\n m_Val = \"10000001f\" m_Code=\"1a\" m_ID=\"0x\" />", e_General_NoError, ""},
         {"<ZRCommMsgC />", e_General_NoError, ""},
         {"", e_Xml_ReadFailed, ended + "reading object name: "},
         {"<ZRComm/>", e_Xml_ReadFailed, ended + "reading object name: ZRComm"},
@@ -101,32 +123,22 @@ TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
     EXPECT_EQ(Read("<ZRCommMsgC m_Nothing=\"1\" />"), e_Arguments_Bad);
     EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::StoreParameter(): Invalid parameter:m_Nothing = 1\n");
     EXPECT_EQ(message.m_Code, 26);
+    EXPECT_EQ(message.m_ID, 5) << "no number: as it was";
     EXPECT_EQ(message.m_Val, 31) << "of 33 bits the low 32, as on Windows";
-}
-
-/// Decisions of this system: types and references are written in hexadecimal and read in decimal, and ">" is the name
-/// of its own entity.
-TEST_F(MessageTest, ReadsSomeThingsOtherwiseThanItWritesThem) {
-    message.m_Type = 0x12;
-    message.SetMessageString("\x1b");
-    EXPECT_EQ(Read(Written(message)), e_Xml_ReadFailed) << "&#1b; is no decimal number";
-    EXPECT_EQ(message.m_Type, 12);
-    EXPECT_EQ(Read("<ZRCommMsgC m_pString=\"&>;&#65;&#321;\" />"), e_General_NoError);
-    EXPECT_STREQ(message.GetMessageString(), ">AA");
 }
 
 TEST_F(MessageTest, ReadsThePacketFormButWritesNothingOfIt) {
     EXPECT_EQ(message.SetFormat(0), 1);
     EXPECT_EQ(Read("3;17;2;-1;START;a;b"), e_General_NoError);
-    EXPECT_EQ(message.m_Type + message.m_Code + message.m_ID + message.m_Val, 21);
-    EXPECT_STREQ(message.GetMessageString(), "START");
-    EXPECT_STREQ(message.GetQualifierString(), "a;b");
     EXPECT_EQ(Written(message), "");
+    message.SetFormat(1);
+    EXPECT_EQ(Written(message), "<ZRCommMsgC m_Type=\"3\" m_Code=\"11\" m_ID=\"2\" m_Val=\"ffffffff\" "
+                                "m_pString=\"START\" m_pQualifier=\"a;b\" />");
+    message.SetFormat(0);
     EXPECT_EQ(Read("1;2;3;4;;" + std::string(1100, 'x')), e_Buffer_TooSmall);
     EXPECT_EQ(message.GetMessageString(), nullptr);
     message.SetMessageString(std::string(300, 'x').c_str());
-    std::ostringstream stream;
-    EXPECT_EQ(message.ToString(stream, 1), e_Buffer_Overflowed);
+    EXPECT_EQ(Written(message, 1, e_Buffer_Overflowed), "");
 }
 
 TEST_F(MessageTest, OwnsItsTextsAndSharesThemWithItsCopies) {
@@ -164,9 +176,8 @@ TEST_F(MessageTest, LogsWhatItCannotCopyOrWrite) {
     }
     EXPECT_EQ(failures, 2) << "each text is allocated once";
     EXPECT_STREQ(message.GetQualifierString(), "qualifier");
-    std::ostringstream full;
-    full.setstate(std::ios_base::badbit);
-    EXPECT_EQ(message.ToString(full, 1), e_Xml_WriteFailed);
+    std::ostream nowhere(nullptr);
+    EXPECT_EQ(message.ToString(nowhere, 1), e_Xml_WriteFailed);
     EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::ToString(): Failed to write XML object: 33666\n");
 }
 

@@ -22,16 +22,15 @@ TEST(ErrorRecord, KeepsTheTailOfALongTextAndNothingBeyondItsBytes) {
         expected.append(kept).append(32 - kept.size(), '\0').append("\xEE");
         EXPECT_EQ(std::string(bytes, std::end(bytes)), expected);
     }
+    ZRErrors::ZRErrorRecordT own{{}, {}, 0, 0, "its own text"};
+    ZRFillError(&own, ZRErrors::e_Buffer_TooSmall, 0, own.m_szText + 4, 0);
+    EXPECT_STREQ(own.m_szText, "own text");
     EXPECT_EQ(ZRFillError(nullptr, ZRErrors::e_Buffer_TooSmall, 0, "x", 0), 124u);
 }
 
 TEST(Exception, CarriesItsCode) {
-    try {
-        throw ZRExceptionC(ZRErrors::e_Command_TimedOut);
-    } catch (const ZRExceptionC& exception) {
-        const ZRErrors::ZRErrorT code = exception;
-        EXPECT_EQ(code, 0x7DDu);
-    }
+    const ZRErrors::ZRErrorT code = ZRExceptionC(ZRErrors::e_Command_TimedOut);
+    EXPECT_EQ(code, 0x7DDu);
 }
 
 } // namespace

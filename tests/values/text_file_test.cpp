@@ -1,6 +1,7 @@
 #include "gaizior/values/text_file.h"
 
 #include "tests/support/scratch.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,9 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
+
+#include <sys/stat.h>
 
 using namespace std::string_literals;
 
@@ -25,10 +29,10 @@ protected:
         std::ofstream(m_path, std::ios::binary) << bytes;
     }
     /// The lines of a file of these bytes as FGets gives them with a buffer of `size`, each ended by '|'.
-    std::string Lines(std::string_view bytes, unsigned size) {
+    std::string Lines(std::string_view bytes, unsigned size, const char* mode = "rb") {
         int isUnicode = -7;
         Write(bytes);
-        const File file = Open("rb", &isUnicode);
+        const File file = Open(mode, &isUnicode);
         std::string lines;
         for (std::string buffer(size, '#'); FGets(buffer.data(), size, file.get(), isUnicode);) {
             lines += buffer.c_str() + "|"s;
@@ -59,6 +63,21 @@ TEST_F(TextFile, TellsUnicodeByItsMarkAndStaysWhereItIs) {
     EXPECT_EQ(FileIsUnicode(nullptr), 0);
 }
 
+#ifndef _WIN32 // There pipes have no place among the files.
+
+TEST_F(TextFile, IsOpenedOnce) {
+    const gaizior::test::Watchdog watchdog;
+    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    const std::jthread writer([this] { EXPECT_GE(std::fputs("a short\nwriter", Open("w", nullptr).get()), 0); });
+    int isUnicode = -7;
+    const File file = Open("r", &isUnicode);
+    char line[16] = "";
+    EXPECT_STREQ(FGets(line, sizeof line, file.get(), isUnicode), "a short");
+    EXPECT_STREQ(FGets(line, sizeof line, file.get(), isUnicode), "writer");
+}
+
+#endif
+
 TEST_F(TextFile, OpensUnderEitherSeparatorOrNotAtAll) {
     int isUnicode = -7;
     Write("x");
@@ -76,10 +95,10 @@ TEST_F(TextFile, GivesLineAfterLine) {
     EXPECT_EQ(Lines("abc\r\n\nlast", 64), "abc\r||last|");
     EXPECT_EQ(Lines("abc\r\n\nlast", 4), "abc|\r||las|t|");
     const std::string unicode =
-        "\xFF\xFE" + "a\0b\0\xE9\0\r\0\n\0"s + "\n\0"s + "\xAC\x20"s + "\0\x01"s + "\x0A\x0D"s + "z"s;
-    EXPECT_EQ(Lines(unicode, 64), "ab\xE9\r||???|")
-        << "units that are no byte, one of them half a line feed, and half a unit";
-    EXPECT_EQ(Lines(unicode, 4), "ab\xE9|\r||???|");
+        "\xFF\xFE" + "a\0b\0\xE9\0\r\0\n\0"s + "\n\0"s + "\xAC\x20"s + "\0\x01"s + "\x0D\x0A"s + "\x1A\0z"s;
+    EXPECT_EQ(Lines(unicode, 64, "r"), "ab\xE9\r||???\x1A|")
+        << "units that are no byte, one of them a line end's bytes, and half a unit";
+    EXPECT_EQ(Lines(unicode, 4), "ab\xE9|\r||???|\x1A|");
     char untouched = '#';
     EXPECT_TRUE(!FGets(&untouched, 1, nullptr, 1) && !FGets(&untouched, 0, stdin, 1) && !FGets(nullptr, 9, stdin, 0));
     EXPECT_EQ(untouched, '#');
