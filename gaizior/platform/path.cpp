@@ -9,10 +9,12 @@ namespace {
 #ifdef _WIN32
 constexpr char kSeparator = '\\';
 constexpr char kForeignSeparator = '/';
+constexpr std::string_view kEndsOfFolders = "\\:";
 constexpr char kNotInherited = 'N';
 #else
 constexpr char kSeparator = '/';
 constexpr char kForeignSeparator = '\\';
+constexpr std::string_view kEndsOfFolders = "/";
 constexpr char kNotInherited = 'e';
 #endif
 
@@ -21,6 +23,18 @@ constexpr char kNotInherited = 'e';
 std::string ToSystemPath(std::string_view path) {
     std::string result(path);
     std::ranges::replace(result, kForeignSeparator, kSeparator);
+    return result;
+}
+
+std::string_view FolderOf(std::string_view path) {
+    return path.substr(0, path.find_last_of(kEndsOfFolders) + 1);
+}
+
+std::string WithSeparator(std::string_view folder) {
+    std::string result(folder);
+    if (FolderOf(folder).size() < folder.size()) {
+        result += kSeparator;
+    }
     return result;
 }
 
