@@ -11,9 +11,10 @@ namespace gaizior {
 /// Saves a file or not at all: what is written goes to a temporary file beside the old one, and Commit puts it in its
 /// place. At every moment, and after any failure or a kill, the old file or the new one is there, whole. The new file
 /// keeps the old one's permissions, owner, hidden attribute and symbolic link, else it is not saved (5); other names of
-/// the old file (hard links) and its access lists do not follow. On Windows a file that anybody has open cannot be
-/// replaced (5). A killed process leaves its temporary file, ".gaizior-(process)-(number).tmp".
-/// The first failure is remembered: it removes the temporary file, and all that follows fails with the same error.
+/// the old file (hard links) and its access lists do not follow. On Windows a file that anybody keeps open for longer
+/// than a tenth of a second cannot be replaced (5). A killed process leaves its temporary file,
+/// ".gaizior-(process)-(number).tmp". The first failure is remembered: it removes the temporary file, and all that
+/// follows fails with the same error.
 class FileReplacement {
 public:
     FileReplacement() = default;

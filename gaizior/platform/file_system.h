@@ -48,4 +48,8 @@ bool Rename(const std::string& from, const std::string& to, bool mayReplace);
 /// Makes a rename in the target's folder survive a loss of power.
 bool FlushFolder(const Target& target);
 
+/// Takes the lock that all files of the folder share in which `path` leads to one; ERROR_TIMEOUT when others keep it.
+FileHandle Lock(const std::string& path, DWORD milliseconds);
+void Unlock(const FileHandle& lock);
+
 } // namespace gaizior::file_system

@@ -1,17 +1,22 @@
 // Files: saved whole or not at all, whichever call fails. Runs on both systems; Windows decides.
 
 #include "gaizior/platform/file_call.h"
+#include "gaizior/platform/file_lock.h"
 #include "gaizior/platform/file_replacement.h"
 #include "gaizior/platform/files.h"
 #include "tests/support/scratch.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <iterator>
 #include <string>
+#include <thread>
+#include <vector>
 
 #ifndef _WIN32
 #include <sys/resource.h>
@@ -199,6 +204,36 @@ TEST_F(FilesTest, AreMadeInTheCurrentFolderToo) {
     fs::current_path(before);
     EXPECT_EQ(fs::path(inside).filename(), "inner");
     EXPECT_EQ(Contents("inner/bare"), "text");
+}
+
+TEST_F(FilesTest, OfOneFolderAreLockedForOneAtATime) {
+    const Watchdog watchdog;
+    constexpr unsigned kThreads = 4, kRounds = 10;
+    Put("file", "");
+    const auto addLetters = [this] {
+        for (unsigned i = 0; i < kRounds; ++i) {
+            FileLock lock;
+            std::string contents;
+            EXPECT_TRUE(lock.Acquire(m_file.c_str(), INFINITE) && ReadWholeFile(m_file.c_str(), contents, 1000));
+            EXPECT_TRUE(SaveFile(m_file.c_str(), contents + 'x')) << ::GetLastError();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned i = 0; i < kThreads; ++i) {
+        threads.emplace_back(addLetters);
+    }
+    std::ranges::for_each(threads, &std::thread::join);
+    EXPECT_EQ(Contents("file"), std::string(kThreads * kRounds, 'x'));
+    const auto errorOf = [this](const char* name, DWORD milliseconds) {
+        FileLock lock;
+        return lock.Acquire(Path(name).c_str(), milliseconds) ? NO_ERROR : ::GetLastError();
+    };
+    FileLock lock;
+    ASSERT_TRUE(lock.Acquire(Path("not yet there").c_str(), 0));
+    std::thread([&] { EXPECT_EQ(errorOf("file", 20), DWORD{ERROR_TIMEOUT}); }).join();
+    lock.Release();
+    std::thread([&] { EXPECT_EQ(errorOf("file", 0), DWORD{NO_ERROR}); }).join();
+    EXPECT_EQ(errorOf("astray/file", 0), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
 #ifndef _WIN32

@@ -1,7 +1,12 @@
 #include "gaizior/platform/file_system.h"
 
+#include "gaizior/platform/path.h"
+#include "gaizior/platform/timing.h"
+
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <utility>
 
 #include <direct.h>
 
@@ -10,6 +15,9 @@ namespace {
 
 constexpr DWORD kLargestPart = 1u << 30;
 constexpr std::size_t kLongestPath = 32768;
+// Who reads a file has it open for a moment, in which it cannot be replaced: a tenth of a second is waited for that.
+constexpr int kRenames = 20;
+constexpr DWORD kPause = 5;
 
 FileHandle Open(const std::string& path, DWORD access, DWORD disposition, DWORD flags = FILE_ATTRIBUTE_NORMAL) {
     const HANDLE handle = ::CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -41,6 +49,22 @@ bool GetBasicInformation(const FileHandle& file, FILE_BASIC_INFO& information) {
 /// What is 0 in it stays as it is.
 bool SetBasicInformation(const FileHandle& file, FILE_BASIC_INFO information) {
     return ::SetFileInformationByHandle(file.Get(), FileBasicInfo, &information, sizeof(information)) != FALSE;
+}
+
+/// Finds out which file `path` leads to, and opens it when there is one.
+bool Resolve(const std::string& path, DWORD access, Target& target) {
+    target.path = path;
+    target.file = Open(path, access, OPEN_EXISTING);
+    if (!target.file) {
+        return ::GetLastError() == ERROR_FILE_NOT_FOUND;
+    }
+    std::string resolved(kLongestPath, '\0');
+    const DWORD length = ::GetFinalPathNameByHandleA(target.file.Get(), resolved.data(), kLongestPath, 0);
+    if (length == 0 || length >= kLongestPath) {
+        return false;
+    }
+    target.path.assign(resolved, 0, length);
+    return true;
 }
 
 } // namespace
@@ -137,18 +161,7 @@ bool GetCurrentFolder(std::string& path) {
 }
 
 bool FindTarget(const std::string& path, Target& target) {
-    target.path = path;
-    target.file = Open(path, GENERIC_WRITE | FILE_READ_ATTRIBUTES, OPEN_EXISTING);
-    if (!target.file) {
-        return ::GetLastError() == ERROR_FILE_NOT_FOUND;
-    }
-    std::string resolved(kLongestPath, '\0');
-    const DWORD length = ::GetFinalPathNameByHandleA(target.file.Get(), resolved.data(), kLongestPath, 0);
-    if (length == 0 || length >= kLongestPath) {
-        return false;
-    }
-    target.path.assign(resolved, 0, length);
-    return true;
+    return Resolve(path, GENERIC_WRITE | FILE_READ_ATTRIBUTES, target);
 }
 
 bool KeepIdentity(const FileHandle& file, const FileHandle& old) {
@@ -177,17 +190,47 @@ bool TakeAfter(const FileHandle& copy, const FileHandle& source, bool withPermis
 
 bool Rename(const std::string& from, const std::string& to, bool mayReplace) {
     const DWORD flags = MOVEFILE_WRITE_THROUGH | (mayReplace ? MOVEFILE_REPLACE_EXISTING : 0u);
-    if (::MoveFileExA(from.c_str(), to.c_str(), flags)) {
-        return true;
+    for (int i = 0; !::MoveFileExA(from.c_str(), to.c_str(), flags); ++i) {
+        if (::GetLastError() == ERROR_ALREADY_EXISTS) {
+            ::SetLastError(ERROR_FILE_EXISTS);
+        }
+        const bool isOpen = ::GetLastError() == ERROR_ACCESS_DENIED || ::GetLastError() == ERROR_SHARING_VIOLATION;
+        if (!isOpen || i == kRenames) {
+            return false;
+        }
+        SleepFor(kPause);
     }
-    if (::GetLastError() == ERROR_ALREADY_EXISTS) {
-        ::SetLastError(ERROR_FILE_EXISTS);
-    }
-    return false;
+    return true;
 }
 
 bool FlushFolder(const Target& /*target*/) {
     return true; // the rename was written through
+}
+
+FileHandle Lock(const std::string& path, DWORD milliseconds) {
+    Target target;
+    FileStatus status{};
+    if (!Resolve(path, FILE_READ_ATTRIBUTES, target)) {
+        return {};
+    }
+    target.file = FileHandle(); // the holder of the lock may want to replace it
+    const std::string folder(FolderOf(target.path));
+    if (!Query(folder.empty() ? "." : folder, status)) {
+        return {};
+    }
+    // Another number for another folder, mostly: two that have the same one only wait for each other.
+    std::array<char, 64> name{};
+    std::snprintf(name.data(), name.size(), "Global\\gaizior-folder-%llx-%llx", status.device, status.id);
+    UniqueHandle mutex(::CreateMutexA(nullptr, FALSE, name.data()));
+    const DWORD waited = mutex ? WaitFor(mutex.Get(), milliseconds) : WAIT_FAILED;
+    if (waited == WAIT_TIMEOUT) {
+        ::SetLastError(ERROR_TIMEOUT);
+    }
+    return waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED ? std::move(mutex) : UniqueHandle();
+}
+
+void Unlock(const FileHandle& lock) {
+    ::ReleaseMutex(lock.Get());
 }
 
 } // namespace gaizior::file_system

@@ -3,12 +3,15 @@
 #include "gaizior/platform/linux/files/path_error.h"
 #include "gaizior/platform/linux/files/retry.h"
 #include "gaizior/platform/path.h"
+#include "gaizior/platform/timing.h"
 
 #include <array>
 #include <climits>
+#include <utility>
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,7 +24,8 @@ using platform::FailErrno;
 using platform::FailPath;
 using platform::Retry;
 
-constexpr int kMostLinks = 40; // as many as the kernel follows
+constexpr DWORD kPause = 2;           // ms between two looks at a lock
+constexpr int kMostLinks = 40;        // as many as the kernel follows
 constexpr mode_t kPermissions = 0777; // as after a write, which drops the special rights
 
 /// Where the links lead, also when the last one leads to nothing. @returns false, with errno set, for too many of them.
@@ -39,6 +43,17 @@ bool FollowLinks(std::string& path) {
     return false;
 }
 
+/// Finds out which file `path` leads to, and opens its folder.
+bool Resolve(const std::string& path, Target& target) {
+    target.path = path;
+    if (!FollowLinks(target.path)) {
+        return FailErrno();
+    }
+    const std::string folder = FolderOf(target.path).empty() ? "./" : std::string(FolderOf(target.path));
+    target.folder = FileHandle(Retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    return target.folder || Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : platform::ErrorOfErrno(errno));
+}
+
 bool IsRegular(const FileHandle& file) {
     struct stat status {};
     return ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode);
@@ -47,14 +62,8 @@ bool IsRegular(const FileHandle& file) {
 } // namespace
 
 bool FindTarget(const std::string& path, Target& target) {
-    target.path = path;
-    if (!FollowLinks(target.path)) {
-        return FailErrno();
-    }
-    const std::string folder = FolderOf(target.path).empty() ? "./" : std::string(FolderOf(target.path));
-    target.folder = FileHandle(Retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (!target.folder) {
-        return Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : platform::ErrorOfErrno(errno));
+    if (!Resolve(path, target)) {
+        return false;
     }
     target.file = FileHandle(
         Retry([&] { return ::open(target.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW); }));
@@ -103,6 +112,30 @@ bool Rename(const std::string& from, const std::string& to, bool mayReplace) {
 bool FlushFolder(const Target& target) {
     // Some file systems know no such thing (EINVAL).
     return Retry([&] { return ::fsync(target.folder.Get()); }) == 0 || errno == EINVAL || FailErrno();
+}
+
+FileHandle Lock(const std::string& path, DWORD milliseconds) {
+    Target target;
+    if (!Resolve(path, target)) {
+        return {};
+    }
+    const ULONGLONG start = TickCount();
+    while (::flock(target.folder.Get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) {
+            FailErrno();
+            return {};
+        }
+        if (milliseconds != INFINITE && TickCount() - start >= milliseconds) {
+            Fail(ERROR_TIMEOUT);
+            return {};
+        }
+        SleepFor(kPause);
+    }
+    return std::move(target.folder);
+}
+
+void Unlock(const FileHandle& lock) {
+    ::flock(lock.Get(), LOCK_UN); // also for a forked child that still has it
 }
 
 } // namespace gaizior::file_system
