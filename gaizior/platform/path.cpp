@@ -16,6 +16,7 @@ namespace {
 #ifdef _WIN32
 constexpr char kSeparator = '\\';
 constexpr char kForeignSeparator = '/';
+constexpr std::string_view kEndsOfFolders = "\\:";
 constexpr char kNotInherited = 'N';
 using FileStatus = struct _stat64;
 
@@ -25,6 +26,7 @@ bool GetStatus(std::FILE* file, FileStatus& status) {
 #else
 constexpr char kSeparator = '/';
 constexpr char kForeignSeparator = '\\';
+constexpr std::string_view kEndsOfFolders = "/";
 constexpr char kNotInherited = 'e';
 using FileStatus = struct stat;
 
@@ -38,6 +40,18 @@ bool GetStatus(std::FILE* file, FileStatus& status) {
 std::string ToSystemPath(std::string_view path) {
     std::string result(path);
     std::ranges::replace(result, kForeignSeparator, kSeparator);
+    return result;
+}
+
+std::string_view FolderOf(std::string_view path) {
+    return path.substr(0, path.find_last_of(kEndsOfFolders) + 1);
+}
+
+std::string WithSeparator(std::string_view folder) {
+    std::string result(folder);
+    if (FolderOf(folder).size() < folder.size()) {
+        result += kSeparator;
+    }
     return result;
 }
 

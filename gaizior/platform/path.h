@@ -9,6 +9,12 @@ namespace gaizior {
 /// The path as the system wants it: on both systems paths may separate with backslashes or slashes. Any thread.
 std::string ToSystemPath(std::string_view path);
 
+/// The folder that a system path names its file in, with the separator at its end; empty for a bare name. Any thread.
+std::string_view FolderOf(std::string_view path);
+
+/// A path with a separator at its end, so that a name can be appended; an empty one stays empty. Any thread.
+std::string WithSeparator(std::string_view folder);
+
 /// Opens a file as the C library does, under its system path and out of reach of child processes. Any thread.
 /// @param mode as for fopen; 'b' among its letters keeps line ends as they are.
 /// @returns null with errno set when that fails, or when `path` or `mode` is null or empty; else the caller's to close.

@@ -1,40 +1,81 @@
 #include "gaizior/platform/crash_point.h"
+#include "gaizior/platform/file_call.h"
 #include "gaizior/platform/timing.h"
 
 #ifdef GAIZIOR_SEAMS
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 
 namespace gaizior {
 namespace {
 
-std::atomic<unsigned> g_timeDivisor{1};
 std::atomic<unsigned> g_passesToCrash{0};
-std::mutex g_clockLock;
-std::optional<SYSTEMTIME> g_localTime;
+std::atomic<unsigned> g_fileCallsToFailure{0};
+std::atomic<DWORD> g_fileError{NO_ERROR};
+std::atomic<bool> g_hasFileCallFailed{false};
+
+std::atomic<unsigned> g_timeDivisor{1};
+
+struct StoppedClock {
+    SYSTEMTIME local;
+    int minutesEast;
+};
+
+std::mutex g_clockLock;        // guards all below, and who sets the divisor
+ULONGLONG g_tickAtDivisor = 0; // the real one when the divisor was set
+ULONGLONG g_ticksUpToThere = 0;
+std::optional<StoppedClock> g_stoppedClock;
+
+ULONGLONG FastTickCount() {
+    const ULONGLONG real = ::GetTickCount64();
+    return g_tickAtDivisor == 0 ? real : g_ticksUpToThere + (real - g_tickAtDivisor) * g_timeDivisor;
+}
+
+void RestartTicks(unsigned divisor, ULONGLONG ahead) {
+    g_ticksUpToThere = FastTickCount() + ahead;
+    g_tickAtDivisor = ::GetTickCount64();
+    g_timeDivisor = divisor;
+}
 
 } // namespace
 
 namespace seams {
 
 void SetTimeDivisor(unsigned divisor) {
-    g_timeDivisor = std::max(divisor, 1u);
+    const std::lock_guard lock(g_clockLock);
+    RestartTicks(std::max(divisor, 1u), 0);
 }
 
-void SetLocalTime(const SYSTEMTIME* time) {
+void SetLocalTime(const SYSTEMTIME* time, int minutesEast) {
     const std::lock_guard lock(g_clockLock);
-    g_localTime = time ? std::optional(*time) : std::nullopt;
+    g_stoppedClock = time ? std::optional(StoppedClock{*time, minutesEast}) : std::nullopt;
+}
+
+void AdvanceTicks(ULONGLONG milliseconds) {
+    const std::lock_guard lock(g_clockLock);
+    RestartTicks(g_timeDivisor, milliseconds);
+}
+
+DWORD Shortened(DWORD milliseconds) {
+    return milliseconds == INFINITE ? INFINITE : milliseconds / g_timeDivisor.load();
 }
 
 void CrashAfter(unsigned passes) {
     g_passesToCrash = passes;
 }
 
-DWORD Shortened(DWORD milliseconds) {
-    return milliseconds == INFINITE ? INFINITE : milliseconds / g_timeDivisor.load();
+void FailFileCall(unsigned number, DWORD error) {
+    g_hasFileCallFailed = false;
+    g_fileError = error;
+    g_fileCallsToFailure = number;
+}
+
+bool HasFileCallFailed() {
+    return g_hasFileCallFailed;
 }
 
 } // namespace seams
@@ -47,14 +88,43 @@ void CrashPoint() {
     }
 }
 
+bool FileCallPasses() {
+    if (g_fileCallsToFailure == 0 || --g_fileCallsToFailure != 0) {
+        return true;
+    }
+    g_hasFileCallFailed = true;
+    ::SetLastError(g_fileError);
+    return false;
+}
+
 SYSTEMTIME LocalNow() {
     const std::lock_guard lock(g_clockLock);
-    if (g_localTime) {
-        return *g_localTime;
-    }
     SYSTEMTIME now{};
-    ::GetLocalTime(&now);
+    if (g_stoppedClock) {
+        now = g_stoppedClock->local;
+    } else {
+        ::GetLocalTime(&now);
+    }
     return now;
+}
+
+FILETIME UtcNow() {
+    const std::lock_guard lock(g_clockLock);
+    FILETIME now{};
+    if (!g_stoppedClock) {
+        ::GetSystemTimeAsFileTime(&now);
+    } else if (::SystemTimeToFileTime(&g_stoppedClock->local, &now)) {
+        constexpr std::int64_t kTicksPerMinute = 600'000'000;
+        const auto local = static_cast<std::int64_t>(std::uint64_t{now.dwHighDateTime} << 32 | now.dwLowDateTime);
+        const auto universal = static_cast<std::uint64_t>(local - g_stoppedClock->minutesEast * kTicksPerMinute);
+        now = {static_cast<DWORD>(universal), static_cast<DWORD>(universal >> 32)};
+    }
+    return now;
+}
+
+ULONGLONG TickCount() {
+    const std::lock_guard lock(g_clockLock);
+    return FastTickCount();
 }
 
 } // namespace gaizior

@@ -2,8 +2,8 @@
 
 #include "gaizior/platform/windows_api.h"
 
-/// Where the library lets time pass. In the build for tests (GAIZIOR_SEAMS) time can be made to run faster and the
-/// local clock be set; in the one that ships these are the system's calls and nothing else.
+/// Where the library lets time pass and reads it. In the build for tests (GAIZIOR_SEAMS) time can be made to run faster
+/// and the clocks be set; in the one that ships these are the system's calls and nothing else.
 namespace gaizior {
 
 /// Time-outs are unsigned milliseconds. Where `unsigned long` has 64 bits, everything from 0xFFFFFFFF up waits for
@@ -16,18 +16,27 @@ constexpr DWORD ToTimeout(unsigned long long milliseconds) {
 
 namespace seams {
 
-/// Divides every wait and sleep of the library by `divisor` (1 or more). Any thread.
+/// Divides every wait and sleep of the library by `divisor` (1 or more); as many times faster runs TickCount. Any
+/// thread.
 void SetTimeDivisor(unsigned divisor);
-/// Makes LocalNow answer `time` until it is called with null. Any thread.
-void SetLocalTime(const SYSTEMTIME* time);
+/// Stops the clocks: LocalNow answers `time` until this is called with null, and Universal time is `minutesEast`
+/// minutes behind it. Any thread.
+void SetLocalTime(const SYSTEMTIME* time, int minutesEast = 0);
+/// Lets TickCount jump ahead. Any thread.
+void AdvanceTicks(ULONGLONG milliseconds);
 DWORD Shortened(DWORD milliseconds);
 
 } // namespace seams
 
 SYSTEMTIME LocalNow();
+FILETIME UtcNow();
+ULONGLONG TickCount();
 
 inline DWORD WaitFor(HANDLE handle, DWORD milliseconds) {
     return ::WaitForSingleObject(handle, seams::Shortened(milliseconds));
+}
+inline DWORD WaitForAny(DWORD count, const HANDLE* handles, DWORD milliseconds) {
+    return ::WaitForMultipleObjects(count, handles, FALSE, seams::Shortened(milliseconds));
 }
 inline void SleepFor(DWORD milliseconds) {
     ::Sleep(seams::Shortened(milliseconds));
@@ -35,13 +44,29 @@ inline void SleepFor(DWORD milliseconds) {
 
 #else
 
+/// The local clock's date and time.
 inline SYSTEMTIME LocalNow() {
     SYSTEMTIME now{};
     ::GetLocalTime(&now);
     return now;
 }
+/// Universal time; FileTimeToSystemTime makes a date of it.
+inline FILETIME UtcNow() {
+    FILETIME now{};
+    ::GetSystemTimeAsFileTime(&now);
+    return now;
+}
+/// Milliseconds on a clock that nobody sets: what time-outs are counted with.
+inline ULONGLONG TickCount() {
+    return ::GetTickCount64();
+}
+/// Waits for one object; answers as WaitForSingleObject does.
 inline DWORD WaitFor(HANDLE handle, DWORD milliseconds) {
     return ::WaitForSingleObject(handle, milliseconds);
+}
+/// Waits for any of up to 64 objects; answers as WaitForMultipleObjects does.
+inline DWORD WaitForAny(DWORD count, const HANDLE* handles, DWORD milliseconds) {
+    return ::WaitForMultipleObjects(count, handles, FALSE, milliseconds);
 }
 inline void SleepFor(DWORD milliseconds) {
     ::Sleep(milliseconds);

@@ -11,7 +11,7 @@ inline namespace gaizior_windows_api {
 GAIZIOR_API void Sleep(DWORD milliseconds);
 /// Milliseconds since the machine started, those that it was suspended included; never turns back.
 GAIZIOR_API ULONGLONG GetTickCount64();
-/// Local time in the machine's (or TZ's) zone of this moment.
+/// Local time in the machine's (or TZ's) zone; that this was changed is seen within a second.
 GAIZIOR_API void GetLocalTime(SYSTEMTIME* time);
 /// Universal time, as a date and as 100 ns since the beginning of 1601.
 GAIZIOR_API void GetSystemTime(SYSTEMTIME* time);

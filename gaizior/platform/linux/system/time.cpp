@@ -1,5 +1,7 @@
+#include "gaizior/platform/linux/system/file_time.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <ctime>
@@ -11,6 +13,8 @@
 namespace {
 
 using gaizior::platform::Fail;
+using gaizior::platform::ToFileTime;
+using gaizior::platform::ToTicks;
 
 using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>; // a FILETIME counts 100 ns
 
@@ -42,15 +46,14 @@ SYSTEMTIME ToSystemTime(Ticks sinceEpoch) {
             .wMilliseconds = ToWord(time.subseconds().count())};
 }
 
-Ticks SinceFileTimeEpoch(const timespec& time) {
-    constexpr auto kUnixEpoch = std::chrono::sys_days{} - kFileTimeEpoch;
-    return kUnixEpoch + std::chrono::seconds(time.tv_sec) +
-           std::chrono::duration_cast<Ticks>(std::chrono::nanoseconds(time.tv_nsec));
-}
-
-FILETIME ToFileTime(Ticks sinceEpoch) {
-    const auto count = static_cast<std::uint64_t>(sinceEpoch.count());
-    return {static_cast<DWORD>(count), static_cast<DWORD>(count >> 32)};
+/// Has the machine's zone read again in each second in which it is asked for: localtime_r alone would not see that it
+/// was changed, and looking at its file costs more than all else of a log line's time.
+void FollowZone(std::time_t second) {
+    static std::atomic<std::time_t> s_looked{-1};
+    std::time_t before = s_looked.load(std::memory_order_relaxed);
+    if (before != second && s_looked.compare_exchange_strong(before, second, std::memory_order_relaxed)) {
+        ::tzset();
+    }
 }
 
 } // namespace
@@ -76,7 +79,7 @@ ULONGLONG GetTickCount64() {
 
 void GetLocalTime(SYSTEMTIME* time) {
     const timespec now = Now(CLOCK_REALTIME);
-    ::tzset(); // localtime_r alone would not see that the machine's zone was changed
+    FollowZone(now.tv_sec);
     tm local{};
     ::localtime_r(&now.tv_sec, &local);
     *time = {.wYear = ToWord(local.tm_year + 1900),
@@ -90,11 +93,11 @@ void GetLocalTime(SYSTEMTIME* time) {
 }
 
 void GetSystemTime(SYSTEMTIME* time) {
-    *time = ToSystemTime(SinceFileTimeEpoch(Now(CLOCK_REALTIME)));
+    *time = ToSystemTime(Ticks(ToTicks(Now(CLOCK_REALTIME))));
 }
 
 void GetSystemTimeAsFileTime(FILETIME* time) {
-    *time = ToFileTime(SinceFileTimeEpoch(Now(CLOCK_REALTIME)));
+    *time = ToFileTime(ToTicks(Now(CLOCK_REALTIME)));
 }
 
 BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime) {
@@ -108,9 +111,10 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime) {
     if (!date.ok()) {
         return Fail(ERROR_INVALID_PARAMETER);
     }
-    *fileTime = ToFileTime(Ticks(std::chrono::sys_days(date) - kFileTimeEpoch) + std::chrono::hours(from.wHour) +
-                           std::chrono::minutes(from.wMinute) + std::chrono::seconds(from.wSecond) +
-                           std::chrono::milliseconds(from.wMilliseconds));
+    const Ticks sinceEpoch = Ticks(std::chrono::sys_days(date) - kFileTimeEpoch) + std::chrono::hours(from.wHour) +
+                             std::chrono::minutes(from.wMinute) + std::chrono::seconds(from.wSecond) +
+                             std::chrono::milliseconds(from.wMilliseconds);
+    *fileTime = ToFileTime(sinceEpoch.count());
     return TRUE;
 }
 

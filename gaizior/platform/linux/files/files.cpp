@@ -1,0 +1,146 @@
+#include "gaizior/platform/file_system.h"
+#include "gaizior/platform/linux/files/path_error.h"
+#include "gaizior/platform/linux/files/retry.h"
+#include "gaizior/platform/linux/files/size_limit.h"
+#include "gaizior/platform/linux/system/file_time.h"
+
+#include <array>
+#include <climits>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace gaizior::file_system {
+namespace {
+
+using platform::Fail;
+using platform::FailErrno;
+using platform::FailPath;
+using platform::Retry;
+
+constexpr mode_t kReadAndWrite = 0666; // less the umask
+constexpr mode_t kByUserAlone = 0600;
+
+/// Without waiting for the other end of a pipe.
+FileHandle Open(const std::string& path, int flags, mode_t mode = 0) {
+    FileHandle file(Retry([&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, mode); }));
+    if (!file) {
+        FailPath(path);
+    }
+    return file;
+}
+
+FileStatus ToStatus(const struct stat& status) {
+    return {.isFolder = S_ISDIR(status.st_mode),
+            .size = static_cast<ULONGLONG>(status.st_size),
+            .lastWrite = platform::ToFileTime(platform::ToTicks(status.st_mtim)),
+            .device = status.st_dev,
+            .id = status.st_ino};
+}
+
+} // namespace
+
+FileHandle OpenToRead(const std::string& path) {
+    FileHandle file = Open(path, O_RDONLY);
+    struct stat status {};
+    if (file && ::fstat(file.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        Fail(ERROR_ACCESS_DENIED);
+        return {};
+    }
+    return file;
+}
+
+FileHandle OpenToAppend(const std::string& path) {
+    return Open(path, O_WRONLY | O_APPEND | O_CREAT, kReadAndWrite);
+}
+
+FileHandle CreateNew(const std::string& path, FileAccess access) {
+    FileHandle file =
+        Open(path, O_RDWR | O_CREAT | O_EXCL, access == FileAccess::Private ? kByUserAlone : kReadAndWrite);
+    if (!file && ::GetLastError() == ERROR_ALREADY_EXISTS) {
+        Fail(ERROR_FILE_EXISTS);
+    }
+    return file;
+}
+
+bool Read(const FileHandle& file, char* buffer, std::size_t size, std::size_t& count) {
+    const ssize_t result = Retry([&] { return ::read(file.Get(), buffer, size); });
+    count = result > 0 ? static_cast<std::size_t>(result) : 0;
+    return result >= 0 || FailErrno();
+}
+
+bool Write(const FileHandle& file, std::string_view bytes, std::size_t& written) {
+    const platform::NoSizeSignal noSignal;
+    for (written = 0; written < bytes.size();) {
+        const std::string_view rest = bytes.substr(written);
+        const ssize_t result = Retry([&] { return ::write(file.Get(), rest.data(), rest.size()); });
+        if (result < 0) {
+            return FailErrno();
+        }
+        written += static_cast<std::size_t>(result);
+    }
+    return true;
+}
+
+bool Append(const FileHandle& file, std::string_view bytes, std::size_t& written) {
+    return Write(file, bytes, written); // O_APPEND
+}
+
+void CutOff(const FileHandle& file, std::size_t written) {
+    const off_t end = ::lseek(file.Get(), 0, SEEK_CUR); // behind what was written last
+    struct stat status {};
+    if (written > 0 && end >= 0 && ::fstat(file.Get(), &status) == 0 && status.st_size == end) {
+        Retry([&] { return ::ftruncate(file.Get(), end - static_cast<off_t>(written)); });
+    }
+}
+
+bool Flush(const FileHandle& file) {
+    return Retry([&] { return ::fsync(file.Get()); }) == 0 || FailErrno();
+}
+
+bool Query(const FileHandle& file, FileStatus& result) {
+    struct stat status {};
+    if (::fstat(file.Get(), &status) != 0) {
+        return FailErrno();
+    }
+    result = ToStatus(status);
+    return true;
+}
+
+bool Query(const std::string& path, FileStatus& result) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 && ::lstat(path.c_str(), &status) != 0) {
+        return FailPath(path);
+    }
+    result = ToStatus(status);
+    return true;
+}
+
+bool Remove(const std::string& path) {
+    return ::unlink(path.c_str()) == 0 || FailPath(path);
+}
+
+bool CreateFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), 0777) == 0) {
+        return true;
+    }
+    if (errno == ENOTDIR) {
+        errno = ENOENT; // Windows tells no difference
+    }
+    const int error = errno;
+    FailPath(path);
+    errno = error;
+    return false;
+}
+
+bool GetCurrentFolder(std::string& path) {
+    std::array<char, PATH_MAX> buffer;
+    if (!::getcwd(buffer.data(), buffer.size())) {
+        return FailErrno();
+    }
+    path = buffer.data();
+    return true;
+}
+
+} // namespace gaizior::file_system
