@@ -2,6 +2,7 @@
 #include "benchmarks/subjects.h"
 #include "gaizior/errors/error_table.h"
 #include "gaizior/errors/error_text.h"
+#include "gaizior/errors/error_text_format.h"
 
 #include <algorithm>
 #include <cstdint>

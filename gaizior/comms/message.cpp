@@ -1,10 +1,9 @@
 #include "gaizior/comms/message.h"
 
 #include "gaizior/comms/packet.h"
-#include "gaizior/errors/error_text.h"
-#include "gaizior/logging/log_stream.h"
+#include "gaizior/errors/failure.h"
+#include "gaizior/values/ascii.h"
 #include "gaizior/values/number_text.h"
-#include "gaizior/values/text.h"
 #include "gaizior/values/xml_reader.h"
 
 #include <array>
@@ -56,14 +55,6 @@ void GiveUpText(char* text) {
     if (text && SharersOf(text).fetch_sub(1, std::memory_order_acq_rel) == 1) {
         ::operator delete(text - sizeof(Sharers));
     }
-}
-
-/// Logs why a method failed. @returns the code.
-ZRErrorT Fail(ZRErrorT code, const char* function) {
-    std::array<char, kErrorTextSize> text;
-    ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-    log << ZRLevel(0) << ZRErrorMark << function << FormatErrorText(code, text) << std::endl;
-    return code;
 }
 
 void AppendHexadecimal(std::string& text, std::uint32_t value) {
@@ -152,7 +143,7 @@ ZRErrorT ZRCommMsgC::Clone(const ZRCommMsgC& other) {
         error = copy.SetQualifierString(other.m_pQualifier);
     }
     if (error != ZRErrors::e_General_NoError) {
-        return Fail(error, "ZRCommMsgC::Clone(): failed - ");
+        return Fail("ZRCommMsgC::Clone(): ", error, "failed - ", CodeText(error));
     }
     m_Type = copy.m_Type;
     m_Code = copy.m_Code;
@@ -198,11 +189,11 @@ ZRErrorT ZRCommMsgC::DuplicateString(const char* text, char** copy, std::uint16_
     constexpr const char* kFunction = "ZRCommMsgC::DuplicateString(): ";
     const std::string_view characters = OrEmpty(text);
     if (characters.size() > kLongestText) {
-        return Fail(ZRErrors::e_Buffer_TooSmall, kFunction);
+        return Fail(kFunction, ZRErrors::e_Buffer_TooSmall);
     }
     char* const duplicate = characters.empty() ? nullptr : NewText(characters);
     if (!duplicate && !characters.empty()) {
-        return Fail(ZRErrors::e_Memory_AllocationFailed, kFunction);
+        return Fail(kFunction, ZRErrors::e_Memory_AllocationFailed);
     }
     GiveUpText(std::exchange(*copy, duplicate));
     *length = static_cast<std::uint16_t>(duplicate ? characters.size() + 1 : 0);
@@ -243,13 +234,16 @@ ZRErrorT ZRCommMsgC::ToXMLString(std::ostream& stream) const {
     text.append(" />");
     stream.write(text.data(), static_cast<std::streamsize>(text.size()));
     stream << std::hex; // a decision of this system: hosts find the stream as the writer left it
-    return stream ? ZRErrors::e_General_NoError : Fail(ZRErrors::e_Xml_WriteFailed, "ZRCommMsgC::ToString(): ");
+    return stream ? ZRErrors::e_General_NoError : Fail("ZRCommMsgC::ToString(): ", ZRErrors::e_Xml_WriteFailed);
 }
 
 // --- Reading ---------------------------------------------------------------------------------------------------------
 
 std::istream& operator>>(std::istream& stream, ZRCommMsgC& message) {
-    if (!stream.rdbuf() || message.FromString(stream) != ZRErrors::e_General_NoError) {
+    // White space before an element may be all there is: the end of the stream then, and no failure to be logged.
+    const bool keepsWhite = message.m_nFormat == 0;
+    const std::istream::sentry ready(stream, keepsWhite);
+    if (ready && message.FromString(stream) != ZRErrors::e_General_NoError) {
         stream.setstate(std::ios_base::failbit);
     }
     return stream;
@@ -261,30 +255,34 @@ ZRErrorT ZRCommMsgC::FromString(std::istream& stream) {
 
 ZRErrorT ZRCommMsgC::FromQ2String(std::istream& stream) {
     std::ostringstream all;
-    all << stream.rdbuf();
-    const std::string text = all.str() + std::string(2, '\0'); // ends a text of 16-bit units as well
+    if (stream.good()) {
+        all << stream.rdbuf();
+    }
+    const std::string read = all.str();
+    const std::string text = read + std::string(2, '\0'); // ends a text of 16-bit units as well
     std::array<char, kFieldSize> string{};
     std::array<char, kFieldSize> qualifier{};
     ZRErrors::ZRMessagePacketT packet{m_Type,     m_Code,           m_ID,      m_Val, string.data(),
                                       kFieldSize, qualifier.data(), kFieldSize};
-    const ZRErrorT error = ZRExtractMessagePacket(reinterpret_cast<const unsigned short*>(text.c_str()), packet);
+    const ZRErrorT error = ZRExtractMessagePacket(text.c_str(), packet);
     m_Type = packet.nType;
     m_Code = packet.nCode;
     m_ID = packet.nID;
     m_Val = packet.nVal;
     const ZRErrorT stringError = SetMessageString(string.data());
     const ZRErrorT qualifierError = SetQualifierString(qualifier.data());
+    stream.setstate(read.empty() ? std::ios_base::eofbit | std::ios_base::failbit : std::ios_base::eofbit);
     return error ? error : stringError ? stringError : qualifierError;
 }
 
 ZRErrorT ZRCommMsgC::FromXMLString(std::istream& stream) {
-    XmlReader reader(stream);
+    constexpr const char* kFunction = "ZRCommMsgC::FromString(): ";
+    XmlReader reader(stream, kFunction);
     std::string_view object;
     ZRErrorT error = reader.ReadObjectName(object);
     if (error == ZRErrors::e_General_NoError && object != kObjectName) {
-        LogReadFailure(
-            std::string("Invalid comms object name, expected: \"ZRCommMsgC\", read: \"").append(object).append("\""));
-        error = ZRErrors::e_Object_InvalidName;
+        error = Fail(kFunction, ZRErrors::e_Object_InvalidName, "Invalid comms object name, expected: \"", kObjectName,
+                     "\", read: \"", object, "\"");
     }
     while (error == ZRErrors::e_General_NoError && !reader.AtEnd()) {
         const char* name = nullptr;
@@ -313,10 +311,8 @@ ZRErrorT ZRCommMsgC::StoreParameter(const char* name, const char* value) {
     } else if (parameter == "m_pQualifier") {
         return SetQualifierString(value);
     } else {
-        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-        log << ZRLevel(0) << ZRErrorMark << "ZRCommMsgC::StoreParameter(): "
-            << "Invalid parameter:" << name << " = " << value << std::endl;
-        return ZRErrors::e_Arguments_Bad;
+        return Fail("ZRCommMsgC::StoreParameter(): ", ZRErrors::e_Arguments_Bad, "Invalid parameter:", name, " = ",
+                    value);
     }
     return ZRErrors::e_General_NoError;
 }

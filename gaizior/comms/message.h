@@ -39,7 +39,9 @@ public:
     /// Writes the text form. Of the packet form nothing is written, a decision of this system: it goes through
     /// ZRCreateMessage. The stream is left in hexadecimal.
     friend GAIZIOR_API std::ostream& operator<<(std::ostream& stream, ZRCommMsgC& message);
-    /// Reads the text form. What was read before a failure stays; the failure is logged and sets the stream's failbit.
+    /// Reads the text form: the next element, or all there is as one packet text. What was read before a failure stays;
+    /// the failure is logged and sets the stream's failbit. So does a stream with nothing left, which is no failure and
+    /// not logged: `while (stream >> message)` ends with the stream in either form.
     friend GAIZIOR_API std::istream& operator>>(std::istream& stream, ZRCommMsgC& message);
 
     std::int32_t m_Type = 0;
@@ -52,7 +54,8 @@ protected:
     /// @returns 0; e_Xml_WriteFailed when the stream does not take the XML form, which is logged; for the packet form
     ///   what ZRCreateMessage returns for 256 bytes.
     ZRErrors::ZRErrorT ToString(std::ostream& stream, int noTerminator) const;
-    /// Reads the text form. @returns 0; for XML e_Object_InvalidName, e_Xml_ReadFailed, e_Xml_SeekFailed,
+    /// Reads the text form; see operator>>. A packet form sets the stream's eofbit, and its failbit where nothing was.
+    /// @returns 0; for XML e_Object_InvalidName, e_Xml_ReadFailed, e_Xml_SeekFailed,
     ///   e_Arguments_Bad for an attribute of another name, what SetMessageString returns; for the packet form what
     ///   ZRExtractMessage returns.
     ZRErrors::ZRErrorT FromString(std::istream& stream);

@@ -1,9 +1,8 @@
 #include "gaizior/comms/packet.h"
 
-#include "gaizior/errors/error_text.h"
-#include "gaizior/logging/log_stream.h"
+#include "gaizior/errors/failure.h"
+#include "gaizior/values/ascii.h"
 #include "gaizior/values/number_text.h"
-#include "gaizior/values/text.h"
 
 #include <algorithm>
 #include <array>
@@ -21,16 +20,6 @@ using ZRErrors::ZRErrorT;
 constexpr char kSeparator = ';';
 constexpr std::size_t kSeparators = 5;
 constexpr std::size_t kWorkingCopySize = 1028;
-
-/// Logs the failure of a function, if it is one. @returns the code.
-ZRErrorT Logged(ZRErrorT code, const char* function) {
-    if (code != ZRErrors::e_General_NoError) {
-        std::array<char, kErrorTextSize> text;
-        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-        log << ZRLevel(0) << ZRErrorMark << function << FormatErrorText(code, text) << std::endl;
-    }
-    return code;
-}
 
 /// Appends fields to a buffer and keeps it terminated. Room is counted without the NUL.
 class PacketWriter {
@@ -130,7 +119,7 @@ ZRErrorT PacketReader::Load(const void* text, std::size_t unitLimit) {
 
 ZRErrorT PacketReader::CopyUnits(const unsigned char* units, std::size_t limit) {
     if (*units == 0) {
-        return ZRErrors::e_General_NoError; // an 8-bit text may end with this byte
+        return ZRErrors::e_General_NoError; // the 8-bit text FF FE ends here, and memory may end with it
     }
     const std::optional<std::size_t> length = UnitsToAscii(m_text.data(), m_text.size() - 1, units, m_text.size());
     if (!length) {
@@ -220,7 +209,8 @@ using namespace gaizior;
 
 ZRErrors::ZRErrorT ZRCreateMessage(long type, long code, unsigned short id, long val, const char* string,
                                    const char* qualifier, char* buffer, unsigned short bufferSize) {
-    return Logged(Create({type, code, id, val}, string, qualifier, buffer, bufferSize), "ZRCreateMessage(): ");
+    const ZRErrorT error = Create({type, code, id, val}, string, qualifier, buffer, bufferSize);
+    return error == ZRErrors::e_General_NoError ? error : Fail("ZRCreateMessage(): ", error);
 }
 
 ZRErrors::ZRErrorT ZRCreateMessageFromPacket(const ZRErrors::ZRMessagePacketT& packet, char* buffer,
@@ -232,14 +222,14 @@ ZRErrors::ZRErrorT ZRCreateMessageFromPacket(const ZRErrors::ZRMessagePacketT& p
 ZRErrors::ZRErrorT ZRExtractMessage(const unsigned short* text, long* type, long* code, unsigned short* id, long* val,
                                     char* string, unsigned short stringSize, char* qualifier,
                                     unsigned short qualifierSize) {
-    return Logged(Extract(text, type, code, id, val, string, stringSize, qualifier, qualifierSize),
-                  "ZRExtractMessage(): ");
+    const ZRErrorT error = Extract(text, type, code, id, val, string, stringSize, qualifier, qualifierSize);
+    return error == ZRErrors::e_General_NoError ? error : Fail("ZRExtractMessage(): ", error);
 }
 
 ZRErrors::ZRErrorT ZRExtractMessagePacket(const unsigned short* text, ZRErrors::ZRMessagePacketT& packet) {
-    return Logged(Extract(text, &packet.nType, &packet.nCode, &packet.nID, &packet.nVal, packet.pString,
-                          packet.nStringSize, packet.pQualifier, packet.nQualifierSize),
-                  "ZRExtractMessagePacket(): ");
+    const ZRErrorT error = Extract(text, &packet.nType, &packet.nCode, &packet.nID, &packet.nVal, packet.pString,
+                                   packet.nStringSize, packet.pQualifier, packet.nQualifierSize);
+    return error == ZRErrors::e_General_NoError ? error : Fail("ZRExtractMessagePacket(): ", error);
 }
 
 ZRLogStreamC& operator<<(ZRLogStreamC& log, const ZRErrors::ZRMessagePacketT& packet) {

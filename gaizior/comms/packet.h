@@ -3,6 +3,7 @@
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
+#include <concepts>
 #include <cstdint>
 
 class ZRLogStreamC;
@@ -43,9 +44,10 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRCreateMessageFromPacket(const ZRErrors::ZRMessa
 /// ASCII. Whatever the bytes are, nothing outside text and buffers is touched. Numbers are read as the C library's "%d"
 /// does; those that do not convert are 0, those that do not fit keep their lower 32 bits, the ID its lower 16.
 /// Any result pointer may be null. Behind the bytes FF FE a text ends with a zero unit: end bytes from elsewhere, which
-/// may begin so too, with three NULs. After a failure a buffer whose text was not reached or does not fit holds "".
-/// A field whose separator is missing starts at the character code of the text's last character, in a copy that is zero
-/// behind the text: a decision of this system.
+/// may begin so too, with three NULs. The two bytes and one NUL are a whole 8-bit text, so there a first unit whose low
+/// byte is zero ends the text as well, whatever its high byte. After a failure a buffer whose text was not reached or
+/// does not fit holds "". A field whose separator is missing starts at the character code of the text's last character,
+/// in a copy that is zero behind the text: a decision of this system.
 /// @returns 0; e_Buffer_TooSmall when the text is longer than 1,027 characters, or the string or qualifier does not
 /// fit;
 ///   e_Text_ReverseByteOrderMark for a text that begins with FE FF; e_Name_NotAscii for units of 128 and more;
@@ -56,6 +58,19 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRExtractMessage(const unsigned short* text, long
 
 /// The same into a record's fields and buffers.
 GAIZIOR_API ZRErrors::ZRErrorT ZRExtractMessagePacket(const unsigned short* text, ZRErrors::ZRMessagePacketT& packet);
+}
+
+/// The same for a text of bytes, which needs no cast then. Templates, so that a null literal means the functions above.
+template <std::same_as<char> Char>
+ZRErrors::ZRErrorT ZRExtractMessage(const Char* text, long* type, long* code, unsigned short* id, long* val,
+                                    char* string, unsigned short stringSize, char* qualifier,
+                                    unsigned short qualifierSize) {
+    return ZRExtractMessage(reinterpret_cast<const unsigned short*>(text), type, code, id, val, string, stringSize,
+                            qualifier, qualifierSize);
+}
+template <std::same_as<char> Char>
+ZRErrors::ZRErrorT ZRExtractMessagePacket(const Char* text, ZRErrors::ZRMessagePacketT& packet) {
+    return ZRExtractMessagePacket(reinterpret_cast<const unsigned short*>(text), packet);
 }
 
 /// Writes the packet text of a record, however long its texts are.

@@ -8,8 +8,9 @@ ZRErrors::ZRErrorT ZRFillError(ZRErrors::ZRErrorRecordT* record, ZRErrors::ZRErr
     if (record) {
         std::string_view kept(text ? text : "");
         kept.remove_prefix(kept.size() < sizeof record->m_szText ? 0 : kept.size() - (sizeof record->m_szText - 1));
-        *record = {code, code, value, shortValue, {}};
-        kept.copy(record->m_szText, kept.size());
+        ZRErrors::ZRErrorRecordT filled = {code, code, value, shortValue, {}};
+        kept.copy(filled.m_szText, kept.size());
+        *record = filled; // only now: the text may be the record's own
     }
     return code;
 }

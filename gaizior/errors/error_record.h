@@ -29,7 +29,7 @@ static_assert(sizeof(ZRErrorRecordT) == 46);
 } // namespace ZRErrors
 
 /// Fills a caller's record. Of a text of 32 characters or more the last 31 are kept; null counts as empty. `value` and
-/// `shortValue` are the caller's own and only stored. A null record is left alone.
+/// `shortValue` are the caller's own and only stored. The text may be the record's own. A null record is left alone.
 /// @returns `code`, whatever happens. Any thread.
 extern "C" GAIZIOR_API ZRErrors::ZRErrorT ZRFillError(ZRErrors::ZRErrorRecordT* record, ZRErrors::ZRErrorT code,
                                                       std::uint32_t value, const char* text, std::uint16_t shortValue);

@@ -1,8 +1,6 @@
 #include "gaizior/errors/error_stack.h"
 
-#include "gaizior/errors/error_text.h"
-#include "gaizior/logging/log_stream.h"
-#include "gaizior/platform/error_keeper.h"
+#include "gaizior/errors/failure.h"
 #include "gaizior/platform/timing.h"
 
 #include <cstdio>
@@ -13,7 +11,6 @@
 namespace {
 
 constexpr DWORD kLockTimeout = 60000;
-constexpr std::uint32_t kWindowsErrorBit = 0x20000000;
 
 /// An entry that outlives every thread: its destructor never runs.
 union Sentinel {
@@ -26,11 +23,6 @@ constinit Sentinel g_cannotCreate;
 
 /// Where the search for the stack's last entry begins, so that it need not walk the whole stack; null when it is empty.
 constinit std::atomic<ZRListLinkC*> g_last{nullptr};
-
-void LogFailure(const char* function, const char* what) {
-    ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-    log << ZRLevel(0) << ZRErrorMark << function << what << std::endl;
-}
 
 } // namespace
 
@@ -49,13 +41,11 @@ ZRErrorC::~ZRErrorC() {
 ZRErrorC* ZRErrorC::Error(const char* function, ZRErrors::ZRErrorT code, const char* reason, int log) {
     const gaizior::ErrorKeeper keeper;
     if (log == 1) {
-        ZRLogStreamC line(nullptr, nullptr, nullptr, nullptr);
-        line << ZRLevel(0) << ZRErrorMark << function << static_cast<std::uint32_t>(code) << " Reason: " << reason
-             << std::endl;
+        gaizior::LogError(function, static_cast<std::uint32_t>(code), " Reason: ", reason);
     }
     ZRErrorC* const entry = new (std::nothrow) ZRErrorC;
     if (!entry) {
-        LogFailure("ZRErrorC::Error(): ", "Allocating an entry");
+        gaizior::LogError("ZRErrorC::Error(): ", "Allocating an entry");
         return ErrCreateZRErr;
     }
     entry->Initialise(function, code, reason);
@@ -114,7 +104,7 @@ char* ZRErrorC::CopyString(const char* text) {
     const std::size_t size = std::strlen(text) + 1;
     char* const copy = new (std::nothrow) char[size];
     if (!copy) {
-        LogFailure("ZRErrorC::CopyString(): ", "Allocating a text");
+        gaizior::LogError("ZRErrorC::CopyString(): ", "Allocating a text");
         return nullptr;
     }
     std::memcpy(copy, text, size);
@@ -149,6 +139,7 @@ ZRErrors::ZRErrorT ZRErrorC::Stack(const char* function, ZRErrors::ZRErrorT code
 }
 
 ZRErrors::ZRErrorT ZRErrorC::Stack(ZRErrorC* chain) {
+    const gaizior::ErrorKeeper keeper;
     if (chain == NoError || chain == ErrCreateZRErr) {
         return ZRErrors::e_General_NoError;
     }
@@ -158,8 +149,7 @@ ZRErrors::ZRErrorT ZRErrorC::Stack(ZRErrorC* chain) {
         }
         ZRErrorC* const copy = new (std::nothrow) ZRErrorC;
         if (!copy) {
-            LogFailure("ZRErrorC::Stack: ", "Allocating copy for stack");
-            return ZRErrors::e_Memory_AllocationFailed;
+            return gaizior::Fail("ZRErrorC::Stack: ", ZRErrors::e_Memory_AllocationFailed, "Allocating copy for stack");
         }
         copy->Clone(*entry);
         copy->m_bOnStack = true;
@@ -212,7 +202,7 @@ void ZRErrorC::MakeMutex() {
     }
     HANDLE const mutex = ::CreateMutexA(nullptr, TRUE, nullptr);
     if (!mutex) {
-        LogFailure("ZRErrorC::Initialise: ", "creating mutex");
+        gaizior::LogError("ZRErrorC::Initialise: ", "creating mutex");
         return;
     }
     ::ReleaseMutex(mutex);
@@ -228,22 +218,17 @@ ZRErrors::ZRErrorT ZRErrorC::LockStack() {
     if (result == WAIT_OBJECT_0) {
         return ZRErrors::e_General_NoError;
     }
-    const DWORD lastError = ::GetLastError();
-    ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+    const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
     if (result == WAIT_ABANDONED) {
+        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
         log << ZRLevel(1) << ZRWarningMark << "ZRErrorC::LockStack(): m_hMutex was abandoned" << std::endl;
         return ZRErrors::e_General_NoError;
     }
     // A decision of this system: the number 1 stands before the text, with nothing between.
-    log << ZRLevel(0) << ZRErrorMark << "ZRErrorC::LockStack(): " << 1;
-    if (result == WAIT_TIMEOUT) {
-        log << "Timed out waiting for m_hMutex" << std::endl;
-        return ZRErrors::e_Command_TimedOut;
-    }
-    const ZRErrors::ZRErrorT code{kWindowsErrorBit | lastError};
-    char text[gaizior::kErrorTextSize];
-    log << "waiting for m_hMutex: " << gaizior::FormatErrorText(code, text) << std::endl;
-    return code;
+    constexpr const char* kFunction = "ZRErrorC::LockStack(): ";
+    return result == WAIT_TIMEOUT
+               ? gaizior::Fail(kFunction, ZRErrors::e_Command_TimedOut, 1, "Timed out waiting for m_hMutex")
+               : gaizior::Fail(kFunction, code, 1, "waiting for m_hMutex: ", gaizior::CodeText(code));
 }
 
 ZRErrors::ZRErrorT ZRErrorC::UnlockStack() {
@@ -269,7 +254,7 @@ char* ZRErrorC::ToString(bool thisOnly, bool clear) {
         }
         result = CopyString(text.c_str());
     } catch (const std::bad_alloc&) {
-        LogFailure("ZRErrorC::ToString(): ", "Allocating the text");
+        gaizior::LogError("ZRErrorC::ToString(): ", "Allocating the text");
     }
     if (result && clear) {
         ClearStack();

@@ -11,9 +11,10 @@
 /// One recorded failure, and the process's one stack of them: where a failing operation tells what went wrong and why,
 /// for a caller far above to print.
 ///
-/// Any thread may record at any time. Entries are only ever added behind the newest, so others may walk the stack
-/// (GetStack, IsEmpty, ToString without clearing) meanwhile; whoever clears it must know that nobody walks it. The
-/// stack's lock is waited for at most 60 s, then its owner is taken for stuck: the failure is logged, the work is done.
+/// Any thread may record at any time, and meanwhile others may ask IsEmpty and print the stack with ToString. Whoever
+/// clears it must know that nobody walks it. Whoever follows its links from GetStack must know that nobody records
+/// either: they are plain pointers. The stack's lock is waited for at most 60 s, then its owner is taken for stuck: the
+/// failure is logged, the work is done.
 ///
 /// A ZRErrorC* serves as an opaque handle. The library owns the entries on the stack; the caller owns those that Error
 /// returned and gives them back with DisposeHandle, also after Stack has copied them.
@@ -62,7 +63,9 @@ public:
     ZRErrors::ZRErrorT GetError() const;
     /// @returns the local time (not UTC) at which the entry was made.
     FILETIME GetErrorTime() const;
-    /// Makes this entry a copy of `source` with texts of its own. Links stay, and whether it is on the stack.
+    /// Makes this entry a copy of `source` with texts of its own. Links stay, and whether it is on the stack. The texts
+    /// before are freed, except where they are `source`'s: a plain copy may be cloned into from the entry that it was
+    /// copied from, and then no longer shares; from any other, it frees what that entry still has.
     void Clone(ZRErrorC& source);
 
     /// One line for this entry, or for each entry of the stack from the oldest on; clears the stack then, if asked to.

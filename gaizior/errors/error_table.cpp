@@ -1,4 +1,4 @@
-#include "gaizior/errors/error_table.h"
+#include "gaizior/errors/error_row.h"
 
 #include <algorithm>
 #include <array>

@@ -25,10 +25,3 @@ GAIZIOR_API const ZRErrorRowT* ZRErrorRows(unsigned* count);
 GAIZIOR_API bool ZRErrorFromName(const char* name, ZRErrors::ZRErrorT* code);
 
 } // extern "C"
-
-namespace gaizior {
-
-/// Finds the row of a code, null when the table has none. Any thread.
-const ZRErrorRowT* FindErrorRow(ZRErrors::ZRErrorT code);
-
-} // namespace gaizior

@@ -1,7 +1,9 @@
 #include "gaizior/errors/error_text.h"
 
 #include "gaizior/errors/bounded_text.h"
-#include "gaizior/errors/error_table.h"
+#include "gaizior/errors/error_row.h"
+#include "gaizior/errors/error_text_format.h"
+#include "gaizior/errors/folded_code.h"
 #include "gaizior/platform/error_keeper.h"
 
 #include <array>
@@ -9,9 +11,6 @@
 
 namespace gaizior {
 namespace {
-
-constexpr std::uint32_t kSystemErrorFlag = 0x20000000;
-constexpr std::uint32_t kRunTimeErrorFlag = 0x40000000;
 
 /// Writes the system's text of a number, as the system ends it. @returns whether it has one.
 bool AppendSystemText(BoundedText& text, DWORD number) {
@@ -60,18 +59,17 @@ std::string_view FormatLastErrorMessage(DWORD number, std::span<char> buffer) {
 }
 
 std::string_view FormatErrorText(ZRErrors::ZRErrorT code, std::span<char> buffer) {
-    const std::uint32_t number = code;
-    if ((number & kSystemErrorFlag) != 0) {
-        const std::uint32_t folded = number & ~kSystemErrorFlag;
-        return (number & kRunTimeErrorFlag) != 0
-                   ? FormatRunTimeMessage(static_cast<int>(folded & ~kRunTimeErrorFlag), buffer)
-                   : FormatLastErrorMessage(folded, buffer);
+    if (IsFoldedErrno(code)) {
+        return FormatRunTimeMessage(static_cast<int>(FoldedNumber(code)), buffer);
+    }
+    if (IsFolded(code)) {
+        return FormatLastErrorMessage(FoldedNumber(code), buffer);
     }
     const ZRErrorRowT* row = FindErrorRow(code);
     BoundedText text(buffer);
     text.Append(row ? std::string_view(row->pText, row->nTextLength) : "Unrecognised Error Code");
     text.Append(": ");
-    text.AppendDecimal(number);
+    text.AppendDecimal(code);
     return text.View();
 }
 

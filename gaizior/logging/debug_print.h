@@ -4,14 +4,16 @@
 #include "gaizior/platform/printf_format.h"
 
 /// Receives one formatted text, which is the callee's only until it returns; no end of line is added to it. Called on
-/// the thread that prints, so it must be thread-safe. Exceptions that leave it are dropped.
+/// the thread that prints, so it must be thread-safe. When it throws the exception is dropped, and the text goes to
+/// standard error so that it is not lost.
 using ZRDBCallbackT = void (*)(int level, int mode, const char* text);
 
 extern "C" {
 
 /// Hands a formatted text to the registered callback when `level` is at most the C level.
-/// Without a callback, or while the C level is negative, nothing is formatted. A text of 2,052 bytes or more, its NUL
-/// counted, is cut. What the callback itself prints goes to standard error. Keeps errno and the last error. Any thread.
+/// Without a callback, or while the C level is negative, nothing is formatted. A text is cut after 2,051 characters;
+/// its numbers look as the process's C locale has them. What the callback itself prints goes to standard error. Keeps
+/// errno and the last error. Any thread.
 /// This level and callback have nothing to do with those of ZRLogStreamC; a line passes at its own level here.
 GAIZIOR_API void ZRDBprintf(int level, int mode, const char* format, ...) GAIZIOR_PRINTF(3, 4);
 

@@ -15,7 +15,8 @@
 #include <utility>
 
 /// The process-wide hooks of the log stream. They are called on the thread that logs, so they must be thread-safe.
-/// What they throw is dropped, errno and the last error stay as they were, and a hook that logs is not called again
+/// Errno and the last error stay as they were. What a hook throws is dropped: the line of a debug-print hook that threw
+/// goes to standard error, and where the get-level hook threw every line passes. A hook that logs is not called again
 /// from within: lines that the debug-print hook logs go to standard error, those that the get-level hook logs all pass.
 using ZRDebugPrintHookT = void (*)(unsigned level, int mode, char* text);
 using ZRSetLogNameHookT = void (*)(char* name);
@@ -146,8 +147,9 @@ concept StreamManipulator =
 ///     ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
 ///     log << ZRLevel(0) << ZRErrorMark << "ZRFooC::Bar(): " << "what happened" << std::endl;
 ///
-/// Nothing is formatted for a line whose level does not pass. Numbers look the same whatever the process's locale is.
-/// Logging keeps errno and the last error and never throws. An object belongs to one thread.
+/// Nothing is formatted for a line whose level does not pass. Inserted numbers look the same whatever the process's
+/// locale is; those of Format are printf's, with the C locale's point. Logging keeps errno and the last error and never
+/// throws. An object belongs to one thread.
 class GAIZIOR_API ZRLogStreamC : public ZRLogStrstreambufC {
 public:
     /// Begins a line of message level 0 and mode 1, and installs each hook that is not null for the whole process.

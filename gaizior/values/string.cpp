@@ -1,6 +1,6 @@
 #include "gaizior/values/string.h"
 
-#include "gaizior/values/text.h"
+#include "gaizior/values/ascii.h"
 
 #include <algorithm>
 #include <array>
@@ -37,8 +37,7 @@ std::string Formatted(const char* format, std::va_list arguments) {
     return text;
 }
 
-template <class Right>
-ZRCString Concatenated(ZRCString left, Right right) {
+ZRCString Concatenated(ZRCString left, const auto& right) {
     left += right;
     return left;
 }
@@ -64,6 +63,11 @@ ZRCString& ZRCString::operator=(char character) {
 
 ZRCString& ZRCString::operator+=(const char* text) {
     m_text += OrEmpty(text);
+    return *this;
+}
+
+ZRCString& ZRCString::operator+=(const ZRCString& other) {
+    m_text += other.m_text;
     return *this;
 }
 
@@ -132,6 +136,14 @@ char ZRCString::operator[](int position) const {
     return GetAt(position);
 }
 
+bool ZRCString::operator==(const ZRCString& other) const {
+    return m_text == other.m_text;
+}
+
+bool ZRCString::operator==(const char* other) const {
+    return m_text == OrEmpty(other);
+}
+
 int ZRCString::Compare(const char* other) const {
     return m_text.compare(OrEmpty(other));
 }
@@ -157,7 +169,7 @@ void ZRCString::FormatV(const char* format, std::va_list arguments) {
 }
 
 ZRCString operator+(const ZRCString& left, const ZRCString& right) {
-    return gaizior::Concatenated<const char*>(left, right);
+    return gaizior::Concatenated(left, right);
 }
 
 ZRCString operator+(const ZRCString& left, const char* right) {
@@ -165,7 +177,7 @@ ZRCString operator+(const ZRCString& left, const char* right) {
 }
 
 ZRCString operator+(const char* left, const ZRCString& right) {
-    return gaizior::Concatenated<const char*>(left, right);
+    return gaizior::Concatenated(left, right);
 }
 
 ZRCString operator+(const ZRCString& left, char right) {
@@ -173,5 +185,5 @@ ZRCString operator+(const ZRCString& left, char right) {
 }
 
 ZRCString operator+(char left, const ZRCString& right) {
-    return gaizior::Concatenated<const char*>(ZRCString() = left, right);
+    return gaizior::Concatenated(ZRCString() = left, right);
 }

@@ -3,6 +3,7 @@
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/printf_format.h"
 
+#include <concepts>
 #include <cstdarg>
 #include <string>
 
@@ -23,6 +24,7 @@ public:
     ZRCString& operator=(char character);
     /// Append.
     ZRCString& operator+=(const char* text);
+    ZRCString& operator+=(const ZRCString& other);
     ZRCString& operator+=(char character);
 
     /// @returns the characters and a NUL; the object's, valid until the text changes. Never null.
@@ -51,14 +53,24 @@ public:
     /// @returns the character at a position; NUL outside the text.
     char GetAt(int position) const;
     char operator[](int position) const;
+    /// The same for integers of every other type, beside which the conversion to const char* would be a rival.
+    template <std::integral Position>
+    char operator[](Position position) const {
+        const auto wide = static_cast<long long>(position);
+        return wide >= 0 && wide < GetLength() ? GetAt(static_cast<int>(wide)) : '\0';
+    }
 
+    /// @returns whether the texts are the same, all bytes of them; a null text counts as empty.
+    bool operator==(const ZRCString& other) const;
+    bool operator==(const char* other) const;
     /// @returns below, equal to or above 0 as this text sorts before, with or behind the other, byte by byte.
     int Compare(const char* other) const;
     /// The same with A to Z taken as a to z.
     int CompareNoCase(const char* other) const;
 
     /// Replaces the text by what C99's printf makes of the arguments, which may refer to the present text. It becomes
-    /// empty when that fails.
+    /// empty when that fails. As with printf the C locale of the process has its say: in the point of a real number, in
+    /// what wide characters become.
     void Format(const char* format, ...) GAIZIOR_PRINTF(2, 3);
     void FormatV(const char* format, std::va_list arguments) GAIZIOR_PRINTF(2, 0);
 

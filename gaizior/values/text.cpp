@@ -1,5 +1,7 @@
 #include "gaizior/values/text.h"
 
+#include "gaizior/values/ascii.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

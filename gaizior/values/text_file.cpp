@@ -8,7 +8,6 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace gaizior {
@@ -24,15 +23,20 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-/// A file of its own is opened to look: one that is open for appending cannot be read.
-bool IsUnicodeFile(const char* path) {
-    const File file(OpenFile(path, "rb"));
-    return FileIsUnicode(file.get()) == 1;
+/// Tells what an opened file is by its own stream: another one would hang on a pipe or take what is meant for this one.
+/// Only a regular file that is opened for nothing but appending needs one, since its own cannot be read.
+bool BeginsWithMark(std::FILE* file, const char* path, const char* mode) {
+    if (std::strpbrk(mode, "r+")) {
+        return FileIsUnicode(file) == 1;
+    }
+    const File look(IsRegularFile(file) ? OpenFile(path, "rb") : nullptr);
+    return FileIsUnicode(look.get()) == 1;
 }
 
-/// The mode with 'b': line ends must not be translated between the two bytes of a unit.
-std::string Binary(std::string mode) {
-    return mode.find('b') == std::string::npos ? mode.insert(1, 1, 'b') : mode;
+/// Writes the mark, or steps behind it. Line ends must not be translated between the two bytes of a unit.
+bool BeginUnicode(std::FILE* file, bool writes) {
+    KeepLineEnds(file);
+    return writes ? std::fwrite(kMark, sizeof kMark, 1, file) == 1 : std::fseek(file, sizeof kMark, SEEK_SET) == 0;
 }
 
 /// @returns how many of the characters have been written as units.
@@ -91,14 +95,12 @@ std::size_t FormatAgain(char* text) {
 
 std::FILE* FOpen(const char* path, const char* mode, int* isUnicode) {
     const bool writes = mode && std::strchr(mode, 'w');
-    const bool unicode = writes ? isUnicode && *isUnicode == 1 : gaizior::IsUnicodeFile(path);
-    gaizior::File file(gaizior::OpenFile(path, mode && *mode && unicode ? gaizior::Binary(mode).c_str() : mode));
+    gaizior::File file(gaizior::OpenFile(path, mode));
     if (!file) {
         return nullptr;
     }
-    const bool placed = !unicode || (writes ? std::fwrite(gaizior::kMark, sizeof gaizior::kMark, 1, file.get()) == 1
-                                            : std::fseek(file.get(), sizeof gaizior::kMark, SEEK_SET) == 0);
-    if (!placed) {
+    const bool unicode = writes ? isUnicode && *isUnicode == 1 : gaizior::BeginsWithMark(file.get(), path, mode);
+    if (unicode && !gaizior::BeginUnicode(file.get(), writes)) {
         return nullptr;
     }
     if (!writes && isUnicode) {

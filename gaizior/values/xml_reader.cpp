@@ -1,6 +1,6 @@
 #include "gaizior/values/xml_reader.h"
 
-#include "gaizior/logging/log_stream.h"
+#include "gaizior/errors/failure.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,17 +11,14 @@
 namespace gaizior {
 namespace {
 
+constexpr std::string_view kTermination = "unexpected object termination while ";
+
 constexpr auto kIsWhite = [](char c) { return c == '\t' || c == ' ' || c == '\n' || c == '\r'; };
 constexpr auto kIsQuote = [](char c) { return c == '"'; };
 constexpr auto kIsEqualsSign = [](char c) { return c == '='; };
 
 std::string_view View(std::span<const char> text) {
     return {text.data(), text.size()};
-}
-
-ZRErrors::ZRErrorT Fail(ZRErrors::ZRErrorT code, std::string_view what, std::string_view read = {}) {
-    LogReadFailure(std::string(what).append(read));
-    return code;
 }
 
 /// The character of a reference "#NUMBER;" behind its "&#"; moves `text` behind the semicolon.
@@ -84,12 +81,7 @@ bool Decode(std::string_view text, std::string& value) {
 
 } // namespace
 
-void LogReadFailure(const std::string& what) {
-    ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-    log << ZRLevel(0) << ZRErrorMark << "ZRCommMsgC::FromString(): " << what << std::endl;
-}
-
-XmlReader::XmlReader(std::istream& stream) {
+XmlReader::XmlReader(std::istream& stream, const char* function) : m_pFunction(function) {
     stream.ignore(std::numeric_limits<std::streamsize>::max(), '<');
     std::getline(stream, m_element, '>');
     std::string more;
@@ -127,9 +119,8 @@ ZRErrors::ZRErrorT XmlReader::ReadObjectName(std::string_view& name) {
     std::span<char> text;
     const bool isWhole = TakeUpTo(kIsWhite, text);
     name = View(text);
-    return isWhole
-               ? ZRErrors::e_General_NoError
-               : Fail(ZRErrors::e_Xml_ReadFailed, "unexpected object termination while reading object name: ", name);
+    return isWhole ? ZRErrors::e_General_NoError
+                   : Fail(m_pFunction, ZRErrors::e_Xml_ReadFailed, kTermination, "reading object name: ", name);
 }
 
 ZRErrors::ZRErrorT XmlReader::ReadParameter(const char*& name, const char*& value) {
@@ -137,19 +128,17 @@ ZRErrors::ZRErrorT XmlReader::ReadParameter(const char*& name, const char*& valu
     const bool isNamed = TakeUpTo(kIsEqualsSign, text);
     text = {text.begin(), std::remove_if(text.begin(), text.end(), kIsWhite)};
     if (!isNamed) {
-        return Fail(ZRErrors::e_Xml_ReadFailed,
-                    "unexpected object termination while reading parameter name: ", View(text));
+        return Fail(m_pFunction, ZRErrors::e_Xml_ReadFailed, kTermination, "reading parameter name: ", View(text));
     }
     text.data()[text.size()] = '\0'; // at the equals sign or before it
     name = text.data();
     if (!TakeUpTo(kIsQuote, text)) {
-        return Fail(ZRErrors::e_Xml_SeekFailed, "unexpected object termination while seeking parameter value.");
+        return Fail(m_pFunction, ZRErrors::e_Xml_SeekFailed, kTermination, "seeking parameter value.");
     }
     const bool isWhole = TakeUpTo(kIsQuote, text);
     const bool isPlain = std::ranges::find(text, '&') == text.end();
     if (!isWhole || (!isPlain && !Decode(View(text), m_value))) {
-        return Fail(ZRErrors::e_Xml_ReadFailed,
-                    "unexpected object termination while reading parameter value: ", View(text));
+        return Fail(m_pFunction, ZRErrors::e_Xml_ReadFailed, kTermination, "reading parameter value: ", View(text));
     }
     value = isPlain ? text.data() : m_value.c_str();
     return ZRErrors::e_General_NoError;

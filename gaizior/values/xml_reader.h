@@ -14,7 +14,8 @@ namespace gaizior {
 class XmlReader {
 public:
     /// Takes all up to the end of the next element, or all there is when none ends.
-    explicit XmlReader(std::istream& stream);
+    /// @param function names the owner's method in log lines, "Class::Method(): "; it is borrowed.
+    XmlReader(std::istream& stream, const char* function);
 
     XmlReader(const XmlReader&) = delete;
     XmlReader& operator=(const XmlReader&) = delete;
@@ -31,13 +32,11 @@ private:
     template <typename Ends>
     bool TakeUpTo(Ends ends, std::span<char>& text);
 
+    const char* m_pFunction;
     std::string m_element; ///< what stands between "<" and "/>"; texts that are taken from it are ended in it
     std::span<char> m_rest;
     std::string m_value;   ///< the last one that had entities
     bool m_bEnded = false; ///< by "/>" and not by the end of the stream
 };
-
-/// Logs what went wrong while a message was read.
-void LogReadFailure(const std::string& what);
 
 } // namespace gaizior

@@ -1,7 +1,7 @@
 #include "gaizior/comms/message.h"
 
-#include "tests/comms/log_capture.h"
 #include "tests/support/allocation_failure.h"
+#include "tests/support/log_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -71,14 +71,33 @@ TEST_F(MessageTest, ComesBackFromItsElement) {
     EXPECT_FALSE(stream >> back);
 }
 
+TEST_F(MessageTest, EndsALoopWithTheStreamInEitherForm) {
+    const struct {
+        int format, messages;
+        const char* text;
+    } cases[] = {{1, 2, " <ZRCommMsgC /> <ZRCommMsgC />\n"}, {0, 1, "1;2;3;4;;"}, {0, 0, ""}, {1, 0, ""}};
+    for (const auto& given : cases) {
+        message.SetFormat(given.format);
+        std::istringstream stream(given.text);
+        int messages = 0;
+        while (messages < 9 && stream >> message) {
+            ++messages;
+        }
+        EXPECT_EQ(messages, given.messages) << given.text;
+        EXPECT_EQ(stream.rdstate(), std::ios_base::eofbit | std::ios_base::failbit);
+    }
+    EXPECT_EQ(lines.Take(), "") << "the end is no failure";
+}
+
 TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
+    message.m_ID = 5;
     const std::string ended = "unexpected object termination while ";
     const struct {
         const char* text;
         ZRErrorT error;
         std::string logged;
     } cases[] = {
-        {"< ZRCommMsgC\r\n m_Val = \"10000001f\" m_Code=\"1a\" m_ID=\"zz\" />", e_General_NoError, ""},
+        {"< ZRCommMsgC\r\n m_Val = \"10000001f\" m_Code=\"1a\" m_ID=\"0x\" />", e_General_NoError, ""},
         {"<ZRCommMsgC />", e_General_NoError, ""},
         {"", e_Xml_ReadFailed, ended + "reading object name: "},
         {"<ZRComm/>", e_Xml_ReadFailed, ended + "reading object name: ZRComm"},
@@ -101,6 +120,7 @@ TEST_F(MessageTest, TellsWhatIsWrongWithAnElement) {
     EXPECT_EQ(Read("<ZRCommMsgC m_Nothing=\"1\" />"), e_Arguments_Bad);
     EXPECT_EQ(lines.Take(), "0 ERROR: ZRCommMsgC::StoreParameter(): Invalid parameter:m_Nothing = 1\n");
     EXPECT_EQ(message.m_Code, 26);
+    EXPECT_EQ(message.m_ID, 5) << "no number: as it was";
     EXPECT_EQ(message.m_Val, 31) << "of 33 bits the low 32, as on Windows";
 }
 

@@ -22,6 +22,9 @@ TEST(ErrorRecord, KeepsTheTailOfALongTextAndNothingBeyondItsBytes) {
         expected.append(kept).append(32 - kept.size(), '\0').append("\xEE");
         EXPECT_EQ(std::string(bytes, std::end(bytes)), expected);
     }
+    ZRErrors::ZRErrorRecordT own{{}, {}, 0, 0, "its own text"};
+    ZRFillError(&own, ZRErrors::e_Buffer_TooSmall, 0, own.m_szText + 4, 0);
+    EXPECT_STREQ(own.m_szText, "own text");
     EXPECT_EQ(ZRFillError(nullptr, ZRErrors::e_Buffer_TooSmall, 0, "x", 0), 124u);
 }
 

@@ -1,13 +1,16 @@
 #include "gaizior/errors/error_stack.h"
 
 #include "gaizior/errors/error_text.h"
-#include "gaizior/logging/log_stream.h"
+#include "gaizior/errors/failure.h"
 #include "gaizior/platform/timing.h"
 #include "tests/support/allocation_failure.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <thread>
 #include <utility>
@@ -15,8 +18,6 @@
 namespace {
 
 using gaizior::test::FailAllocation;
-
-std::string g_log;
 
 struct Protected : ZRErrorC {
     using ZRErrorC::m_hMutex;
@@ -43,17 +44,16 @@ std::string PrintStack() {
 }
 
 struct ErrorStack : testing::Test {
-    void SetUp() override {
-        const ZRLogStreamC hooked([](unsigned, int, char* text) { g_log += text; }, nullptr, nullptr, nullptr);
+    ErrorStack() {
         const SYSTEMTIME time{2005, 2, 2, 1, 9, 5, 3, 7};
         gaizior::seams::SetLocalTime(&time);
         ZRErrorC::ClearStack();
-        g_log.clear();
     }
-    void TearDown() override {
+    ~ErrorStack() override {
         gaizior::seams::SetLocalTime(nullptr);
         gaizior::seams::SetTimeDivisor(1);
     }
+    gaizior::test::LogCapture m_log;
     gaizior::test::Watchdog m_watchdog;
 };
 
@@ -70,20 +70,35 @@ TEST_F(ErrorStack, IsTheSentinelWhileItIsEmpty) {
 TEST_F(ErrorStack, PrintsOneLineForEachEntryOldestFirst) {
     ::SetLastError(ERROR_ALREADY_EXISTS);
     EXPECT_EQ(ZRErrorC::Stack("ZRFooC::Bar(): ", ZRErrors::e_Command_TimedOut, "x"), 0u);
-    EXPECT_EQ(ZRErrorC::Stack(nullptr, ZRErrors::ZRErrorT{0x20000006}, nullptr), 0u);
+    EXPECT_EQ(ZRErrorC::Stack(nullptr, gaizior::FoldSystemError(6), nullptr), 0u);
     EXPECT_EQ(::GetLastError(), ERROR_ALREADY_EXISTS);
     const std::string at = "At: 09:05:03.007 on: 01/02/2005, ERROR: 0x";
     const std::string first = at + "000007dd Command timed out: 2013, in FUNCTION: ZRFooC::Bar():  REASON: x\r\n";
     const std::string second =
-        at + "20000006 " + ZRErrToStr(ZRErrors::ZRErrorT{0x20000006}) + ", in FUNCTION:  REASON: \r\n";
+        at + "20000006 " + ZRErrToStr(gaizior::FoldSystemError(6)) + ", in FUNCTION:  REASON: \r\n";
     EXPECT_EQ(Print(*ZRErrorC::GetStack(), true, false), first);
     EXPECT_EQ(Print(*ZRErrorC::ErrCreateZRErr, false, true), first + second);
     EXPECT_TRUE(ZRErrorC::IsEmpty());
 }
 
+TEST_F(ErrorStack, TakesAFailureInTheWordsOfItsLogLine) {
+    ::SetLastError(ERROR_INVALID_HANDLE);
+    errno = ENOENT;
+    const char* const nothing = nullptr;
+    EXPECT_EQ(gaizior::Fail("A::B(): ", ZRErrors::e_Command_TimedOut), 0x7DDu);
+    EXPECT_EQ(gaizior::FailAndStack("A::C(): ", ZRErrors::e_Arguments_Bad, "name", nothing, 7, ": ",
+                                    gaizior::CodeText(gaizior::LastErrno())),
+              0x7D6u);
+    EXPECT_EQ(gaizior::LastErrno(), 0x60000002u);
+    EXPECT_EQ(gaizior::LastSystemError(), 0x20000006u);
+    const std::string reason = std::string("name7: ") + std::strerror(ENOENT);
+    EXPECT_EQ(m_log.Take(), "0 ERROR: A::B(): Command timed out: 2013\n0 ERROR: A::C(): " + reason + '\n');
+    EXPECT_TRUE(PrintStack().ends_with(": 2006, in FUNCTION: A::C():  REASON: " + reason + "\r\n"));
+}
+
 TEST_F(ErrorStack, TakesEachEntryOfAChainOnceAndLeavesItToItsOwner) {
     ZRErrorC* const chain = ZRErrorC::Error("a", ZRErrors::e_Buffer_TooSmall, "first", 1);
-    EXPECT_EQ(g_log, " ERROR: a124 Reason: first\n");
+    EXPECT_EQ(m_log.Take(), "0 ERROR: a124 Reason: first\n");
     chain->m_pNext = ZRErrorC::Error("b", ZRErrors::e_Arguments_Bad, "second", 0);
     gaizior::seams::SetLocalTime(nullptr);
     for (ZRErrorC* const entries : {chain, chain, ZRErrorC::GetStack()}) {
@@ -119,26 +134,26 @@ TEST_F(ErrorStack, GoesAheadWhenItsLockCannotBeHad) {
     Protected::m_hMutex = reinterpret_cast<HANDLE>(0x7654320);
     ZRErrorC::Stack("broken", ZRErrors::e_Arguments_Bad, nullptr);
     Protected::m_hMutex = mutex;
-    EXPECT_EQ(g_log, " ERROR: ZRErrorC::LockStack(): 1Timed out waiting for m_hMutex\n"
-                     " WARNING: ZRErrorC::LockStack(): m_hMutex was abandoned\n"
-                     " ERROR: ZRErrorC::LockStack(): 1waiting for m_hMutex: " +
-                         std::string(ZRErrToStr(ZRErrors::ZRErrorT{0x20000006})) + "\n");
+    EXPECT_EQ(m_log.Take(), "0 ERROR: ZRErrorC::LockStack(): 1Timed out waiting for m_hMutex\n"
+                            "1 WARNING: ZRErrorC::LockStack(): m_hMutex was abandoned\n"
+                            "0 ERROR: ZRErrorC::LockStack(): 1waiting for m_hMutex: " +
+                                std::string(ZRErrToStr(gaizior::FoldSystemError(6))) + "\n");
     EXPECT_EQ(CountStack(), 4);
 }
 
 TEST_F(ErrorStack, ReportsEveryAllocationThatFails) {
     ZRErrors::ZRErrorT result{};
     const auto stack = [&] { result = ZRErrorC::Stack("function", ZRErrors::e_Arguments_Bad, "reason"); };
-    for (int n = 1; g_log.clear(), FailAllocation(n, stack); ++n) {
+    for (int n = 1; m_log.Take(), FailAllocation(n, stack); ++n) {
         EXPECT_EQ(result, n == 1 ? 0x800u : 0u);
         EXPECT_EQ(ZRErrorC::IsEmpty(), n == 1) << "an entry without one of its texts is better than none";
-        EXPECT_NE(g_log, "");
+        EXPECT_NE(m_log.Take(), "");
     }
     const std::string before = PrintStack();
     char* text = nullptr;
     const auto print = [&] { text = ZRErrorC::NoError->ToString(false, true); };
-    for (int n = 1; g_log.clear(), FailAllocation(n, print); ++n) {
-        EXPECT_TRUE(!text && !ZRErrorC::IsEmpty() && !g_log.empty());
+    for (int n = 1; m_log.Take(), FailAllocation(n, print); ++n) {
+        EXPECT_TRUE(!text && !ZRErrorC::IsEmpty() && !m_log.Take().empty());
     }
     EXPECT_EQ(text, before);
     EXPECT_TRUE(ZRErrorC::IsEmpty());
@@ -146,8 +161,9 @@ TEST_F(ErrorStack, ReportsEveryAllocationThatFails) {
 
     ZRErrorC chain;
     const auto copy = [&] { result = ZRErrorC::Stack(&chain); };
-    EXPECT_TRUE(FailAllocation(1, copy) && result == 0x7D1);
-    EXPECT_EQ(g_log, " ERROR: ZRErrorC::Stack: Allocating copy for stack\n");
+    errno = EDOM;
+    EXPECT_TRUE(FailAllocation(1, copy) && result == 0x7D1 && errno == EDOM);
+    EXPECT_EQ(m_log.Take(), "0 ERROR: ZRErrorC::Stack: Allocating copy for stack\n");
     EXPECT_TRUE(!FailAllocation(2, copy) && result == 0 && CountStack() == 1);
 }
 
@@ -157,11 +173,14 @@ TEST_F(ErrorStack, TakesThousandsOfEntriesFromManyThreadsWhileOthersPrintIt) {
             ZRErrorC::Stack("thread", ZRErrors::e_Arguments_Bad, "reason");
         }
     };
+    stack();
+    std::string meanwhile;
     {
         const std::jthread one(stack), two(stack), three(stack);
-        EXPECT_NE(PrintStack() + PrintStack() + PrintStack(), "");
+        meanwhile = PrintStack();
     }
-    EXPECT_EQ(CountStack(), 9000);
+    EXPECT_TRUE(PrintStack().starts_with(meanwhile) && meanwhile.ends_with(" REASON: reason\r\n"));
+    EXPECT_EQ(CountStack(), 12000);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/support/allocation_failure.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -12,6 +13,7 @@ constinit thread_local bool t_happened = false;
 void* Allocate(std::size_t size) {
     if (t_left > 0 && --t_left == 0) {
         t_happened = true;
+        errno = ENOMEM; // as malloc does
         return nullptr;
     }
     return std::malloc(size > 0 ? size : 1);

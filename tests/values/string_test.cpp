@@ -24,6 +24,8 @@ TEST(String, GivesPartsAndClampsPositions) {
     EXPECT_EQ(Joined({text.Mid(2, 10), text.Mid(2, -1), text.Mid(-2, 3), text.Mid(INT_MAX, INT_MAX)}), "cdef||abc||");
     EXPECT_EQ(Joined({text.Mid(2), text.Mid(6)}), "c||") << "one character, not the rest";
     EXPECT_EQ(std::string({text[5], text.GetAt(6), text[-1], text[INT_MAX]}), std::string("f\0\0\0", 4));
+    const long last = 5;
+    EXPECT_EQ(std::string({text[last], text[5ul], text[-1L], text[(1ll << 32) + 5]}), std::string("ff\0\0", 4));
 }
 
 TEST(String, FindsCharactersAndTexts) {
@@ -39,6 +41,8 @@ TEST(String, ComparesWithAndWithoutCase) {
     EXPECT_TRUE(text.CompareNoCase("pLATE") == 0 && text.CompareNoCase("plates") < 0);
     EXPECT_GT(text.CompareNoCase("PL_TE"), 0) << "lower case: _ sorts before a";
     EXPECT_LT(text.CompareNoCase("\xE9"), 0) << "bytes are unsigned";
+    EXPECT_TRUE(text == ZRCString("Plate") && text == "Plate" && "Plate" == text && ZRCString() == nullptr);
+    EXPECT_TRUE(text != ZRCString("Plat") && text != "plate");
 }
 
 TEST(String, GrowsAndJoinsInTheOrderWritten) {
@@ -48,6 +52,9 @@ TEST(String, GrowsAndJoinsInTheOrderWritten) {
     text += nullptr;
     ZRCString copy('<' + text + "f");
     EXPECT_STREQ(copy, "<abcdbef");
+    ZRCString nul = 'N' + ZRCString();
+    nul += '\0';
+    EXPECT_TRUE(("a" + nul + nul).GetLength() == 5 && nul != "N") << "a text goes on behind a NUL";
     text = 'x';
     copy = text;
     text.Empty();

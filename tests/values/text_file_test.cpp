@@ -1,6 +1,7 @@
 #include "gaizior/values/text_file.h"
 
 #include "tests/support/scratch.h"
+#include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,11 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 using namespace std::string_literals;
 
@@ -58,6 +64,21 @@ TEST_F(TextFile, TellsUnicodeByItsMarkAndStaysWhereItIs) {
     }
     EXPECT_EQ(FileIsUnicode(nullptr), 0);
 }
+
+#ifndef _WIN32 // There pipes have no place among the files.
+
+TEST_F(TextFile, IsOpenedOnce) {
+    const gaizior::test::Watchdog watchdog;
+    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    const std::jthread writer([this] { EXPECT_EQ(std::fputs("a short\nwriter", Open("w", nullptr).get()), 1); });
+    int isUnicode = -7;
+    const File file = Open("r", &isUnicode);
+    char line[16] = "";
+    EXPECT_STREQ(FGets(line, sizeof line, file.get(), isUnicode), "a short");
+    EXPECT_STREQ(FGets(line, sizeof line, file.get(), isUnicode), "writer");
+}
+
+#endif
 
 TEST_F(TextFile, OpensUnderEitherSeparatorOrNotAtAll) {
     int isUnicode = -7;
