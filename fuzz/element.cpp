@@ -1,16 +1,10 @@
 // The XML form of a message.
 
 #include "gaizior/comms/message.h"
-#include "gaizior/logging/log_stream.h"
 
 #include <cstdint>
 #include <sstream>
 #include <string>
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    ZRLogStrstreambufC::SetDBFn([](unsigned, int, char*) {});
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::istringstream stream(std::string(reinterpret_cast<const char*>(data), size));

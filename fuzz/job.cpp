@@ -9,16 +9,16 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     std::istringstream stream(text);
-    gaizior::Job job;
-    gaizior::ReadJob(stream, "job", job);
-    gaizior::Message message;
-    if (gaizior::Decode(text, message) != ZRErrors::e_General_NoError) {
+    apps::Job job;
+    apps::ReadJob(stream, "job", job);
+    apps::Message message;
+    if (apps::Decode(text, message) != ZRErrors::e_General_NoError) {
         return 0;
     }
     std::string packet;
-    gaizior::Message again;
-    if (gaizior::Encode(message, packet) == ZRErrors::e_General_NoError &&
-        (gaizior::Decode(packet, again) != ZRErrors::e_General_NoError || again.text != message.text ||
+    apps::Message again;
+    if (apps::Encode(message, packet) == ZRErrors::e_General_NoError &&
+        (apps::Decode(packet, again) != ZRErrors::e_General_NoError || again.text != message.text ||
          again.qualifier != message.qualifier || again.value != message.value)) {
         std::abort();
     }

@@ -1,16 +1,10 @@
 // Packet texts of 8 and 16 bits.
 
 #include "gaizior/comms/packet.h"
-#include "gaizior/logging/log_stream.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    ZRLogStrstreambufC::SetDBFn([](unsigned, int, char*) {});
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 2) {

@@ -11,7 +11,7 @@
 #include <memory>
 #include <utility>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 /// A slot's text, however damaged its slot is.
@@ -279,4 +279,4 @@ Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
     return std::nullopt;
 }
 
-} // namespace gaizior
+} // namespace apps

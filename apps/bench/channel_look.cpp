@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdio>
 
-namespace gaizior {
+namespace apps {
 
 bool IsConsistent(const Look& look) {
     return look.findings.szDamage[0] == '\0';
@@ -57,4 +57,4 @@ Outcome TakeLook(Look& look) {
     return failure;
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace gaizior {
+namespace apps {
 
 /// A look at the channel's block and what an examination of it found.
 struct Look {
@@ -38,4 +38,4 @@ Outcome TakeLook(Look& look, Presence& presence);
 /// The same where a channel is needed.
 Outcome TakeLook(Look& look);
 
-} // namespace gaizior
+} // namespace apps

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace gaizior {
+namespace apps {
 
 // What each of bench's commands is told by the command line, and the function that carries it out. Results go to
 // standard output; a failure is returned, and main says it.
@@ -64,4 +64,4 @@ struct WatchOptions {
 };
 Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt);
 
-} // namespace gaizior
+} // namespace apps

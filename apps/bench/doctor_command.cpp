@@ -10,7 +10,7 @@
 #include <memory>
 #include <optional>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr const char* kFunction = "DoctorCommand(): ";
@@ -246,4 +246,4 @@ Outcome DoctorCommand(const DoctorOptions& options, const Interrupt& interrupt) 
     return Advise(*diagnosis);
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -2,6 +2,7 @@
 #include "apps/bench/output.h"
 #include "apps/support/suggest.h"
 #include "gaizior/errors/error_table.h"
+#include "gaizior/errors/folded_code.h"
 
 #include <algorithm>
 #include <array>
@@ -10,11 +11,10 @@
 #include <optional>
 #include <span>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr const char* kFunction = "ErrorCommand(): ";
-constexpr std::uint32_t kSystemErrorFlag = 0x20000000;
 
 /// What is told about a code; a folded operating-system error is in no table but can be told all the same.
 struct Explanation {
@@ -56,7 +56,7 @@ constexpr std::array kOrigins = {
     Origin{0xA000, 0xBFFF, "plate handling system"},
     Origin{0xC000, 0xFFFE, "auto-unloader"},
     Origin{0x10000, 0x1FFFF, "firmware of the recorder"},
-    Origin{0x20000000, 0x3FFFFFFF, "operating system"},
+    Origin{gaizior::kSystemErrorFlag, 0x3FFFFFFF, "operating system"},
     Origin{0x60000000, 0x7FFFFFFF, "C run-time library"},
 };
 
@@ -113,8 +113,8 @@ Outcome FindByCode(const std::string& word, std::vector<Explanation>& found) {
     if (!code) {
         return Fail(kFunction, kInvalidParameter, Exit::kUsage, word + " is no code: codes have 32 bits");
     }
-    if ((*code & kSystemErrorFlag) != 0) {
-        found.push_back({*code, {}, ErrorText(static_cast<ZRErrors::ZRErrorT>(*code))});
+    if (const auto folded = static_cast<ZRErrors::ZRErrorT>(*code); gaizior::IsFolded(folded)) {
+        found.push_back({*code, {}, ErrorText(folded)});
         return std::nullopt;
     }
     const auto rows = Rows();
@@ -211,4 +211,4 @@ Outcome ErrorCommand(const ErrorOptions& options) {
     return std::nullopt;
 }
 
-} // namespace gaizior
+} // namespace apps

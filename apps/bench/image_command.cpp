@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <utility>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 /// What a person sees of a job while it runs: steps that are done, one a line, and a bar for the one that is not.
@@ -189,4 +189,4 @@ Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt) {
     return std::nullopt;
 }
 
-} // namespace gaizior
+} // namespace apps

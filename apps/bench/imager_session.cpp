@@ -1,12 +1,13 @@
 #include "apps/bench/imager_session.h"
 
 #include "gaizior/comms/channel_block.h"
+#include "gaizior/errors/folded_code.h"
 
 #include <array>
 #include <cstdio>
 #include <filesystem>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr DWORD kTimeToEnd = 5000;
@@ -63,13 +64,13 @@ Outcome ImagerSession::StartProcess() {
     // In a group of its own, so that Ctrl-C reaches bench alone, which then ends the imager in order.
     if (!::CreateProcessA(m_path.c_str(), command.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP, nullptr,
                           nullptr, &startup, &process)) {
-        const ZRErrors::ZRErrorT code = LastSystemError();
+        const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
         return Fail("ImagerSession::StartProcess(): ", code, Exit::kFailed,
                     m_path + ": the imager cannot be started: " + ErrorText(code) +
                         ": check that it is a program for this system");
     }
     ::CloseHandle(process.hThread);
-    m_hProcess = UniqueHandle(process.hProcess);
+    m_hProcess = gaizior::UniqueHandle(process.hProcess);
     m_nProcessId = process.dwProcessId;
     return std::nullopt;
 }
@@ -93,7 +94,7 @@ Outcome ImagerSession::End() {
                            "the imager (process " + std::to_string(m_nProcessId) + ") did not end within " +
                                std::to_string(kTimeToEnd / 1000) + " s and was killed");
         }
-        m_hProcess = UniqueHandle();
+        m_hProcess = gaizior::UniqueHandle();
     }
     m_client.Close();
     return outcome;
@@ -106,4 +107,4 @@ Outcome ImagerSession::NamingProcess(Outcome outcome) const {
     return outcome;
 }
 
-} // namespace gaizior
+} // namespace apps

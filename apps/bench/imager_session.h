@@ -4,7 +4,7 @@
 #include "apps/job/imager_client.h"
 #include "gaizior/platform/unique_handle.h"
 
-namespace gaizior {
+namespace apps {
 
 /// An imager process that bench started, and the channel to it. Whatever happens, both are gone when this is.
 class ImagerSession {
@@ -37,9 +37,9 @@ private:
     ImageOptions m_options;
     std::string m_path;
     ImagerClient m_client;
-    UniqueHandle m_hProcess;
+    gaizior::UniqueHandle m_hProcess;
     DWORD m_nProcessId = 0;
     Hundredths m_nEngineHundredths = 0;
 };
 
-} // namespace gaizior
+} // namespace apps

@@ -7,7 +7,7 @@
 
 #include <cstdio>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr const char* kExitCodes = R"(
@@ -307,9 +307,9 @@ int Run(int argc, char** argv) {
 }
 
 } // namespace
-} // namespace gaizior
+} // namespace apps
 
-int main(int argc, char** argv) try { return gaizior::Run(argc, argv); } catch (const std::exception& error) {
+int main(int argc, char** argv) try { return apps::Run(argc, argv); } catch (const std::exception& error) {
     std::fprintf(stderr, "bench: it cannot go on: %s\n", error.what());
-    return static_cast<int>(gaizior::Exit::kFailed);
+    return static_cast<int>(apps::Exit::kFailed);
 }

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 unsigned char Byte(std::string_view text, std::size_t at) {
@@ -211,4 +211,4 @@ std::string JsonText(std::string_view text) {
     return json + "\"";
 }
 
-} // namespace gaizior
+} // namespace apps

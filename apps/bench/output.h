@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace gaizior {
+namespace apps {
 
 enum class Colour { kGood, kBad, kFaint };
 
@@ -85,4 +85,4 @@ private:
 /// The text as a JSON string. What is no UTF-8 is taken as single bytes, so that the result always is.
 std::string JsonText(std::string_view text);
 
-} // namespace gaizior
+} // namespace apps

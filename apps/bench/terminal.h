@@ -1,6 +1,6 @@
 #pragma once
 
-namespace gaizior {
+namespace apps {
 
 /// What differs between the systems' terminals; one source for each system.
 enum class Stream { kOutput, kError };
@@ -27,4 +27,4 @@ private:
     unsigned long m_nModes[2] = {};
 };
 
-} // namespace gaizior
+} // namespace apps

@@ -6,7 +6,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 int Descriptor(Stream stream) {
@@ -34,4 +34,4 @@ bool HasColour(Stream stream) {
 TerminalMode::TerminalMode() {}
 TerminalMode::~TerminalMode() {}
 
-} // namespace gaizior
+} // namespace apps

@@ -4,7 +4,7 @@
 
 #include <initializer_list>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 bool g_bHasColour[2] = {};
@@ -69,4 +69,4 @@ TerminalMode::~TerminalMode() {
     }
 }
 
-} // namespace gaizior
+} // namespace apps

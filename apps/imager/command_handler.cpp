@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace gaizior {
+namespace apps {
 
 Outgoing CommandHandler::Greeting() const {
     return MakeReply(m_nClientId, kStatus, ZRErrors::e_General_NoError);
@@ -109,4 +109,4 @@ std::string CommandHandler::Describe() const {
     return text;
 }
 
-} // namespace gaizior
+} // namespace apps

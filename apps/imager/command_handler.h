@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace gaizior {
+namespace apps {
 
 /// A message and the communications ID that it goes to.
 struct Outgoing {
@@ -66,4 +66,4 @@ private:
     bool m_bStopped = false;
 };
 
-} // namespace gaizior
+} // namespace apps

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr double kMirrorRevolutionsPerSecond = 900; // 54,000 a minute, one line each
@@ -128,4 +128,4 @@ const char* StateName(Engine::State state) {
     return kNames[static_cast<std::size_t>(state)];
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace gaizior {
+namespace apps {
 
 /// Simulates an internal-drum platesetter: a spinning mirror writes one line a revolution while the carriage moves on.
 /// Time passes only in Advance, so whoever drives it decides the pace. Not for several threads at once.
@@ -77,4 +77,4 @@ private:
 /// "empty", "loading" ...
 const char* StateName(Engine::State state);
 
-} // namespace gaizior
+} // namespace apps

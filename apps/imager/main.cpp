@@ -1,12 +1,13 @@
 #include "apps/imager/server.h"
 #include "apps/support/diagnostics.h"
 #include "apps/support/process_events.h"
+#include "gaizior/errors/folded_code.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr const char* kFooter = R"(Takes commands over the message channel and answers each. Ends when it
@@ -33,13 +34,14 @@ int Run(ServerOptions options, DWORD clientProcess, bool verbose) {
     SetUpDiagnostics("imager", verbose);
     const Interrupt interrupt;
     options.hInterrupt = interrupt.Event();
-    UniqueHandle hClient;
+    gaizior::UniqueHandle hClient;
     if (clientProcess != 0) {
-        hClient = UniqueHandle(::OpenProcess(SYNCHRONIZE, FALSE, clientProcess));
+        hClient = gaizior::UniqueHandle(::OpenProcess(SYNCHRONIZE, FALSE, clientProcess));
         if (!hClient) {
-            return PrintFailure(Fail("Run(): ", LastSystemError(), Exit::kFailed,
+            const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
+            return PrintFailure(Fail("Run(): ", code, Exit::kFailed,
                                      "the client's process " + std::to_string(clientProcess) +
-                                         " cannot be watched: " + ErrorText(LastSystemError())),
+                                         " cannot be watched: " + ErrorText(code)),
                                 verbose);
         }
         options.hClientProcess = hClient.Get();
@@ -49,14 +51,14 @@ int Run(ServerOptions options, DWORD clientProcess, bool verbose) {
 }
 
 } // namespace
-} // namespace gaizior
+} // namespace apps
 
 int main(int argc, char** argv) try {
-    gaizior::ServerOptions options;
+    apps::ServerOptions options;
     DWORD clientProcess = 0;
     bool verbose = false;
     CLI::App app("The imaging process of a platesetter, with a simulated engine", "imager");
-    app.footer(gaizior::kFooter);
+    app.footer(apps::kFooter);
     app.allow_windows_style_options(false);
     app.add_option("--id", options.id, "Communications ID to receive under (default 101)")
         ->check(CLI::Range(2, 65535))
@@ -77,14 +79,14 @@ int main(int argc, char** argv) try {
             return app.exit(error);
         }
         std::fprintf(stderr, "imager: %s: see 'imager --help'\n", error.what());
-        return static_cast<int>(gaizior::Exit::kUsage);
+        return static_cast<int>(apps::Exit::kUsage);
     }
     options.greet = client->count() > 0;
     if (!options.greet) {
         options.clientId = static_cast<std::uint16_t>(options.id - 1);
     }
-    return gaizior::Run(options, clientProcess, verbose);
+    return apps::Run(options, clientProcess, verbose);
 } catch (const std::exception& error) {
     std::fprintf(stderr, "imager: it cannot go on: %s\n", error.what());
-    return static_cast<int>(gaizior::Exit::kFailed);
+    return static_cast<int>(apps::Exit::kFailed);
 }

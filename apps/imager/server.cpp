@@ -2,11 +2,12 @@
 
 #include "apps/support/process_events.h"
 #include "gaizior/comms/channel.h"
+#include "gaizior/errors/folded_code.h"
 #include "gaizior/logging/log_stream.h"
 
 #include <array>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr DWORD kTick = 50;            // milliseconds between two looks at the engine
@@ -32,9 +33,9 @@ Outcome Server::Run() {
     if (Outcome failure = m_channel.Open(m_options.id, kPatienceForId)) {
         return failure;
     }
-    const UniqueHandle hThread(::CreateThread(nullptr, 0, &Server::ReceiveThread, this, 0, nullptr));
+    const gaizior::UniqueHandle hThread(::CreateThread(nullptr, 0, &Server::ReceiveThread, this, 0, nullptr));
     if (!hThread) {
-        return Fail(kFunction, LastSystemError(), Exit::kFailed, "the receiving thread cannot be started");
+        return Fail(kFunction, gaizior::LastSystemError(), Exit::kFailed, "the receiving thread cannot be started");
     }
     if (m_options.greet) {
         Queue({m_handler.Greeting()});
@@ -173,4 +174,4 @@ bool Server::IsOutboxFull() {
     return m_outbox.size() >= kOutboxLimit;
 }
 
-} // namespace gaizior
+} // namespace apps

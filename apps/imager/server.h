@@ -8,7 +8,7 @@
 #include <deque>
 #include <mutex>
 
-namespace gaizior {
+namespace apps {
 
 struct ServerOptions {
     std::uint16_t id = kBenchId + 1;
@@ -42,12 +42,12 @@ private:
 
     ServerOptions m_options;
     ChannelId m_channel;
-    UniqueHandle m_hWake; ///< auto-reset: something waits to be sent, or to be ended
-    UniqueHandle m_hEnd;  ///< manual-reset: the receiving thread is to end
-    std::mutex m_lock;    ///< guards what follows
+    gaizior::UniqueHandle m_hWake; ///< auto-reset: something waits to be sent, or to be ended
+    gaizior::UniqueHandle m_hEnd;  ///< manual-reset: the receiving thread is to end
+    std::mutex m_lock;             ///< guards what follows
     CommandHandler m_handler;
     std::deque<Outgoing> m_outbox;
     Outcome m_failure;
 };
 
-} // namespace gaizior
+} // namespace apps

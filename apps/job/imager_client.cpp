@@ -6,7 +6,7 @@
 
 #include <array>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr unsigned long kSendTimeout = 2000;
@@ -130,4 +130,4 @@ Failure ImagerClient::Silence(const std::string& awaited) const {
                     " s: 'bench channel status' shows what waits for it, --timeout gives it more time");
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-namespace gaizior {
+namespace apps {
 
 /// Commands an imager over the channel. Not for several threads at once.
 class ImagerClient {
@@ -60,4 +60,4 @@ private:
     Watched m_watched;
 };
 
-} // namespace gaizior
+} // namespace apps

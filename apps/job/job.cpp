@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr bool IsDigit(char c) {
@@ -111,4 +111,4 @@ int CountLines(const Job& job) {
     return job.image.length * job.resolution / kHundredthsPerInch;
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace gaizior {
+namespace apps {
 
 /// Lengths are whole hundredths of a millimetre: both a message and a job file carry them without loss.
 using Hundredths = int;
@@ -75,4 +75,4 @@ int CountPlates(const Job& job);
 /// Lines of one plate: the image's length at the job's resolution.
 int CountLines(const Job& job);
 
-} // namespace gaizior
+} // namespace apps

@@ -9,7 +9,7 @@
 #include <map>
 #include <vector>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr std::size_t kLongestLine = 256;
@@ -293,4 +293,4 @@ Outcome ReadJobFile(const std::string& path, Job& job) {
     return ReadJob(stream, path, job);
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -6,7 +6,7 @@
 #include <istream>
 #include <string>
 
-namespace gaizior {
+namespace apps {
 
 /// Reads a job file: "key = value" lines in sections, '#' begins a comment, lengths in mm, the resolution in dpi.
 ///
@@ -30,4 +30,4 @@ Outcome ReadJobFile(const std::string& path, Job& job);
 /// The same from a stream; `name` stands for the file in the texts.
 Outcome ReadJob(std::istream& stream, const std::string& name, Job& job);
 
-} // namespace gaizior
+} // namespace apps

@@ -7,7 +7,7 @@
 #include <array>
 #include <limits>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 /// Cuts the text up to the next separator off the front of `rest`, the separator with it.
@@ -171,4 +171,4 @@ std::optional<Job> ReadExposeCommand(const Message& message) {
     return job;
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace gaizior {
+namespace apps {
 
 /// What a message is. A command asks; exactly one reply answers it; progress may come in between.
 enum MessageType : std::int32_t { kCommand = 1, kReply = 2, kProgress = 3 };
@@ -61,4 +61,4 @@ std::optional<Size> ReadLoadCommand(const Message& message);
 /// What an expose command asks for, without the plate; nothing when it is not all there.
 std::optional<Job> ReadExposeCommand(const Message& message);
 
-} // namespace gaizior
+} // namespace apps

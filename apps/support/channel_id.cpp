@@ -2,11 +2,12 @@
 
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"
+#include "gaizior/errors/folded_code.h"
 
 #include <memory>
 #include <utility>
 
-namespace gaizior {
+namespace apps {
 
 ChannelId::~ChannelId() {
     Close();
@@ -16,16 +17,25 @@ Outcome ChannelId::Open(std::uint16_t id, DWORD patience) {
     constexpr const char* kFunction = "ChannelId::Open(): ";
     constexpr DWORD kPause = 100;
     const std::string number = std::to_string(id);
-    for (DWORD waited = 0; !TakeName("Gaizior_Comms_ID_" + number); waited += kPause) {
-        if (waited >= patience) {
-            return Fail(kFunction, kDeviceBusy, Exit::kFailed,
-                        "communications ID " + number +
-                            " is in use by another process: end that or choose another ID with --id");
-        }
+    const std::string name = "Gaizior_Comms_ID_" + number;
+    DWORD error = TakeName(name);
+    for (DWORD waited = 0; error == ERROR_ALREADY_EXISTS && waited < patience; waited += kPause) {
         ::Sleep(kPause);
+        error = TakeName(name);
+    }
+    if (error == ERROR_ALREADY_EXISTS) {
+        return Fail(kFunction, kDeviceBusy, Exit::kFailed,
+                    "communications ID " + number +
+                        " is in use by another process: end that or choose another ID with --id");
+    }
+    if (error != ERROR_SUCCESS) {
+        const ZRErrors::ZRErrorT code = gaizior::FoldSystemError(error);
+        return Fail(kFunction, code, Exit::kFailed,
+                    "communications ID " + number + " cannot be reserved under the name " + name + ": " +
+                        ErrorText(code));
     }
     if (const auto code = ZcOpenComms(id); code != ZRErrors::e_General_NoError) {
-        m_hName = UniqueHandle();
+        m_hName = gaizior::UniqueHandle();
         return Fail(kFunction, code, ExitOf(code),
                     "the message channel cannot be opened under ID " + number + ": " + ErrorText(code) +
                         " (operating-system error " + std::to_string(ZcGetCommsOSError()) +
@@ -36,20 +46,21 @@ Outcome ChannelId::Open(std::uint16_t id, DWORD patience) {
     return std::nullopt;
 }
 
-bool ChannelId::TakeName(const std::string& name) {
-    UniqueHandle hName(::CreateMutexA(nullptr, FALSE, name.c_str()));
-    if (::GetLastError() == ERROR_ALREADY_EXISTS) {
-        return false;
+DWORD ChannelId::TakeName(const std::string& name) {
+    gaizior::UniqueHandle hName(::CreateMutexA(nullptr, FALSE, name.c_str()));
+    const DWORD error = ::GetLastError();
+    if (!hName || error == ERROR_ALREADY_EXISTS) {
+        return error;
     }
     m_hName = std::move(hName);
-    return true;
+    return ERROR_SUCCESS;
 }
 
 void ChannelId::Close() {
     if (std::exchange(m_bOpen, false)) {
         ZcCloseComms();
     }
-    m_hName = UniqueHandle();
+    m_hName = gaizior::UniqueHandle();
 }
 
 Failure SendFailure(const char* function, ZRErrors::ZRErrorT code, std::uint16_t destination) {
@@ -77,4 +88,4 @@ Waiting CountWaiting(std::uint16_t id) {
     return waiting;
 }
 
-} // namespace gaizior
+} // namespace apps

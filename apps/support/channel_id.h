@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace gaizior {
+namespace apps {
 
 /// Holds the channel open under a communications ID and keeps every other of our programs from opening it under the
 /// same one: two of a kind would take each other's messages.
@@ -26,9 +26,10 @@ public:
     }
 
 private:
-    bool TakeName(const std::string& name);
+    /// @returns 0; ERROR_ALREADY_EXISTS when another process has the name; the system's error when nobody can have it.
+    DWORD TakeName(const std::string& name);
 
-    UniqueHandle m_hName; ///< exists as long as the ID is in use, in whatever process
+    gaizior::UniqueHandle m_hName; ///< exists as long as the ID is in use, in whatever process
     bool m_bOpen = false;
     std::uint16_t m_nId = 0;
 };
@@ -44,4 +45,4 @@ struct Waiting {
 /// Both are 0 when the channel cannot be looked at.
 Waiting CountWaiting(std::uint16_t id);
 
-} // namespace gaizior
+} // namespace apps

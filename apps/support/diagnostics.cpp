@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr unsigned kEveryLevel = 100;
@@ -54,4 +54,4 @@ void PrintErrorStack() {
     std::fputs(text ? text.get() : "(no memory for the error stack)\n", stderr);
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace gaizior {
+namespace apps {
 
 /// Where a program's log lines go: to standard error after the program's name when `verbose`, the channel's own lines
 /// among them; nowhere otherwise, since a program says what went wrong in one line of its own. Call it once, at the
@@ -10,4 +10,4 @@ void SetUpDiagnostics(const char* program, bool verbose);
 /// Writes the error stack to standard error.
 void PrintErrorStack();
 
-} // namespace gaizior
+} // namespace apps

@@ -3,11 +3,10 @@
 #include "gaizior/errors/error_stack.h"
 #include "gaizior/errors/error_text.h"
 #include "gaizior/logging/log_stream.h"
-#include "gaizior/platform/windows_api.h"
 
 #include <utility>
 
-namespace gaizior {
+namespace apps {
 
 Failure Fail(const char* function, ZRErrors::ZRErrorT code, Exit exit, std::string text) {
     ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
@@ -24,9 +23,4 @@ std::string ErrorText(ZRErrors::ZRErrorT code) {
     return ZRErrToStr(code);
 }
 
-ZRErrors::ZRErrorT LastSystemError() {
-    constexpr DWORD kSystemErrorFlag = 0x20000000;
-    return static_cast<ZRErrors::ZRErrorT>(::GetLastError() | kSystemErrorFlag);
-}
-
-} // namespace gaizior
+} // namespace apps

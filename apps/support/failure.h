@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace gaizior {
+namespace apps {
 
 // Codes of the table that have no enumerator and that the programs return.
 inline constexpr auto kJobStopped = static_cast<ZRErrors::ZRErrorT>(0x0039);
@@ -47,7 +47,4 @@ Exit ExitOf(ZRErrors::ZRErrorT code);
 /// A code's text in a string of its own.
 std::string ErrorText(ZRErrors::ZRErrorT code);
 
-/// The calling thread's last operating-system error as a code.
-ZRErrors::ZRErrorT LastSystemError();
-
-} // namespace gaizior
+} // namespace apps

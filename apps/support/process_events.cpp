@@ -1,6 +1,6 @@
 #include "apps/support/process_events.h"
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 // A console handler has no argument, so what it tells is kept here.
@@ -50,4 +50,4 @@ bool IsSignalled(HANDLE handle) {
     return handle && ::WaitForSingleObject(handle, 0) == WAIT_OBJECT_0;
 }
 
-} // namespace gaizior
+} // namespace apps

@@ -2,7 +2,7 @@
 
 #include "gaizior/platform/windows_api.h"
 
-namespace gaizior {
+namespace apps {
 
 /// Turns Ctrl-C, Ctrl-Break and the wish to close into an event, so that a program can end in order. One lives in
 /// main. A second Ctrl-C ends the process at once.
@@ -23,4 +23,4 @@ public:
 /// Whether a handle is signalled now; a null handle never is.
 bool IsSignalled(HANDLE handle);
 
-} // namespace gaizior
+} // namespace apps

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <vector>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 char Folded(char c) {
@@ -48,4 +48,4 @@ std::string Suggestion(std::string_view word, std::span<const std::string> candi
     return nearest.empty() ? "" : " (did you mean '" + std::string(nearest) + "'?)";
 }
 
-} // namespace gaizior
+} // namespace apps

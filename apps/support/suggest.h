@@ -4,10 +4,10 @@
 #include <string>
 #include <string_view>
 
-namespace gaizior {
+namespace apps {
 
 /// " (did you mean 'status'?)" for the candidate nearest to a mistyped word; empty when none is near.
 /// Capitals do not count.
 std::string Suggestion(std::string_view word, std::span<const std::string> candidates);
 
-} // namespace gaizior
+} // namespace apps

@@ -5,7 +5,7 @@
 
 #include <tuple>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 constexpr std::uint16_t kImager = 101;
@@ -153,15 +153,13 @@ TEST_F(CommandHandlerTest, StopEndsTheRunningJobAndAnswersBoth) {
     m_handler.Advance(20);
     const std::vector<Outgoing> answers = Tell(MakeStopCommand(), kOther);
     ASSERT_EQ(answers.size(), 2u);
-    EXPECT_EQ(answers[0].destination, kClient);
-    EXPECT_EQ(answers[0].message.code, kExpose);
+    EXPECT_TRUE(answers[0].destination == kClient && answers[0].message.code == kExpose);
     EXPECT_EQ(answers[0].message.value, kJobStopped);
-    EXPECT_EQ(answers[1].destination, kOther);
-    EXPECT_EQ(answers[1].message.value, ZRErrors::e_General_NoError);
+    EXPECT_TRUE(answers[1].destination == kOther && answers[1].message.value == ZRErrors::e_General_NoError);
     EXPECT_TRUE(m_handler.IsStopped());
     EXPECT_EQ(State(), "exposed") << "the plate is spoiled";
     EXPECT_TRUE(m_handler.Advance(kLongEnough).empty());
 }
 
 } // namespace
-} // namespace gaizior
+} // namespace apps

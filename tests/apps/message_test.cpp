@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 /// The job that needs the longest message of all that the limits allow.
@@ -77,4 +77,4 @@ TEST(Message, CommandsWithMissingOrHostileParametersAreNotRead) {
 }
 
 } // namespace
-} // namespace gaizior
+} // namespace apps

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace gaizior {
+namespace apps {
 namespace {
 
 TEST(Output, AProgressLineFitsEveryWidth) {
@@ -54,4 +54,4 @@ TEST(Suggestion, NamesTheNearestWordOrNone) {
 }
 
 } // namespace
-} // namespace gaizior
+} // namespace apps

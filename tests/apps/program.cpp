@@ -1,7 +1,5 @@
 #include "tests/apps/program.h"
 
-#include "gaizior/platform/unique_handle.h"
-
 #include <fstream>
 #include <sstream>
 
@@ -9,29 +7,24 @@
 #include <csignal>
 #endif
 
-namespace gaizior::test {
+namespace apps::test {
 namespace {
 
 std::string ReadFile(const std::string& path) {
-    std::ifstream stream(path);
     std::ostringstream text;
-    text << stream.rdbuf();
+    text << std::ifstream(path).rdbuf();
     return text.str();
 }
 
-/// As both systems' command lines are split: quoted, with a backslash before a quote.
-std::string Quoted(const std::string& argument) {
-    std::string quoted = "\"";
-    for (const char c : argument) {
-        quoted += c == '"' ? "\\\"" : std::string(1, c);
-    }
-    return quoted + "\"";
-}
-
+/// As both systems' command lines are split: each word quoted, with a backslash before a quote.
 std::string Line(const std::vector<std::string>& words) {
     std::string line;
     for (const std::string& word : words) {
-        line += Quoted(word) + " ";
+        line += '"';
+        for (const char c : word) {
+            line += c == '"' ? "\\\"" : std::string(1, c);
+        }
+        line += "\" ";
     }
     return line;
 }
@@ -105,6 +98,14 @@ std::string Program::WaitForError(const std::string& text) const {
     return {};
 }
 
+Ended::Ended(const std::vector<std::string>& arguments, int exitCode) : Program("bench", arguments) {
+    EXPECT_EQ(Wait(), exitCode) << testing::PrintToString(arguments) << Output() << Errors();
+}
+
+bool Holds(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 void SuspendProcess(DWORD processId) {
 #ifdef _WIN32
     using Suspend = LONG(WINAPI*)(HANDLE);
@@ -116,4 +117,4 @@ void SuspendProcess(DWORD processId) {
 #endif
 }
 
-} // namespace gaizior::test
+} // namespace apps::test

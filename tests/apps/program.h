@@ -1,13 +1,21 @@
 #pragma once
 
+#include "gaizior/comms/channel.h"
+#include "gaizior/platform/unique_handle.h"
 #include "tests/support/child.h"
 #include "tests/support/scratch.h"
+#include "tests/support/watchdog.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace gaizior::test {
+#include <gtest/gtest.h>
+
+namespace apps::test {
+
+using gaizior::UniqueHandle;
+using namespace gaizior::test; // what all tests share
 
 /// One of our programs, started with its output going to files. Killed at the end if it still runs.
 class Program {
@@ -32,7 +40,27 @@ private:
     Child m_child;
 };
 
+/// A bench that has ended with the exit code that is expected of it.
+struct Ended : Program {
+    explicit Ended(const std::vector<std::string>& arguments, int exitCode = 0);
+};
+
+/// Programs as processes with a channel of their own, in which the test itself may take part.
+class ChannelTest : public testing::Test {
+protected:
+    ~ChannelTest() override {
+        ZcCloseComms();
+    }
+
+private:
+    Watchdog m_watchdog{std::chrono::seconds(120)};
+    PrivateNames m_names;
+};
+
+/// For EXPECT_PRED2: whether a text has that part.
+bool Holds(const std::string& text, const std::string& part);
+
 /// Lets a process hang: it neither runs nor ends.
 void SuspendProcess(DWORD processId);
 
-} // namespace gaizior::test
+} // namespace apps::test

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # words_test.sh PREFIX SAMPLES: the installed manual pages name the commands and options that the programs' help names
-# and no others, and the shells complete them.
+# and no others, every help has examples and exit codes, and the shells complete the words.
 set -euo pipefail
 PATH=$1/bin:$PATH
 data=$1/share
@@ -15,6 +15,7 @@ equal() { diff <(echo "$2") <(echo "$3") || { echo "$1 is wrong: < expected, > f
 from_help() {
     local help words word
     help=$("$@" --help)
+    grep -q '^Examples:$' <<<"$help" && grep -q '^Exit codes: 0 ' <<<"$help" || echo "$* lacks examples or exit codes"
     sed -nE "s/^  (--[a-z-]+)( [A-Z]+)?.*/$* \1\2/p" <<<"$help"
     words=$(sed -nE '/^Subcommands:/,/^$/s/^  ([a-z]+) .*/\1/p' <<<"$help")
     [ -n "$words" ] || sed -n 's/^Usage: //p' <<<"$help"
