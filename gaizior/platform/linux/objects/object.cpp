@@ -34,6 +34,10 @@ public:
         return object;
     }
 
+    std::mutex& Lock() {
+        return m_lock;
+    }
+
     void Free(Object& object) {
         const std::lock_guard lock(m_lock);
         m_free.push_back(&object); // cannot fail: Grow reserved room for every place
@@ -99,6 +103,10 @@ void Pause(int spins) {
     } else if (spins >= kSpins) {
         ::sched_yield();
     }
+}
+
+std::mutex& TableLock() {
+    return TheTable().Lock();
 }
 
 ThreadState& CurrentThread() {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 /// What stands behind a handle. A handle is an index into one process-wide table and the generation of what was put
@@ -61,6 +62,7 @@ struct WaitNode {
 struct alignas(64) Object {
     std::atomic<std::uint64_t> word{0};
     std::uint32_t place = 0; ///< in the table
+    bool isLockedForFork = false;
 
     // Under the lock:
     WaitNode* first = nullptr;
@@ -98,6 +100,8 @@ inline constexpr std::uint32_t kMaximumChunks = 65536;
 
 /// The places for objects, so many at a time. Never given back: handles are closed until the very end of the process.
 extern std::array<std::atomic<Object*>, kMaximumChunks> g_chunks;
+/// Guards which places are free. Who holds it takes no other lock but an object's.
+std::mutex& TableLock();
 
 /// Waits until nobody changes the object. @returns its word.
 std::uint64_t AwaitUnlocked(const Object& object);

@@ -13,7 +13,9 @@ namespace {
 using platform::ForkPart;
 
 /// In the order in which a thread may hold their locks together.
-constexpr const ForkPart* kParts[] = {&platform::kConsoleForkPart, &platform::kWatcherForkPart};
+constexpr const ForkPart* kParts[] = {&platform::kConsoleForkPart, &platform::kWatcherForkPart,
+                                      &platform::kNamesForkPart, &platform::kViewsForkPart,
+                                      &platform::kObjectsForkPart};
 
 constinit KeepAcrossFork* g_lastKept = nullptr;
 

@@ -13,5 +13,8 @@ struct ForkPart {
 
 extern const ForkPart kConsoleForkPart;
 extern const ForkPart kWatcherForkPart;
+extern const ForkPart kNamesForkPart;
+extern const ForkPart kViewsForkPart;
+extern const ForkPart kObjectsForkPart;
 
 } // namespace gaizior::platform
