@@ -2,7 +2,8 @@
 
 #include "gaizior/platform/fork.h"
 
-#include <ranges>
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <pthread.h>
@@ -30,9 +31,8 @@ void Prepare() {
 }
 
 void Continue(void (*ForkPart::*continuation)()) {
-    for (const ForkPart* part : std::views::reverse(kParts)) {
-        (part->*continuation)();
-    }
+    std::for_each(std::rbegin(kParts), std::rend(kParts),
+                  [continuation](const ForkPart* part) { (part->*continuation)(); });
     for (const KeepAcrossFork* kept = g_lastKept; kept; kept = kept->Next()) {
         kept->Lock().unlock();
     }
