@@ -4,6 +4,7 @@
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/crash_point.h"
+#include "gaizior/platform/fork.h"
 #include "gaizior/platform/timing.h"
 
 #include <atomic>
@@ -222,6 +223,7 @@ void Channel::DumpSlots() const {
 }
 
 std::mutex g_channelLock;
+const KeepAcrossFork g_keepChannelLock(g_channelLock);
 std::shared_ptr<Channel> g_channel;
 
 std::shared_ptr<Channel> CurrentChannel() {

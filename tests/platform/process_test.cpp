@@ -9,6 +9,11 @@
 #include <fstream>
 #include <utility>
 
+#ifndef _WIN32
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
 namespace gaizior::test {
 namespace {
 
@@ -62,29 +67,62 @@ TEST_F(Processes, InheritFolderAndEnvironmentUnlessTheyAreGivenButNoDescriptors)
     // The folder of the running program is found whichever folder the child gets.
     std::string environment = "GAIZIOR_TEST_VALUE=given";
     environment.append("\0PATH=", 6).append(std::getenv("PATH")).append(2, '\0');
+#ifndef _WIN32
+    const int before = ::fcntl(STDIN_FILENO, F_GETFD);
+    ::fcntl(STDIN_FILENO, F_SETFD, FD_CLOEXEC); // and yet the child's first file is not its standard input
+#endif
     EXPECT_EQ(Child(nullptr, line, 0, environment.data(), folder.Path().string().c_str()).ExitCode(), 0u);
     EXPECT_EQ(Told(), folder.Path().filename().string() + "|given" + descriptors);
+#ifndef _WIN32
+    ::fcntl(STDIN_FILENO, F_SETFD, before);
+#endif
 }
 
-TEST_F(Processes, ThatCannotBeStartedSayWhy) {
+TEST_F(Processes, ThatCannotBeStartedSayWhyAndLeaveNoHandles) {
     const std::string noProgram = folder.File("text.exe");
-    std::ofstream(noProgram) << "no program";
-    std::filesystem::permissions(noProgram, std::filesystem::perms::all);
+    const std::string below = noProgram + "/below";
     const std::string nowhere = folder.File("nowhere");
-    EXPECT_EQ(Child(nullptr, "no_such_program a b").Error(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(nullptr, nowhere + " a").Error(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(nowhere.c_str(), "a b").Error(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(nullptr, " platform_child").Error(), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(Child(noProgram.c_str(), "a").Error(), DWORD{ERROR_BAD_EXE_FORMAT});
-    EXPECT_EQ(Child(nullptr, "platform_child", 0, nullptr, nowhere.c_str()).Error(), DWORD{ERROR_DIRECTORY});
-#ifndef _WIN32
-    std::filesystem::permissions(noProgram, std::filesystem::perms::owner_read);
+    const std::string readOnly = folder.File("data.exe");
     const std::string tooLong(4'000'000, 'x');
-    EXPECT_EQ(Child(noProgram.c_str(), "a").Error(), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(Child((noProgram + "/below").c_str(), "a").Error(), ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(Child("/proc/self/exe", tooLong).Error(), ERROR_FILENAME_EXCED_RANGE);
-    EXPECT_EQ(Child(nullptr, '/' + tooLong).Error(), ERROR_FILENAME_EXCED_RANGE);
+    for (const std::string& path : {noProgram, readOnly}) {
+        std::ofstream(path) << "no program";
+    }
+    std::filesystem::permissions(noProgram, std::filesystem::perms::all);
+    std::filesystem::permissions(readOnly, std::filesystem::perms::owner_read);
+    const struct {
+        const char* application;
+        std::string line;
+        DWORD error;
+        const char* directory = nullptr;
+    } cases[] = {
+        {nullptr, "no_such_program a b", ERROR_FILE_NOT_FOUND},
+        {nullptr, nowhere + " a", ERROR_FILE_NOT_FOUND},
+        {nullptr, " platform_child", ERROR_FILE_NOT_FOUND},
+        {nullptr, "", ERROR_FILE_NOT_FOUND},
+        {nullptr, R"("" a)", ERROR_INVALID_PARAMETER},
+        {"", "a", ERROR_PATH_NOT_FOUND},
+        {nowhere.c_str(), "a b", ERROR_FILE_NOT_FOUND},
+        {noProgram.c_str(), "a", ERROR_BAD_EXE_FORMAT},
+        {nullptr, "platform_child", ERROR_DIRECTORY, nowhere.c_str()},
+#ifndef _WIN32
+        {readOnly.c_str(), "a", ERROR_ACCESS_DENIED},
+        {below.c_str(), "a", ERROR_PATH_NOT_FOUND},
+        {"/proc/self/exe", tooLong, ERROR_FILENAME_EXCED_RANGE},
+        {nullptr, '/' + tooLong, ERROR_FILENAME_EXCED_RANGE},
 #endif
+    };
+    for (const auto& c : cases) {
+        PROCESS_INFORMATION information{INVALID_HANDLE_VALUE, INVALID_HANDLE_VALUE, 1, 1};
+        std::string line = c.line;
+        STARTUPINFOA startup{};
+        startup.cb = sizeof(startup);
+        EXPECT_EQ(ErrorOf(::CreateProcessA(c.application, line.data(), nullptr, nullptr, FALSE, 0, nullptr, c.directory,
+                                           &startup, &information)),
+                  c.error)
+            << (c.application ? c.application : "") << ' ' << line.substr(0, 80);
+        // Wine leaves the handles alone where it finds no program to the command line.
+        EXPECT_TRUE(!c.application || (!information.hProcess && !information.hThread && !information.dwProcessId));
+    }
 }
 
 TEST_F(Processes, AreSignalledAtTheirEndThroughEveryHandle) {

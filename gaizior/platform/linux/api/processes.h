@@ -35,16 +35,18 @@ inline constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
 /// Starts a program. `application` is its path; null takes the first word of `commandLine`, looked for beside the
 /// running program, in the current directory and on PATH unless it holds a separator. Backslashes in program and
 /// directory separate as slashes do. The command line is split by Windows' quoting rules; null is the program alone.
-/// Of the caller's descriptors the child gets the standard ones and no other. `environment` is a block of texts, each
-/// ended by a NUL, with an empty one at the end; environment and directory are inherited when null.
+/// Of the caller's descriptors the child gets the standard ones and no other; one that is closed, or not to be
+/// inherited, leads nowhere (/dev/null) in the child. `environment` is a block of texts, each ended by a NUL, with an
+/// empty one at the end; environment and directory are inherited when null.
 /// CREATE_NEW_PROCESS_GROUP keeps the terminal's Ctrl-C from the child; CREATE_NO_WINDOW changes nothing. Attributes,
 /// `inheritHandles` and the window's wishes in `startup` are ignored.
 /// Both handles (the second stands for the first thread) are signalled when the process has ended; the caller closes
 /// them. The child is waited for by the library: nobody else may collect it.
-/// @returns FALSE with ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED (not executable), ERROR_BAD_EXE_FORMAT,
+/// @returns FALSE, with `information` all zero, with ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND (an empty
+///          `application`, a folder that is none), ERROR_ACCESS_DENIED (not executable), ERROR_BAD_EXE_FORMAT,
 ///          ERROR_DIRECTORY, ERROR_FILENAME_EXCED_RANGE (arguments too long), ERROR_INVALID_PARAMETER (other flags,
-///          neither program nor command line), ERROR_NOT_SUPPORTED (standard handles in `startup`), or another error
-///          of the system's. Any thread.
+///          neither program nor command line, `""` as the first word), ERROR_NOT_SUPPORTED (standard handles in
+///          `startup`), or another error of the system's. Any thread.
 GAIZIOR_API BOOL CreateProcessA(const char* application, char* commandLine, SECURITY_ATTRIBUTES* processAttributes,
                                 SECURITY_ATTRIBUTES* threadAttributes, BOOL inheritHandles, DWORD flags,
                                 void* environment, const char* directory, STARTUPINFOA* startup,

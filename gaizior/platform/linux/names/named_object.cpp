@@ -1,11 +1,13 @@
 #include "gaizior/platform/linux/names/named_object.h"
 
 #include "gaizior/platform/crash_point.h"
+#include "gaizior/platform/linux/system/fork.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -210,6 +212,15 @@ std::int64_t CoarseNow() {
     return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
+template <class Step>
+void ForEachOpen(Step step) {
+    for (const auto& [path, known] : OpenObjects()) {
+        if (const std::shared_ptr<NamedObject> object = known.lock()) {
+            step(object);
+        }
+    }
+}
+
 void NapOneMillisecond() {
     const timespec nap{0, 1'000'000};
     ::nanosleep(&nap, nullptr);
@@ -354,6 +365,46 @@ void NamedObject::GiveUpName() {
         ::unlink(m_path.c_str());
     }
 }
+
+void NamedObject::PrepareFork(std::shared_ptr<NamedObject> self) {
+    m_pForking = std::move(self);
+    char path[32];
+    std::snprintf(path, sizeof(path), "/proc/self/fd/%d", File());
+    m_fileForChild = UniqueFd(::open(path, O_RDWR | O_CLOEXEC));
+    if (m_fileForChild && !SetFileLock(m_fileForChild.Get(), F_RDLCK)) {
+        m_fileForChild = UniqueFd();
+    }
+}
+
+void NamedObject::ContinueInParent() {
+    m_fileForChild = UniqueFd();
+    m_pForking.reset();
+}
+
+/// The mutexes that the forking thread holds stay its parent's.
+void NamedObject::ContinueInChild() {
+    m_nAcquired = 0;
+    if (m_fileForChild) {
+        m_file = std::exchange(m_fileForChild, UniqueFd());
+        m_nProcess = ::getpid();
+    }
+    m_pForking.reset();
+}
+
+const ForkPart kNamesForkPart = {
+    [] {
+        g_openLock.lock();
+        ForEachOpen([](const auto& object) { object->PrepareFork(object); });
+    },
+    [] {
+        ForEachOpen([](const auto& object) { object->ContinueInParent(); });
+        g_openLock.unlock();
+    },
+    [] {
+        ForEachOpen([](const auto& object) { object->ContinueInChild(); });
+        g_openLock.unlock();
+    },
+};
 
 std::uint32_t NamedObject::Turn() const {
     return m_pSync->event.load() >> kTurnShift;

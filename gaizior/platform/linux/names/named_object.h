@@ -41,6 +41,12 @@ public:
     /// Says that this process does not use the name any more; the last that says so removes the file.
     void GiveUpName();
 
+    /// Opens the file once more while the process forks, with a lock of its own, and gives that to the child: what
+    /// parent and child share would be given up by whoever closes first. Without it the child cannot give up the name.
+    void PrepareFork(std::shared_ptr<NamedObject> self);
+    void ContinueInParent();
+    void ContinueInChild();
+
     /// How often this event has been set; a manual-reset event lets everybody go who began to wait at another count.
     std::uint32_t Turn() const;
     /// @returns whether somebody sleeps: then it is not set before SetAndWakeSleepers.
@@ -79,7 +85,9 @@ private:
 
     UniqueFd m_file;
     std::string m_path;
-    pid_t m_nProcess = ::getpid(); ///< a forked child shares the lock, but not the right to give it up
+    UniqueFd m_fileForChild;
+    std::shared_ptr<NamedObject> m_pForking; ///< itself, so that nobody closes it in between
+    pid_t m_nProcess = ::getpid();           ///< who has the right to give the lock up
     SyncFile* m_pSync = nullptr;
     std::atomic<int> m_nAcquired{0}; ///< how often threads of this process hold the mutex
 };

@@ -1,4 +1,5 @@
 #include "gaizior/platform/linux/names/named_object.h"
+#include "gaizior/platform/linux/system/fork.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
 #include <map>
@@ -31,6 +32,9 @@ std::size_t ViewSize(const NamedObject& section, std::uint64_t offset, std::size
 }
 
 } // namespace
+
+const ForkPart kViewsForkPart = {[] { g_viewLock.lock(); }, [] { g_viewLock.unlock(); }, [] { g_viewLock.unlock(); }};
+
 } // namespace gaizior::platform
 
 using namespace gaizior::platform;

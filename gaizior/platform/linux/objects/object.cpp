@@ -31,6 +31,10 @@ public:
         return std::exchange(m_pFirst, m_pFirst->nextFree);
     }
 
+    std::mutex& Lock() {
+        return m_lock;
+    }
+
     void Free(Object& object) {
         const LayerLock lock(m_lock);
         Append(object);
@@ -92,6 +96,10 @@ void Pause(int spins) {
 
 DWORD AskThreadId() {
     return static_cast<DWORD>(::gettid());
+}
+
+std::mutex& TableLock() {
+    return TheTable().Lock();
 }
 
 Object* NewObject(Kind kind, std::uint64_t state) {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 /// What stands behind a handle. A handle is an index into one process-wide table and the generation of what was put
@@ -106,7 +107,8 @@ private:
 
 struct alignas(64) Object {
     std::atomic<std::uint64_t> word{0};
-    std::uint32_t place = 0;    ///< in the table
+    std::uint32_t place = 0; ///< in the table
+    bool isLockedForFork = false;
     Object* nextFree = nullptr; ///< the place to be used after this one, where both are free
 
     // Under the lock:
@@ -146,6 +148,8 @@ static_assert(kMaximumChunks * kPlacesPerChunk < 1u << (kGenerationShift - kPlac
 
 /// The places for objects, so many at a time. Never given back: handles are closed until the very end of the process.
 extern std::array<std::atomic<Object*>, kMaximumChunks> g_chunks;
+/// Guards which places are free. Who holds it takes no other lock but an object's.
+std::mutex& TableLock();
 
 /// Waits until nobody changes the object. @returns its word.
 std::uint64_t AwaitUnlocked(const Object& object);

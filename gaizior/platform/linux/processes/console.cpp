@@ -1,5 +1,7 @@
 #include "gaizior/platform/linux/processes/service_thread.h"
+#include "gaizior/platform/linux/system/fork.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/unique_fd.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,6 +20,7 @@ using gaizior::platform::Fail;
 using gaizior::platform::FailErrno;
 using gaizior::platform::NoThrow;
 using gaizior::platform::StartServiceThread;
+using gaizior::platform::UniqueFd;
 
 struct ConsoleSignal {
     int number;
@@ -74,29 +77,59 @@ public:
         return TRUE;
     }
 
+    /// Signals wait while the process forks: one that the child gets must not reach the parent's handlers.
+    void PrepareFork() {
+        m_lock.lock();
+        sigset_t ours;
+        ::sigemptyset(&ours);
+        for (const ConsoleSignal& signal : kSignals) {
+            ::sigaddset(&ours, signal.number);
+        }
+        ::pthread_sigmask(SIG_BLOCK, &ours, &m_maskBeforeFork);
+    }
+
+    void ContinueAfterFork() {
+        ::pthread_sigmask(SIG_SETMASK, &m_maskBeforeFork, nullptr);
+        m_lock.unlock();
+    }
+
+    /// A child begins without handlers. Pipe and thread of its own come with the first that it adds.
+    void ContinueInChild() {
+        m_handlers.clear();
+        Apply();
+        ClosePipe(0);
+        ContinueAfterFork();
+    }
+
 private:
     /// Makes pipe and thread at the first call. @returns false with errno set.
     bool Start() {
-        if (m_pipeOut >= 0) {
+        if (m_pipeOut) {
             return true;
         }
         int ends[2];
         if (::pipe2(ends, O_CLOEXEC) != 0) {
             return false;
         }
-        ::fcntl(ends[1], F_SETFL, O_NONBLOCK); // the signal handler must never wait
-        m_pipeOut = ends[0];
-        g_pipeIn = ends[1];
-        const auto run = [](void* console) -> void* { static_cast<Console*>(console)->Run(); };
-        if (const int error = StartServiceThread("console events", run, this)) {
-            g_pipeIn = -1;
-            m_pipeOut = -1;
-            ::close(ends[0]);
-            ::close(ends[1]);
-            errno = error;
-            return false;
+        m_pipeOut = UniqueFd(ends[0]);
+        m_pipeIn = UniqueFd(ends[1]);
+        const auto run = [](void* console) -> void* { return static_cast<Console*>(console)->Run(); };
+        // The signal handler must never wait.
+        if (!m_pipeOut || !m_pipeIn || ::fcntl(m_pipeIn.Get(), F_SETFL, O_NONBLOCK) != 0) {
+            return ClosePipe(errno);
         }
-        return true;
+        g_pipeIn = m_pipeIn.Get();
+        const int error = StartServiceThread("console events", run, this);
+        return error == 0 || ClosePipe(error);
+    }
+
+    /// @returns false with that errno value.
+    bool ClosePipe(int error) {
+        g_pipeIn = -1;
+        m_pipeOut = UniqueFd();
+        m_pipeIn = UniqueFd();
+        errno = error;
+        return false;
     }
 
     /// Gives each signal the disposition that the handlers and the ignoring of Ctrl-C ask for.
@@ -131,11 +164,15 @@ private:
         }
     }
 
-    [[noreturn]] void Run() {
+    /// Ends only in a child that a handler forks: the pipe is closed there.
+    void* Run() {
         for (;;) {
             unsigned char number = 0;
-            if (::read(m_pipeOut, &number, 1) == 1 && !Ask(number)) {
+            const ssize_t count = ::read(m_pipeOut.Get(), &number, 1);
+            if (count == 1 && !Ask(number)) {
                 EndBy(number);
+            } else if (count != 1 && errno != EINTR) {
+                return nullptr;
             }
         }
     }
@@ -166,10 +203,18 @@ private:
     std::vector<PHANDLER_ROUTINE> m_handlers;
     std::optional<struct sigaction> m_before[std::size(kSignals)];
     bool m_bIgnoreCtrlC = false;
-    int m_pipeOut = -1;
+    sigset_t m_maskBeforeFork{};
+    UniqueFd m_pipeOut;
+    UniqueFd m_pipeIn; ///< g_pipeIn's owner
 };
 
 } // namespace
+
+const gaizior::platform::ForkPart gaizior::platform::kConsoleForkPart = {
+    [] { Console::Instance().PrepareFork(); },
+    [] { Console::Instance().ContinueAfterFork(); },
+    [] { Console::Instance().ContinueInChild(); },
+};
 
 inline namespace gaizior_windows_api {
 

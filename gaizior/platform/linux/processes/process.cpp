@@ -10,8 +10,10 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,6 +64,12 @@ std::vector<char*> EnvironmentOf(void* block) {
     return variables;
 }
 
+/// Whether a child would get this descriptor.
+bool IsInherited(int descriptor) {
+    const int flags = ::fcntl(descriptor, F_GETFD);
+    return flags >= 0 && !(flags & FD_CLOEXEC);
+}
+
 /// How the child starts: with no signal blocked, with the standard descriptors and no others.
 class SpawnSettings {
 public:
@@ -74,6 +82,10 @@ public:
         ::posix_spawnattr_setflags(&m_attributes,
                                    static_cast<short>(POSIX_SPAWN_SETSIGMASK | (ownGroup ? POSIX_SPAWN_SETPGROUP : 0)));
         m_error = ::posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
+        for (int stream = STDIN_FILENO; m_error == 0 && stream <= STDERR_FILENO; ++stream) {
+            // Closed here: the first file that the child opens must not become its standard stream.
+            m_error = IsInherited(stream) ? 0 : AddNull(stream);
+        }
         if (m_error == 0 && directory) {
             m_error = ::posix_spawn_file_actions_addchdir_np(&m_actions, directory);
         }
@@ -91,6 +103,10 @@ public:
     }
 
 private:
+    int AddNull(int stream) {
+        return ::posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0);
+    }
+
     posix_spawn_file_actions_t m_actions{};
     posix_spawnattr_t m_attributes{};
     int m_error = 0;
@@ -124,6 +140,14 @@ BOOL Adopt(ProcessWatcher& watcher, pid_t id, PROCESS_INFORMATION& information) 
     return Abandon(id, ERROR_NOT_ENOUGH_MEMORY);
 }
 
+/// Why a name leads to no program. Windows tells an empty path, and an empty word in quotes, from a missing file.
+DWORD WhyNoProgram(const char* application, const char* commandLine) {
+    if (application) {
+        return *application ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+    }
+    return std::string_view(commandLine).starts_with(R"("")") ? ERROR_INVALID_PARAMETER : ERROR_FILE_NOT_FOUND;
+}
+
 /// CreateProcessA with its arguments checked.
 BOOL Launch(const char* application, const char* commandLine, DWORD flags, void* environment, const char* directory,
             PROCESS_INFORMATION& information) {
@@ -137,7 +161,7 @@ BOOL Launch(const char* application, const char* commandLine, DWORD flags, void*
     const std::string program =
         application ? AbsolutePath(WithSlashes(application)) : FindProgram(WithSlashes(words.front()));
     if (program.empty()) {
-        return Fail(ERROR_FILE_NOT_FOUND);
+        return Fail(WhyNoProgram(application, commandLine));
     }
     ProcessWatcher* const watcher = ProcessWatcher::Instance();
     if (!watcher) {
@@ -192,6 +216,9 @@ inline namespace gaizior_windows_api {
 BOOL CreateProcessA(const char* application, char* commandLine, SECURITY_ATTRIBUTES* /*processAttributes*/,
                     SECURITY_ATTRIBUTES* /*threadAttributes*/, BOOL /*inheritHandles*/, DWORD flags, void* environment,
                     const char* directory, STARTUPINFOA* startup, PROCESS_INFORMATION* information) {
+    if (information) {
+        *information = {};
+    }
     if ((!application && !commandLine) || (flags & ~kKnownFlags) || !information) {
         return Fail(ERROR_INVALID_PARAMETER);
     }

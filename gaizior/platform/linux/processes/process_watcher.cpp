@@ -1,6 +1,7 @@
 #include "gaizior/platform/linux/processes/process_watcher.h"
 
 #include "gaizior/platform/linux/processes/service_thread.h"
+#include "gaizior/platform/linux/system/fork.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -55,9 +56,13 @@ DWORD Process::CollectExitCode() {
                                                      : kEndedBySignal + static_cast<DWORD>(end.si_status);
 }
 
-ProcessWatcher* ProcessWatcher::Instance() {
+ProcessWatcher& ProcessWatcher::TheOne() {
     static ProcessWatcher* const watcher = new ProcessWatcher;
-    return watcher->Start() ? watcher : nullptr;
+    return *watcher;
+}
+
+ProcessWatcher* ProcessWatcher::Instance() {
+    return TheOne().Start() ? &TheOne() : nullptr;
 }
 
 bool ProcessWatcher::Start() {
@@ -66,16 +71,24 @@ bool ProcessWatcher::Start() {
         return true;
     }
     m_epoll = UniqueFd(::epoll_create1(EPOLL_CLOEXEC));
-    if (!m_epoll) {
-        return false;
+    // A forked child has inherited processes to watch.
+    bool isReady = m_epoll && std::ranges::all_of(m_running, [this](const auto& entry) { return Add(entry.first); });
+    if (isReady) {
+        const auto run = [](void* watcher) -> void* { static_cast<ProcessWatcher*>(watcher)->Run(); };
+        errno = StartServiceThread("process watch", run, this);
+        isReady = errno == 0;
     }
-    const auto run = [](void* watcher) -> void* { static_cast<ProcessWatcher*>(watcher)->Run(); };
-    if (const int error = StartServiceThread("process watch", run, this)) {
+    if (!isReady) {
         m_epoll = UniqueFd();
-        errno = error;
-        return false;
     }
-    return true;
+    return isReady;
+}
+
+bool ProcessWatcher::Add(int fd) const {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.fd = fd;
+    return ::epoll_ctl(m_epoll.Get(), EPOLL_CTL_ADD, fd, &event) == 0;
 }
 
 std::shared_ptr<Process> ProcessWatcher::FindRunning(pid_t id) const {
@@ -98,10 +111,7 @@ std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
     const int number = fd.Get();
     auto process = std::make_shared<Process>(id, isChild, std::move(fd));
     m_running.emplace(number, process);
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.fd = number;
-    if (::epoll_ctl(m_epoll.Get(), EPOLL_CTL_ADD, number, &event) != 0) {
+    if (!Add(number)) {
         m_running.erase(number);
         return nullptr;
     }
@@ -156,5 +166,27 @@ void ProcessWatcher::End(int fd) {
     }
     process->m_waiting.clear();
 }
+
+void ProcessWatcher::PrepareFork() {
+    TheOne().m_lock.lock();
+}
+
+void ProcessWatcher::ContinueInParent() {
+    TheOne().m_lock.unlock();
+}
+
+/// Its parent's children are not the child's, and neither is the thread. What it watches from now on must not be added
+/// to its parent's list.
+void ProcessWatcher::ContinueInChild() {
+    ProcessWatcher& watcher = TheOne();
+    watcher.m_epoll = UniqueFd();
+    for (const auto& [fd, process] : watcher.m_running) {
+        process->m_bIsChild = false;
+    }
+    watcher.m_lock.unlock();
+}
+
+const ForkPart kWatcherForkPart = {&ProcessWatcher::PrepareFork, &ProcessWatcher::ContinueInParent,
+                                   &ProcessWatcher::ContinueInChild};
 
 } // namespace gaizior::platform

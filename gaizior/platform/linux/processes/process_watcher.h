@@ -39,16 +39,17 @@ private:
     DWORD CollectExitCode();
 
     const pid_t m_id;
-    const bool m_bIsChild;
+    bool m_bIsChild; // guarded by the watcher's lock
     const UniqueFd m_fd;
     std::atomic<std::int64_t> m_nKillCode{-1}; // -1: nobody has killed it
     std::atomic<bool> m_bIsCodeKnown{false};
-    std::vector<CompletionRef> m_waiting; // guarded by the watcher's lock
+    std::vector<CompletionRef> m_waiting; // likewise
     bool m_bIsOver = false;               // likewise
     DWORD m_dwExitCode = 0;               // likewise
 };
 
-/// The one thread that sees processes end, collects their exit codes and completes their handles.
+/// The one thread that sees processes end, collects their exit codes and completes their handles. A forked child has
+/// its own, which takes over what it inherited.
 class ProcessWatcher {
 public:
     /// Starts it at the first call; it is never destroyed. @returns null with errno set.
@@ -59,8 +60,14 @@ public:
     /// Completes `waiting` when the process ends, at once when it has.
     void CompleteAtEnd(Process& process, CompletionRef waiting);
 
+    static void PrepareFork();
+    static void ContinueInParent();
+    static void ContinueInChild();
+
 private:
+    static ProcessWatcher& TheOne();
     bool Start();
+    bool Add(int fd) const;
     std::shared_ptr<Process> FindRunning(pid_t id) const;
     /// Lets go of what only closed handles stood for, so that opening and closing for ever costs nothing.
     void ForgetUnobserved();

@@ -134,6 +134,11 @@ void Suspension::OnSignal(int) {
     errno = error;
 }
 
+void Suspension::ContinueInChild() {
+    m_word = 0;
+    m_nThread = ::gettid();
+}
+
 void Suspension::End() {
     std::uint32_t nobody = 0;
     while (!m_word.compare_exchange_weak(nobody, kEnded)) {

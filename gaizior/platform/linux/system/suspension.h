@@ -45,6 +45,8 @@ public:
     void Stop();
     /// Ends it all: nobody suspends the calling thread any more. Stops first if it is suspended.
     void End();
+    /// Makes this that of the thread that a forked child has: nobody there suspends it yet.
+    void ContinueInChild();
     /// The signal's handler: runs in the thread that is to stop, in the middle of anything.
     static void OnSignal(int signal);
 
@@ -64,12 +66,20 @@ private:
 class InsideLayer {
 public:
     InsideLayer() {
-        t_inside.depth.store(t_inside.depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-        std::atomic_signal_fence(std::memory_order_seq_cst);
+        Enter();
     }
     InsideLayer(const InsideLayer&) = delete;
     InsideLayer& operator=(const InsideLayer&) = delete;
     ~InsideLayer() {
+        Leave();
+    }
+
+    /// The two ends for whoever cannot have an object between them.
+    static void Enter() {
+        t_inside.depth.store(t_inside.depth.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    static void Leave() {
         std::atomic_signal_fence(std::memory_order_seq_cst);
         const std::uint32_t depth = t_inside.depth.load(std::memory_order_relaxed) - 1;
         t_inside.depth.store(depth, std::memory_order_relaxed);

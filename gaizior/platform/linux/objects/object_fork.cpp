@@ -1,0 +1,85 @@
+#include "gaizior/platform/linux/objects/object.h"
+#include "gaizior/platform/linux/system/fork.h"
+
+#include <unistd.h>
+
+namespace gaizior::platform {
+namespace {
+
+template <class Visit>
+void ForEachPlace(Visit visit) {
+    for (const std::atomic<Object*>& chunk : g_chunks) {
+        Object* const first = chunk.load(std::memory_order_acquire);
+        if (!first) {
+            return;
+        }
+        for (std::uint32_t i = 0; i < kPlacesPerChunk; ++i) {
+            visit(first[i]);
+        }
+    }
+}
+
+void LockPlace(Object& object) {
+    for (std::uint64_t word = AwaitUnlocked(object); KindOf(word) != Kind::None; word = AwaitUnlocked(object)) {
+        if (object.word.compare_exchange_strong(word, word | kLocked)) {
+            object.isLockedForFork = true;
+            return;
+        }
+    }
+}
+
+void Prepare() {
+    TableLock().lock();
+    ForEachPlace(LockPlace);
+}
+
+/// What has been made since by a thread that already had its place was not locked here.
+void ContinueInParent() {
+    ForEachPlace([](Object& object) {
+        if (std::exchange(object.isLockedForFork, false)) {
+            object.word.fetch_and(~kLocked);
+        }
+    });
+    TableLock().unlock();
+}
+
+/// A mutex of the forking thread stays that thread's. The other owners do not exist in the child.
+void InheritMutex(ObjectLock& mutex, DWORD parentThread) {
+    if (mutex.Word() & kSignalled) {
+        return;
+    }
+    if (parentThread != 0 && mutex->owner == parentThread) {
+        mutex->owner = CurrentThread().id;
+    } else {
+        mutex->owner = 0;
+        mutex.Set(kSignalled | kAbandoned);
+    }
+}
+
+/// The places are as they were; those who waited for them, with their nodes, are not in the child.
+void ContinueInChild() {
+    TableLock().unlock();
+    ThreadState& thread = CurrentThread();
+    const DWORD parentThread = std::exchange(thread.id, static_cast<DWORD>(::gettid()));
+    thread.namedOwned = 0;
+    if (Suspension* const suspension = t_inside.suspension) {
+        suspension->ContinueInChild();
+    }
+    ForEachPlace([&](Object& object) {
+        object.isLockedForFork = false;
+        if (KindOf(object.word.fetch_and(~(kLocked | kWaiters))) == Kind::None) {
+            return;
+        }
+        object.first = object.last = nullptr;
+        ObjectLock lock(object); // gives back the place of what was closed and kept for them
+        if (lock.GetKind() == Kind::Mutex) {
+            InheritMutex(lock, parentThread);
+        }
+    });
+}
+
+} // namespace
+
+const ForkPart kObjectsForkPart = {&Prepare, &ContinueInParent, &ContinueInChild};
+
+} // namespace gaizior::platform

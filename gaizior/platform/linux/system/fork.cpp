@@ -1,0 +1,52 @@
+#include "gaizior/platform/linux/system/fork.h"
+
+#include "gaizior/platform/fork.h"
+#include "gaizior/platform/linux/system/suspension.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include <pthread.h>
+
+namespace gaizior {
+namespace {
+
+using platform::ForkPart;
+
+/// In the order in which a thread may hold their locks together.
+constexpr const ForkPart* kParts[] = {&platform::kConsoleForkPart, &platform::kWatcherForkPart,
+                                      &platform::kNamesForkPart, &platform::kViewsForkPart,
+                                      &platform::kObjectsForkPart};
+
+constinit KeepAcrossFork* g_lastKept = nullptr;
+
+/// Those above the layer come first: who holds one calls the layer. A thread is not suspended while it forks.
+void Prepare() {
+    platform::InsideLayer::Enter();
+    for (const KeepAcrossFork* kept = g_lastKept; kept; kept = kept->Next()) {
+        kept->Lock().lock();
+    }
+    for (const ForkPart* part : kParts) {
+        part->prepare();
+    }
+}
+
+void Continue(void (*ForkPart::*continuation)()) {
+    std::for_each(std::rbegin(kParts), std::rend(kParts),
+                  [continuation](const ForkPart* part) { (part->*continuation)(); });
+    for (const KeepAcrossFork* kept = g_lastKept; kept; kept = kept->Next()) {
+        kept->Lock().unlock();
+    }
+    platform::InsideLayer::Leave();
+}
+
+/// fork() calls these; posix_spawn() does not.
+[[maybe_unused]] const int g_registered = ::pthread_atfork(
+    &Prepare, [] { Continue(&ForkPart::continueInParent); }, [] { Continue(&ForkPart::continueInChild); });
+
+} // namespace
+
+KeepAcrossFork::KeepAcrossFork(std::mutex& lock) : m_lock(lock), m_pNext(std::exchange(g_lastKept, this)) {}
+
+} // namespace gaizior

@@ -1,0 +1,154 @@
+// What a forked child may do with what it inherited, and that its parent does not feel it.
+
+#include "tests/platform/objects.h"
+#include "tests/support/child.h"
+#include "tests/support/forked_child.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+namespace gaizior::test {
+namespace {
+
+struct ForkedChildren : ObjectTest {
+    void SetUp() override {
+#ifdef __SANITIZE_THREAD__
+        GTEST_SKIP() << "the sanitizer ends a forked child that starts a thread";
+#endif
+    }
+};
+
+std::atomic<int> g_events{0};
+BOOL Count(DWORD) {
+    ++g_events;
+    return TRUE;
+}
+BOOL Leave(DWORD) {
+    std::_Exit(41);
+}
+
+TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes) {
+    const UniqueHandle mine = Mutex(TRUE);
+    const UniqueHandle others = Mutex();
+    const UniqueHandle named = Mutex(TRUE, "held");
+    const UniqueHandle free = Mutex(FALSE, "free");
+    const UniqueHandle taken = Event();
+    const UniqueHandle end = Event();
+    std::thread other([&] {
+        EXPECT_EQ(Wait(others), WAIT_OBJECT_0);
+        ::SetEvent(taken.Get());
+        EXPECT_EQ(Wait(end, INFINITE), WAIT_OBJECT_0);
+        EXPECT_TRUE(::ReleaseMutex(others.Get()));
+    });
+    EXPECT_EQ(Wait(taken, INFINITE), WAIT_OBJECT_0);
+    ForkedChild child([&] {
+        EXPECT_EQ(ErrorOf(::ReleaseMutex(named.Get())), DWORD{ERROR_NOT_OWNER});
+        EXPECT_EQ(Wait(named), kTimeout);
+        EXPECT_EQ(Wait(others), kAbandoned);
+        for (const UniqueHandle* mutex : {&mine, &others, &free}) {
+            EXPECT_EQ(Wait(*mutex), WAIT_OBJECT_0);
+            EXPECT_TRUE(::ReleaseMutex(mutex->Get()));
+        }
+        EXPECT_TRUE(::ReleaseMutex(mine.Get()) && ::ReleaseMutex(others.Get()));
+    });
+    EXPECT_EQ(child.ExitCode(), 0);
+    EXPECT_TRUE(::ReleaseMutex(mine.Get()) && ::ReleaseMutex(named.Get()));
+    ::SetEvent(end.Get());
+    other.join();
+}
+
+TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {
+    const UniqueHandle ready = Event(FALSE, FALSE, "ready");
+    ::SetConsoleCtrlHandler(Count, TRUE);
+    for (const bool addsHandler : {false, true}) {
+        ForkedChild child([&] {
+            ::SetConsoleCtrlHandler(addsHandler ? Leave : nullptr, addsHandler);
+            ::SetEvent(ready.Get());
+            ::Sleep(INFINITE);
+        });
+        EXPECT_EQ(Wait(ready, INFINITE), WAIT_OBJECT_0);
+        ::kill(child.Id(), SIGTERM);
+        EXPECT_EQ(child.ExitCode(), addsHandler ? 41 : 128 + SIGTERM);
+    }
+    EXPECT_EQ(g_events, 0);
+    ::raise(SIGTERM);
+    while (g_events == 0) {
+        ::Sleep(1);
+    }
+    ::SetConsoleCtrlHandler(Count, FALSE);
+}
+
+TEST_F(ForkedChildren, StartProcessesAndSeeTheirParentsEnd) {
+    const std::string program = SiblingProgram("platform_child");
+    const std::string told = '"' + folder.File("told") + "\" ";
+    const Child sibling(program, "console " + told + "ask");
+    ForkedChild child([&] {
+        EXPECT_EQ(Child(program, "arguments " + told).ExitCode(), 0u);
+        EXPECT_TRUE(::TerminateProcess(sibling.Handle(), 7));
+        EXPECT_EQ(::WaitForSingleObject(sibling.Handle(), INFINITE), WAIT_OBJECT_0);
+        DWORD code = 0;
+        EXPECT_EQ(ErrorOf(::GetExitCodeProcess(sibling.Handle(), &code)), ERROR_NOT_SUPPORTED) << "not its child";
+    });
+    EXPECT_EQ(child.ExitCode(), 0);
+    EXPECT_EQ(sibling.ExitCode(), 128u + SIGKILL);
+}
+
+/// A name lives until parent and child have closed it, in whichever order, or ended.
+TEST_F(ForkedChildren, HoldNamesOfTheirOwn) {
+    const UniqueHandle closed = Event(TRUE, FALSE, "the parent has closed");
+    const UniqueHandle looked = Event(TRUE, FALSE, "the parent has looked");
+    UniqueHandle section = Section("s");
+    ForkedChild keeper([&] {
+        EXPECT_EQ(Wait(closed, INFINITE), WAIT_OBJECT_0);
+        EXPECT_TRUE(UniqueHandle(::OpenFileMappingA(FILE_MAP_READ, FALSE, "s")));
+        EXPECT_EQ(Wait(looked, INFINITE), WAIT_OBJECT_0);
+    });
+    ForkedChild closer([&] { section = UniqueHandle(); });
+    EXPECT_EQ(closer.ExitCode(), 0);
+    ForkedChild leaver([&] { std::exit(0); });
+    EXPECT_EQ(leaver.ExitCode(), 0);
+    EXPECT_TRUE(UniqueHandle(::OpenFileMappingA(FILE_MAP_READ, FALSE, "s"))) << "still the parent's";
+    section = UniqueHandle();
+    ::SetEvent(closed.Get());
+    EXPECT_TRUE(UniqueHandle(::OpenFileMappingA(FILE_MAP_READ, FALSE, "s"))) << "still the child's";
+    ::SetEvent(looked.Get());
+    EXPECT_EQ(keeper.ExitCode(), 0);
+    EXPECT_EQ(ErrorOf(UniqueHandle(::OpenFileMappingA(FILE_MAP_READ, FALSE, "s"))), DWORD{ERROR_FILE_NOT_FOUND});
+}
+
+/// Whatever the other threads are in the middle of, the child finds everything usable.
+TEST_F(ForkedChildren, FindNothingHalfDone) {
+    const UniqueHandle mutex = Mutex();
+    const UniqueHandle named = Mutex(FALSE, "m");
+    const auto useEverything = [&] {
+        for (const UniqueHandle* each : {&mutex, &named}) {
+            EXPECT_NE(Wait(*each, INFINITE), WAIT_FAILED);
+            EXPECT_TRUE(::ReleaseMutex(each->Get()));
+        }
+        for (const char* name : kUnnamedAndNamed) {
+            EXPECT_TRUE(::SetEvent(Event(TRUE, FALSE, name).Get()));
+        }
+        EXPECT_EQ(TextIn(Section(nullptr)), "");
+    };
+    std::atomic<bool> isOver{false};
+    std::thread others[4];
+    for (std::thread& other : others) {
+        other = std::thread([&] {
+            while (!isOver) {
+                useEverything();
+            }
+        });
+    }
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(ForkedChild(useEverything).ExitCode(), 0);
+    }
+    isOver = true;
+    for (std::thread& other : others) {
+        other.join();
+    }
+}
+
+} // namespace
+} // namespace gaizior::test
