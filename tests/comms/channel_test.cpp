@@ -105,17 +105,15 @@ TEST_F(ChannelTest, TheBlockHoldsTheDocumentedBytes) {
     ASSERT_EQ(ZcSendMessage("first", 1000, 0x0203), ZRErrors::e_General_NoError);
     ASSERT_EQ(ZcSendMessage("second", 1000, 0x0405), ZRErrors::e_General_NoError);
     const BlockView view;
-    std::vector<unsigned char> expected(54412);
-    const auto put = [&](std::size_t offset, std::initializer_list<int> bytes) {
-        for (const int byte : bytes) {
-            expected[offset++] = static_cast<unsigned char>(byte);
-        }
+    std::string expected(54412, '\0');
+    const auto put = [&](std::size_t offset, const std::string& bytes) {
+        expected.replace(offset, bytes.size(), bytes);
     };
-    put(0, {2, 0, 0, 0, 0x96, 0x19, 0x11, 0x27, 0, 0, 1, 0});
-    put(12, {'f', 'i', 'r', 's', 't'});
-    put(12 + 256, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
-    put(284, {'s', 'e', 'c', 'o', 'n', 'd'});
-    put(284 + 256, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
+    put(0, {2, 0, 0, 0, '\x96', 0x19, 0x11, 0x27, 0, 0, 1, 0});
+    put(12, "first");
+    put(268, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
+    put(284, "second");
+    put(540, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
     EXPECT_EQ(std::memcmp(view.Get(), expected.data(), expected.size()), 0);
 }
 

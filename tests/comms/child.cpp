@@ -128,8 +128,8 @@ public:
 
 private:
     /// Every message tells all about itself, so that a damaged one is seen.
-    static std::string TextOf(unsigned from, unsigned to, unsigned number) {
-        std::string text = std::to_string(from) + ' ' + std::to_string(to) + ' ' + std::to_string(number) + ' ';
+    static std::string TextOf(unsigned from, unsigned number) {
+        std::string text = std::to_string(from) + ' ' + std::to_string(number) + ' ';
         return text.append(number * 7 % (255 - text.size()), static_cast<char>('a' + number % 26));
     }
 
@@ -141,50 +141,40 @@ private:
         return before < next;
     }
 
-    void SendAll() {
-        for (unsigned i = 0; i < m_ledger->count && !m_ledger->stop; ++i) {
-            for (unsigned step = 1; step < Ledger::kProcesses; ++step) {
-                SendNext((m_index + step) % Ledger::kProcesses);
-            }
-        }
-    }
-
     /// A number whose send was begun before this process was killed is not used again: it may be there.
-    void SendNext(unsigned to) {
-        Ledger::Lane& lane = m_ledger->LaneOf(m_index, to);
-        const std::uint32_t number = lane.begun;
-        if (number >= m_ledger->count) {
-            return;
-        }
-        lane.begun = number + 1;
-        const std::string text = TextOf(m_index, to, number);
-        ZRErrorT error = ZRErrors::e_Command_TimedOut; // the pool is often full
-        while (error == ZRErrors::e_Command_TimedOut && !m_ledger->stop) {
-            error = ZcSendMessage(text.c_str(), INFINITE, static_cast<std::uint16_t>(kFirstSoakId + to));
-        }
-        if (error == ZRErrors::e_General_NoError) {
-            Advance(lane.states[number], Ledger::Sent);
+    void SendAll() {
+        Ledger::Lane& lane = m_ledger->lanes[m_index];
+        while (lane.begun < m_ledger->count && !m_ledger->stop) {
+            const unsigned number = lane.begun++;
+            const std::string text = TextOf(m_index, number);
+            const auto to = static_cast<std::uint16_t>(kFirstSoakId + Ledger::AddresseeOf(m_index, number));
+            ZRErrorT error = ZRErrors::e_Command_TimedOut; // the pool is often full
+            while (error == ZRErrors::e_Command_TimedOut && !m_ledger->stop) {
+                error = ZcSendMessage(text.c_str(), INFINITE, to);
+            }
+            if (error == ZRErrors::e_General_NoError) {
+                Advance(lane.states[number], Ledger::Sent);
+            }
         }
     }
 
     /// The lane of a message for this process, null for one that nobody can have sent.
     Ledger::Lane* Parse(const std::string& text, unsigned& number) const {
         unsigned from = 0;
-        unsigned to = 0;
-        const bool isOne = std::sscanf(text.c_str(), "%u %u %u", &from, &to, &number) == 3 &&
-                           from < Ledger::kProcesses && from != to && to == m_index && number < Ledger::kMost &&
-                           text == TextOf(from, to, number);
-        return isOne ? &m_ledger->LaneOf(from, to) : nullptr;
+        const bool isOne = std::sscanf(text.c_str(), "%u %u", &from, &number) == 2 && from < Ledger::kProcesses &&
+                           number < Ledger::kMost && Ledger::AddresseeOf(from, number) == m_index &&
+                           text == TextOf(from, number);
+        return isOne ? &m_ledger->lanes[from] : nullptr;
     }
 
     void Enter(const std::string& text) {
         unsigned number = 0;
         Ledger::Lane* const lane = Parse(text, number);
-        if (!lane || !Advance(lane->states[number], Ledger::Came) || number < lane->next) {
+        if (!lane || !Advance(lane->states[number], Ledger::Came) || number < lane->next[m_index]) {
             std::fprintf(stderr, "damaged, repeated or too late: <%s>\n", text.c_str());
             ++m_ledger->faults;
         } else {
-            lane->next = number + 1;
+            lane->next[m_index] = number + 1;
         }
     }
 

@@ -31,7 +31,7 @@ inline constexpr unsigned kGatheringSize = 8;
 /// Who has sent and received what in a soak. It belongs to the test, so it outlives the processes that keep it.
 struct Ledger {
     static constexpr unsigned kProcesses = 3;
-    static constexpr unsigned kMost = 10'000; ///< messages from one process to another
+    static constexpr unsigned kMost = 20'000; ///< messages from one process, to the two others in turn
 
     /// What became of a message; it only goes on.
     enum State : std::uint8_t {
@@ -41,10 +41,10 @@ struct Ledger {
         Came,  ///< it was received, or thrown away by an open
     };
 
-    /// One direction between two processes; messages are numbered from 0.
+    /// What one process sends; messages are numbered from 0.
     struct Lane {
-        std::atomic<std::uint32_t> begun; ///< sends that were begun
-        std::atomic<std::uint32_t> next;  ///< the newest that came, plus 1
+        std::atomic<std::uint32_t> begun;                        ///< sends that were begun
+        std::array<std::atomic<std::uint32_t>, kProcesses> next; ///< for each addressee the newest that came, plus 1
         std::array<std::atomic<std::uint8_t>, kMost> states;
     };
 
@@ -54,15 +54,15 @@ struct Ledger {
         char buffer[256];                 ///< what it receives into
     };
 
-    Lane& LaneOf(unsigned from, unsigned to) {
-        return lanes[from * (kProcesses - 1) + to - (to > from ? 1u : 0u)];
+    static unsigned AddresseeOf(unsigned from, unsigned number) {
+        return (from + 1 + number % 2) % kProcesses;
     }
 
     std::uint32_t count; ///< messages for each lane
     std::atomic<std::uint32_t> stop;
     std::atomic<std::uint32_t> faults; ///< messages that came twice, too late or as nobody had sent them
     std::array<Desk, kProcesses> desks;
-    std::array<Lane, kProcesses*(kProcesses - 1)> lanes;
+    std::array<Lane, kProcesses> lanes;
 };
 inline constexpr const char* kLedgerName = "Ledger";
 inline constexpr std::uint16_t kFirstSoakId = 21;
