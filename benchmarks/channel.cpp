@@ -43,10 +43,10 @@ public:
     void Send(const char* text, std::uint16_t destination) {
         const auto objects = Current();
         {
-            const gaizior::ChannelLock lock = objects->Lock("Send", INFINITE);
+            gaizior::ChannelLock lock = objects->Lock("Send", INFINITE);
             gaizior::MessagePool pool(*objects->section.Block());
             pool.Post(text, destination);
-            gaizior::LogRepair("Send", pool.Report());
+            lock.NoteRepair(pool.Report());
         }
         ::SetEvent(objects->event.Get());
     }
@@ -54,10 +54,10 @@ public:
     void Take(char* buffer, std::size_t size) {
         const auto objects = Current();
         gaizior::WaitFor(objects->event.Get(), INFINITE);
-        const gaizior::ChannelLock lock = objects->Lock("Take", INFINITE);
+        gaizior::ChannelLock lock = objects->Lock("Take", INFINITE);
         gaizior::MessagePool pool(*objects->section.Block());
         pool.Take(kOwnId, buffer, size);
-        gaizior::LogRepair("Take", pool.Report());
+        lock.NoteRepair(pool.Report());
         if (pool.IsEmpty()) {
             ::ResetEvent(objects->event.Get());
         }

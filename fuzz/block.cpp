@@ -80,6 +80,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(pool.Take(oldest.dest_id, buffer, sizeof(buffer)));
         ++taken;
     }
-    Require(taken <= kZcSlotCount && pool.Report().size() < 200);
+    Require(taken <= kZcSlotCount && pool.Report().View().size() < 200);
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
+#include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/section.h"
 #include "gaizior/platform/timing.h"
 
@@ -28,68 +29,71 @@ DWORD ChannelError() {
     return g_channelError;
 }
 
-void LogFailure(const char* function, const char* what) {
-    ZRDBprintf(kFailureLevel, kChannelMode, "%s: ERROR: %s%s", function, what, kLineEnd);
+ChannelFailure FailedWithLastError(const char* what, ZRErrors::ZRErrorT code) {
+    const DWORD error = ::GetLastError();
+    RecordChannelError(error);
+    return {code, what, error};
 }
 
-void LogRepair(const char* function, const std::string& report) {
-    if (!report.empty()) {
-        ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the block was damaged: %s%s", function, report.c_str(),
+ChannelFailure TimedOut(const char* what) {
+    RecordChannelError(WAIT_TIMEOUT);
+    return {ZRErrors::e_Command_TimedOut, what};
+}
+
+ChannelFailure NotOpen() {
+    RecordChannelError(ERROR_INVALID_HANDLE);
+    return {ZRErrors::e_Command_Aborted, "the channel is not open"};
+}
+
+ZRErrors::ZRErrorT Tell(const char* function, const ChannelFailure& failure, int level) {
+    if (failure.systemError != ERROR_SUCCESS) {
+        ZRDBprintf(level, kChannelMode, "%s: ERROR: %s failed with system error %u%s", function, failure.what,
+                   static_cast<unsigned>(failure.systemError), kLineEnd);
+    } else {
+        const bool hasTimedOut = failure.code == ZRErrors::e_Command_TimedOut;
+        ZRDBprintf(level, kChannelMode, "%s: %s%s%s%s", function, level == kFailureLevel ? "ERROR: " : "",
+                   hasTimedOut ? "timed out: " : "", failure.what, kLineEnd);
+    }
+    return failure.code;
+}
+
+ChannelLock::~ChannelLock() {
+    if (!m_mutex) {
+        return;
+    }
+    if (!::ReleaseMutex(m_mutex)) {
+        Tell(m_pFunction, FailedWithLastError("releasing the mutex", ZRErrors::e_Command_Aborted));
+    }
+    if (!m_report.empty()) {
+        ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: %s%s%s", m_pFunction, m_pOccasion, m_report.c_str(),
                    kLineEnd);
     }
 }
 
-ZRErrors::ZRErrorT FailWithLastError(const char* function, const char* what, ZRErrors::ZRErrorT code) {
-    const DWORD error = ::GetLastError();
-    RecordChannelError(error);
-    ZRDBprintf(kFailureLevel, kChannelMode, "%s: ERROR: %s failed with system error %u%s", function, what,
-               static_cast<unsigned>(error), kLineEnd);
-    return code;
-}
-
-ZRErrors::ZRErrorT FailTimedOut(const char* function, const char* what) {
-    RecordChannelError(WAIT_TIMEOUT);
-    ZRDBprintf(kStepLevel, kChannelMode, "%s: timed out: %s%s", function, what, kLineEnd);
-    return ZRErrors::e_Command_TimedOut;
-}
-
-ZRErrors::ZRErrorT FailNotOpen(const char* function) {
-    RecordChannelError(ERROR_INVALID_HANDLE);
-    LogFailure(function, "the channel is not open");
-    return ZRErrors::e_Command_Aborted;
-}
-
-ChannelLock::~ChannelLock() {
-    if (m_mutex) {
-        ::ReleaseMutex(m_mutex);
-    }
-}
-
-ZRErrors::ZRErrorT ChannelMutex::Create() {
+ChannelFailure ChannelMutex::Create() {
     m_mutex = UniqueHandle(::CreateMutexA(nullptr, FALSE, kChannelMutexName));
     if (!m_mutex && ::GetLastError() == ERROR_ALREADY_EXISTS) {
         m_mutex = UniqueHandle(::OpenMutexA(MUTEX_ALL_ACCESS, TRUE, kChannelMutexName));
     }
-    return m_mutex ? ZRErrors::e_General_NoError
-                   : FailWithLastError("ZcOpenComms", "creating the mutex", ZRErrors::e_Resource_AllocationFailed);
+    return m_mutex ? ChannelFailure()
+                   : FailedWithLastError("creating the mutex", ZRErrors::e_Resource_AllocationFailed);
 }
 
-ZRErrors::ZRErrorT ChannelMutex::Open(const char* function) {
+ChannelFailure ChannelMutex::Open() {
     m_mutex = UniqueHandle(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, kChannelMutexName));
-    return m_mutex ? ZRErrors::e_General_NoError
-                   : FailWithLastError(function, "opening the mutex", ZRErrors::e_Resource_AllocationFailed);
+    return m_mutex ? ChannelFailure() : FailedWithLastError("opening the mutex", ZRErrors::e_Resource_AllocationFailed);
 }
 
 ChannelLock ChannelMutex::Lock(const char* function, DWORD timeout) const {
     switch (WaitFor(m_mutex.Get(), timeout)) {
     case WAIT_OBJECT_0:
-        return ChannelLock(m_mutex.Get(), false);
+        return {function, m_mutex.Get(), false};
     case WAIT_ABANDONED:
-        return ChannelLock(m_mutex.Get(), true);
+        return {function, m_mutex.Get(), true};
     case WAIT_TIMEOUT:
-        return ChannelLock(FailTimedOut(function, "the mutex was not free"));
+        return ChannelLock(TimedOut("the mutex was not free"));
     default:
-        return ChannelLock(FailWithLastError(function, "waiting for the mutex", ZRErrors::e_Command_Aborted));
+        return ChannelLock(FailedWithLastError("waiting for the mutex", ZRErrors::e_Command_Aborted));
     }
 }
 
@@ -99,75 +103,102 @@ ChannelSection::~ChannelSection() {
     }
 }
 
-ZRErrors::ZRErrorT ChannelSection::Create() {
+ChannelFailure ChannelSection::Create() {
     m_mapping = UniqueHandle(
         ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(ZcChannel), kChannelSectionName));
     if (!m_mapping) {
-        return FailWithLastError("ZcOpenComms", "creating the shared memory", ZRErrors::e_File_MappingFailed);
+        return FailedWithLastError("creating the shared memory", ZRErrors::e_File_MappingFailed);
     }
-    const DWORD error = ::GetLastError();
-    RecordChannelError(error);
-    m_bExisted = error == ERROR_ALREADY_EXISTS;
-    return Map("ZcOpenComms");
+    m_bExisted = ::GetLastError() == ERROR_ALREADY_EXISTS;
+    return Map();
 }
 
-ZRErrors::ZRErrorT ChannelSection::Open(const char* function) {
+ChannelFailure ChannelSection::Open() {
     m_mapping = UniqueHandle(::OpenFileMappingA(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, kChannelSectionName));
     if (!m_mapping) {
-        return FailWithLastError(function, "opening the shared memory", ZRErrors::e_File_MappingFailed);
+        return FailedWithLastError("opening the shared memory", ZRErrors::e_File_MappingFailed);
     }
-    return Map(function);
+    m_bExisted = true;
+    return Map();
 }
 
-ZRErrors::ZRErrorT ChannelSection::Map(const char* function) {
+ChannelFailure ChannelSection::Map() {
     m_pBlock = static_cast<ZcChannel*>(MapWhole(m_mapping.Get(), sizeof(ZcChannel)));
-    return m_pBlock ? ZRErrors::e_General_NoError
-                    : FailWithLastError(function, "mapping all of the shared memory, and no more,",
-                                        ZRErrors::e_File_MappingFailed);
+    return m_pBlock
+               ? ChannelFailure()
+               : FailedWithLastError("mapping all of the shared memory, and no more,", ZRErrors::e_File_MappingFailed);
 }
 
-ChannelLock ChannelObjects::Open(const char* function, DWORD timeout, std::string& takeover) {
-    if (const ZRErrors::ZRErrorT error = mutex.Open(function)) {
-        return ChannelLock(error);
+ChannelLock ChannelObjects::Open(const char* function, DWORD timeout) {
+    if (const ChannelFailure failure = mutex.Open()) {
+        return ChannelLock(failure);
     }
-    ChannelLock lock = mutex.Lock(function, timeout);
-    if (!lock) {
+    ChannelFailure failure = OpenExisting();
+    if (failure && !IsMissing(failure)) {
+        return ChannelLock(failure);
+    }
+    ChannelLock lock = Lock(function, timeout);
+    if (!lock || !failure) {
         return lock;
     }
-    if (const ZRErrors::ZRErrorT error = section.Open(function)) {
-        return ChannelLock(error);
+    failure = OpenExisting(); // whoever held the mutex may have been about to make it
+    if (failure) {
+        return ChannelLock(failure);
     }
-    event = UniqueHandle(::OpenEventA(EVENT_ALL_ACCESS, FALSE, kChannelEventName));
-    if (!event) {
-        return ChannelLock(FailWithLastError(function, "opening the event", ZRErrors::e_Resource_AllocationFailed));
-    }
-    takeover = MendIfAbandoned(lock, function);
+    MendIfAbandoned(lock);
     return lock;
+}
+
+ChannelFailure ChannelObjects::OpenExisting() {
+    if (!section) {
+        if (const ChannelFailure failure = section.Open()) {
+            return failure;
+        }
+    }
+    if (!event) {
+        event = UniqueHandle(::OpenEventA(EVENT_ALL_ACCESS, FALSE, kChannelEventName));
+    }
+    return event ? ChannelFailure() : FailedWithLastError("opening the event", ZRErrors::e_Resource_AllocationFailed);
+}
+
+ChannelFailure ChannelObjects::CreateMissing() {
+    if (!event) {
+        event = UniqueHandle(::CreateEventA(nullptr, TRUE, FALSE, kChannelEventName));
+    }
+    if (!event) {
+        return FailedWithLastError("creating the event", ZRErrors::e_Resource_AllocationFailed);
+    }
+    CrashPoint();
+    const ChannelFailure failure = section ? ChannelFailure() : section.Create();
+    CrashPoint();
+    if (!failure) {
+        RecordChannelError(section.Existed() ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    }
+    return failure;
 }
 
 ChannelLock ChannelObjects::Lock(const char* function, DWORD timeout) const {
     ChannelLock lock = mutex.Lock(function, timeout);
-    MendIfAbandoned(lock, function);
+    MendIfAbandoned(lock);
     return lock;
 }
 
-std::string ChannelObjects::Mend(const char* function) const {
-    std::string found = "the block is in order";
+void ChannelObjects::Mend(ChannelLock& lock) const {
+    ShortText found;
+    found.Format("the block is in order");
     if (IsAllZero(*section.Block())) {
         // Its maker's mutex is free before its memory is gone.
         MessagePool::Initialise(*section.Block());
-        found = "the block was half made and has been begun anew";
+        found.Format("the block was half made and has been begun anew");
     } else if (section.Block()->magic != kZcMagic) {
-        found = "the block is no channel's and stays as it is";
-    } else if (const std::string repaired = Repair(); !repaired.empty()) {
-        found = "the block was damaged: " + repaired;
+        found.Format("the block is no channel's and stays as it is");
+    } else if (const ShortText repaired = Repair(); !repaired.empty()) {
+        found.Format("the block was damaged: %s", repaired.c_str());
     }
-    ZRDBprintf(kFailureLevel, kChannelMode, "%s: WARNING: the mutex's owner died: %s%s", function, found.c_str(),
-               kLineEnd);
-    return found;
+    lock.Note("the mutex's owner died: ", found);
 }
 
-std::string ChannelObjects::Repair() const {
+ShortText ChannelObjects::Repair() const {
     MessagePool pool(*section.Block());
     pool.Repair();
     if (!pool.IsEmpty()) {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "gaizior/comms/channel_block.h"
+#include "gaizior/comms/message_pool.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/unique_handle.h"
 
-#include <string>
-
-/// What the channel and those who only look at it share: the machine-wide objects and the way to report on them.
+/// What the channel and those who only look at it share: the machine-wide objects and the way to report on them. The
+/// host's code, which gets the lines, never runs under the machine's mutex: what is to be told waits until it is free.
 namespace gaizior {
 
 inline constexpr const char* kChannelMutexName = "Zircona_Comms_Mutex";
@@ -22,22 +22,45 @@ inline constexpr const char* kLineEnd = "\r\n";
 void RecordChannelError(DWORD error);
 DWORD ChannelError();
 
-void LogFailure(const char* function, const char* what);
-/// Logs what had to be mended; an empty report is none.
-void LogRepair(const char* function, const std::string& report);
+/// Why something failed, or nothing.
+struct ChannelFailure {
+    ZRErrors::ZRErrorT code = ZRErrors::e_General_NoError;
+    const char* what = "";
+    DWORD systemError = ERROR_SUCCESS; ///< 0: the system had no part in it
 
-/// Record the operating-system error, log the failure and return its code.
-ZRErrors::ZRErrorT FailWithLastError(const char* function, const char* what, ZRErrors::ZRErrorT code);
-ZRErrors::ZRErrorT FailTimedOut(const char* function, const char* what);
-ZRErrors::ZRErrorT FailNotOpen(const char* function);
+    explicit operator bool() const {
+        return code != ZRErrors::e_General_NoError;
+    }
+};
 
-/// Holds the channel's mutex, or the reason why it could not be had.
+/// Whether it failed because there is no such object.
+inline bool IsMissing(const ChannelFailure& failure) {
+    return failure.systemError == ERROR_FILE_NOT_FOUND;
+}
+
+/// Record the operating-system error with which something failed.
+ChannelFailure FailedWithLastError(const char* what, ZRErrors::ZRErrorT code);
+ChannelFailure TimedOut(const char* what);
+ChannelFailure NotOpen();
+
+/// Logs a failure and returns its code. The caller must not hold the channel's mutex.
+ZRErrors::ZRErrorT Tell(const char* function, const ChannelFailure& failure, int level = kFailureLevel);
+
+inline ZRErrors::ZRErrorT Refuse(const char* function, const char* what) {
+    return Tell(function, {ZRErrors::e_Command_Aborted, what});
+}
+
+/// Holds the channel's mutex, or the reason why it could not be had. When it goes it frees the mutex first, and then
+/// logs what was found and done under it.
 class ChannelLock {
 public:
-    ChannelLock(HANDLE mutex, bool abandoned) : m_mutex(mutex), m_bAbandoned(abandoned) {}
-    explicit ChannelLock(ZRErrors::ZRErrorT error) : m_error(error) {}
+    ChannelLock(const char* function, HANDLE mutex, bool abandoned)
+        : m_pFunction(function), m_mutex(mutex), m_bAbandoned(abandoned) {}
+    explicit ChannelLock(const ChannelFailure& failure) : m_failure(failure) {}
     ChannelLock(ChannelLock&& other) noexcept
-        : m_mutex(std::exchange(other.m_mutex, nullptr)), m_bAbandoned(other.m_bAbandoned), m_error(other.m_error) {}
+        : m_pFunction(other.m_pFunction), m_mutex(std::exchange(other.m_mutex, nullptr)),
+          m_bAbandoned(other.m_bAbandoned), m_failure(other.m_failure), m_pOccasion(other.m_pOccasion),
+          m_report(other.m_report) {}
     ChannelLock& operator=(ChannelLock&&) = delete;
     ~ChannelLock();
 
@@ -47,23 +70,40 @@ public:
     bool IsAbandoned() const {
         return m_bAbandoned;
     }
-    ZRErrors::ZRErrorT Error() const {
-        return m_error;
+    const ChannelFailure& Failure() const {
+        return m_failure;
+    }
+    /// Keeps what a repair found and did; an empty report is none.
+    void NoteRepair(const ShortText& report) {
+        if (!report.empty()) {
+            Note("the block was damaged: ", report);
+        }
+    }
+    /// The occasion goes before the report in the log.
+    void Note(const char* occasion, const ShortText& report) {
+        m_pOccasion = occasion;
+        m_report = report;
+    }
+    const ShortText& Report() const {
+        return m_report;
     }
 
 private:
+    const char* m_pFunction = "";
     HANDLE m_mutex = nullptr;
     bool m_bAbandoned = false;
-    ZRErrors::ZRErrorT m_error = ZRErrors::e_General_NoError;
+    ChannelFailure m_failure;
+    const char* m_pOccasion = "";
+    ShortText m_report;
 };
 
 /// The mutex that guards every access to the block.
 class ChannelMutex {
 public:
-    /// @returns 0 or e_Resource_AllocationFailed.
-    ZRErrors::ZRErrorT Create();
+    /// Fails with e_Resource_AllocationFailed.
+    ChannelFailure Create();
     /// Opens the mutex of a channel that others have open; fails as Create.
-    ZRErrors::ZRErrorT Open(const char* function);
+    ChannelFailure Open();
     /// The lock, or one that holds e_Command_TimedOut or e_Command_Aborted.
     [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout) const;
 
@@ -79,10 +119,10 @@ public:
     ChannelSection& operator=(const ChannelSection&) = delete;
     ~ChannelSection();
 
-    /// Creates or opens the block; 0 or e_File_MappingFailed.
-    ZRErrors::ZRErrorT Create();
+    /// Creates or opens the block; fails with e_File_MappingFailed.
+    ChannelFailure Create();
     /// Opens the block of a channel that others have open; fails as Create.
-    ZRErrors::ZRErrorT Open(const char* function);
+    ChannelFailure Open();
 
     bool Existed() const {
         return m_bExisted;
@@ -95,7 +135,7 @@ public:
     }
 
 private:
-    ZRErrors::ZRErrorT Map(const char* function);
+    ChannelFailure Map();
 
     UniqueHandle m_mapping;
     ZcChannel* m_pBlock = nullptr;
@@ -108,23 +148,30 @@ struct ChannelObjects {
     UniqueHandle event;
     ChannelSection section;
 
-    /// Opens the objects of a channel that others have open and takes the mutex. The block comes after the mutex, since
-    /// one who holds it may be about to make the block. `takeover` tells what MendIfAbandoned did.
-    [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout, std::string& takeover);
+    /// Opens the objects of a channel that others have open and takes the mutex.
+    [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout);
+    /// Opens block and event, as far as they are not open yet. Who takes the mutex from a dead owner owes it to the
+    /// others to mend the block, so this comes before any wait for the mutex: what is missing (IsMissing) may be made
+    /// after that, whoever cannot come to what is there must not go on.
+    ChannelFailure OpenExisting();
+    /// Makes what is missing; the caller holds the mutex. Fails with e_Resource_AllocationFailed (the event) or
+    /// e_File_MappingFailed.
+    ChannelFailure CreateMissing();
     /// Takes the mutex; a block whose last owner died is put in order before it is used.
     [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout) const;
-    /// Puts the block of an owner that died in order, or makes it where its maker had not come to it, announces its
-    /// messages, since their sender may not have done so, and logs that.
-    /// @returns what was found and done; empty when no owner had died.
-    std::string MendIfAbandoned(const ChannelLock& lock, const char* function) const {
-        return lock.IsAbandoned() ? Mend(function) : std::string();
+    /// Puts the block, if it is open, of an owner that died in order, or makes it where its maker had not come to it,
+    /// announces its messages, since their sender may not have done so, and notes that in the lock.
+    void MendIfAbandoned(ChannelLock& lock) const {
+        if (lock.IsAbandoned() && section && lock.Report().empty()) {
+            Mend(lock);
+        }
     }
     /// Puts the block in order. The caller holds the mutex.
     /// @returns what was found and done; empty for a consistent block.
-    std::string Repair() const;
+    ShortText Repair() const;
 
 private:
-    std::string Mend(const char* function) const;
+    void Mend(ChannelLock& lock) const;
 };
 
 } // namespace gaizior

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -15,6 +17,13 @@ using Index = std::uint16_t;
 constexpr std::uint32_t kFree = 0;
 constexpr std::uint32_t kTaken = 1;
 constexpr Index kNone = 0xFFFF;
+constexpr Index kDamaged = 0xFFFE; ///< no answer before the block is repaired
+
+/// Reads a field that others may be writing: once, so that what was checked is what is used.
+template <typename Field>
+Field Load(const Field& field) {
+    return std::atomic_ref<Field>(const_cast<Field&>(field)).load(std::memory_order_relaxed);
+}
 
 /// Stores a field that other processes read after this one has died: not before and not after what surrounds it.
 template <typename Field>
@@ -25,13 +34,13 @@ void Commit(Field& field, Field value) {
     CrashPoint();
 }
 
+bool IsFor(const ZcMessageSlot& slot, std::uint16_t destination) {
+    return Load(slot.dest_id) == destination && Load(slot.taken) == kTaken;
+}
+
 /// A whole text, or a damaged slot's first 255 characters.
 std::size_t TextLength(const ZcMessageSlot& slot) {
     return ::strnlen(slot.msg, kZcMessageSize - 1);
-}
-
-std::string SlotName(Index index) {
-    return "slot " + std::to_string(index);
 }
 
 /// Walks the list of a block from its start and remembers the first contradiction.
@@ -46,93 +55,81 @@ public:
         } else {
             Walk();
         }
-        if (m_block.nMessages != m_findings.nTaken) {
-            Damage("the count says " + std::to_string(m_block.nMessages) + ", " + std::to_string(m_findings.nTaken) +
-                   " slots are taken");
-        }
+        const Index count = Load(m_block.nMessages);
+        Expect(count == m_findings.nTaken, "the count says %u, %u slots are taken", count, m_findings.nTaken);
         return std::move(m_findings);
     }
 
 private:
-    void Damage(const std::string& what) {
-        if (m_findings.damage.empty()) {
-            m_findings.damage = what;
+    template <typename... Values>
+    bool Expect(bool condition, const char* damage, Values... values) {
+        if (!condition && m_findings.damage.empty()) {
+            m_findings.damage.Format(damage, values...);
         }
+        return condition;
     }
 
     void CountTaken() {
         for (Index i = 0; i < kZcSlotCount; ++i) {
             const ZcMessageSlot& slot = m_block.slots[i];
-            if (slot.taken == kTaken) {
+            const std::uint32_t taken = Load(slot.taken);
+            if (taken == kTaken) {
                 ++m_findings.nTaken;
                 CheckSlot(i, slot);
-            } else if (slot.taken != kFree) {
-                Damage(SlotName(i) + " is marked with " + std::to_string(slot.taken));
+            } else {
+                Expect(taken == kFree, "slot %u is marked with %u", i, taken);
             }
         }
     }
 
     void CheckSlot(Index i, const ZcMessageSlot& slot) {
-        if (slot.self != i) {
-            Damage(SlotName(i) + " takes itself for slot " + std::to_string(slot.self));
-        }
-        if (slot.msg[kZcMessageSize - 1] != 0) {
-            Damage(SlotName(i) + " holds a text without an end");
-        }
+        const Index self = Load(slot.self);
+        Expect(self == i, "slot %u takes itself for slot %u", i, self);
+        Expect(slot.msg[kZcMessageSize - 1] == 0, "slot %u holds a text without an end", i);
     }
 
     void ExpectEmptyHeader() {
-        if (m_block.start_of_list != 0 || m_block.end_of_list != 0) {
-            Damage("an empty list starts at " + std::to_string(m_block.start_of_list) + " and ends at " +
-                   std::to_string(m_block.end_of_list));
-        }
+        const Index start = Load(m_block.start_of_list);
+        const Index end = Load(m_block.end_of_list);
+        Expect(start == 0 && end == 0, "an empty list starts at %u and ends at %u", start, end);
     }
 
     void Walk() {
-        Index previous = m_block.start_of_list;
-        Index current = m_block.start_of_list;
+        const Index end = Load(m_block.end_of_list);
+        Index current = Load(m_block.start_of_list);
+        Index previous = current;
         while (Visit(current, previous)) {
-            if (current == m_block.end_of_list) {
-                ExpectEnd(current);
+            const Index next = Load(m_block.slots[current].next);
+            if (current == end) {
+                ExpectEnd(current, next);
                 return;
             }
             previous = current;
-            current = m_block.slots[current].next;
+            current = next;
         }
     }
 
     /// Adds a slot to the order if it may be followed.
     bool Visit(Index current, Index previous) {
-        if (current >= kZcSlotCount) {
-            Damage("the list leads to slot " + std::to_string(current));
-            return false;
-        }
-        if (m_visited[current]) {
-            Damage("the list does not end: it comes back to " + SlotName(current));
+        if (!Expect(current < kZcSlotCount, "the list leads to slot %u", current) ||
+            !Expect(!m_visited[current], "the list does not end: it comes back to slot %u", current)) {
             return false;
         }
         const ZcMessageSlot& slot = m_block.slots[current];
-        if (slot.taken != kTaken) {
-            Damage("the list leads to " + SlotName(current) + ", which is free");
+        if (!Expect(Load(slot.taken) == kTaken, "the list leads to slot %u, which is free", current)) {
             return false;
         }
-        if (slot.prev != previous) {
-            Damage(SlotName(current) + " follows slot " + std::to_string(previous) + " but names slot " +
-                   std::to_string(slot.prev));
-        }
+        const Index older = Load(slot.prev);
+        Expect(older == previous, "slot %u follows slot %u but names slot %u", current, previous, older);
         m_visited[current] = true;
         m_findings.order[m_findings.nQueued++] = current;
         return true;
     }
 
-    void ExpectEnd(Index last) {
-        if (m_block.slots[last].next != last) {
-            Damage(SlotName(last) + " is the newest but leads to slot " + std::to_string(m_block.slots[last].next));
-        }
-        if (m_findings.nQueued != m_findings.nTaken) {
-            Damage(std::to_string(m_findings.nTaken) + " slots are taken, " + std::to_string(m_findings.nQueued) +
-                   " are in the list");
-        }
+    void ExpectEnd(Index last, Index next) {
+        Expect(next == last, "slot %u is the newest but leads to slot %u", last, next);
+        Expect(m_findings.nQueued == m_findings.nTaken, "%u slots are taken, %u are in the list", m_findings.nTaken,
+               m_findings.nQueued);
     }
 
     const ZcChannel& m_block;
@@ -164,7 +161,7 @@ public:
 
 private:
     bool IsLoose(Index i) const {
-        return i < kZcSlotCount && m_block.slots[i].taken == kTaken && !m_placed[i];
+        return i < kZcSlotCount && !m_placed[i] && Load(m_block.slots[i].taken) == kTaken;
     }
 
     Index PositionOf(Index slot) const {
@@ -188,10 +185,10 @@ private:
                 continue;
             }
             const ZcMessageSlot& slot = m_block.slots[i];
-            if (const Index newer = PositionOf(slot.next); newer != kNone) {
+            if (const Index newer = PositionOf(Load(slot.next)); newer != kNone) {
                 Insert(newer, i);
                 placed = true;
-            } else if (const Index older = PositionOf(slot.prev); older != kNone) {
+            } else if (const Index older = PositionOf(Load(slot.prev)); older != kNone) {
                 Insert(static_cast<Index>(older + 1), i);
                 placed = true;
             }
@@ -205,10 +202,11 @@ private:
         if (start == kNone) {
             start = FindLoose([](Index) { return true; });
         }
-        for (Index i = start; IsLoose(i); i = m_block.slots[i].next) {
+        const Index before = m_count;
+        for (Index i = start; IsLoose(i); i = Load(m_block.slots[i].next)) {
             Insert(m_count, i);
         }
-        return start != kNone;
+        return m_count != before;
     }
 
     template <typename Condition>
@@ -222,7 +220,7 @@ private:
     }
 
     bool HasLooseOlder(Index i) const {
-        const Index older = m_block.slots[i].prev;
+        const Index older = Load(m_block.slots[i].prev);
         return older != i && IsLoose(older);
     }
 
@@ -234,6 +232,13 @@ private:
 
 } // namespace
 
+void ShortText::Format(const char* format, ...) {
+    std::va_list values;
+    va_start(values, format);
+    std::vsnprintf(m_text, sizeof(m_text), format, values);
+    va_end(values);
+}
+
 PoolFindings Examine(const ZcChannel& block) {
     return Examiner(block).Run();
 }
@@ -244,13 +249,19 @@ void MessagePool::Initialise(ZcChannel& block) {
     Commit(block.magic, kZcMagic);
 }
 
+bool MessagePool::IsEmpty() const {
+    return Load(m_block.nMessages) == 0;
+}
+
 bool MessagePool::Post(const char* message, std::uint16_t destination) {
-    Index i = FirstFree();
-    if (i != kNone ? !CanAppend(i) : m_block.nMessages != kZcSlotCount) {
+    Index older = 0;
+    Index count = 0;
+    Index i = FindRoom(older, count);
+    if (i == kDamaged) {
         Repair();
-        i = FirstFree();
+        i = FindRoom(older, count);
     }
-    if (i == kNone) {
+    if (i >= kZcSlotCount) {
         return false;
     }
     ZcMessageSlot& slot = m_block.slots[i];
@@ -260,132 +271,139 @@ bool MessagePool::Post(const char* message, std::uint16_t destination) {
     std::memset(slot.msg + length, 0, kZcMessageSize - length);
     CrashPoint();
     Commit(slot.dest_id, destination);
-    Commit(slot.prev, Index{m_block.end_of_list});
+    Commit(slot.prev, older);
     Commit(slot.self, i);
     Commit(slot.next, i);
     Commit(slot.taken, kTaken);
     Commit(m_block.end_of_list, i);
-    Commit(m_block.slots[slot.prev].next, i);
-    Commit(m_block.nMessages, static_cast<Index>(m_block.nMessages + 1));
+    Commit(m_block.slots[older].next, i);
+    Commit(m_block.nMessages, static_cast<Index>(count + 1));
     return true;
 }
 
 bool MessagePool::Take(std::uint16_t destination, char* buffer, std::size_t size) {
-    Index found = FindFor(destination);
-    if (found != kNone && !CanUnlink(found)) {
+    Place place = FindFor(destination);
+    if (place.slot == kDamaged) {
         Repair();
-        found = FindFor(destination);
+        place = FindFor(destination);
     }
-    if (found == kNone) {
+    if (place.slot >= kZcSlotCount) {
         return false;
     }
-    const ZcMessageSlot& slot = m_block.slots[found];
+    const ZcMessageSlot& slot = m_block.slots[place.slot];
     const std::size_t length = std::min(TextLength(slot), size - 1);
     std::memcpy(buffer, slot.msg, length);
     buffer[length] = 0;
     buffer[size - 1] = 0;
-    Unlink(found);
+    Unlink(place);
     return true;
 }
 
 MessagePool::Index MessagePool::FirstFree() const {
 #pragma GCC unroll 8
     for (Index i = 0; i < kZcSlotCount; ++i) {
-        if (m_block.slots[i].taken == kFree) {
+        if (Load(m_block.slots[i].taken) == kFree) {
             return i;
         }
     }
     return kNone;
 }
 
-/// Whether the end of the list is fit to take `slot` on. An empty list's first slot is 0, which its header names.
-bool MessagePool::CanAppend(Index slot) const {
-    if (m_block.nMessages == 0) {
-        return slot == 0 && m_block.start_of_list == 0 && m_block.end_of_list == 0;
+/// The slot for the next message, if the end of the list is fit to take it on, with its older neighbour and the count
+/// of messages. An empty list's first slot is 0, which its header names and which is its own neighbour.
+MessagePool::Index MessagePool::FindRoom(Index& older, Index& count) const {
+    const Index slot = FirstFree();
+    older = Load(m_block.end_of_list);
+    count = Load(m_block.nMessages);
+    if (slot == kNone) {
+        return count == kZcSlotCount ? kNone : kDamaged;
     }
-    if (m_block.nMessages >= kZcSlotCount || m_block.end_of_list >= kZcSlotCount) {
-        return false;
+    if (count == 0) {
+        return slot == 0 && older == 0 && Load(m_block.start_of_list) == 0 ? slot : kDamaged;
     }
-    const ZcMessageSlot& last = m_block.slots[m_block.end_of_list];
-    return last.taken == kTaken && last.next == m_block.end_of_list;
+    if (count >= kZcSlotCount || older >= kZcSlotCount) {
+        return kDamaged;
+    }
+    const ZcMessageSlot& last = m_block.slots[older];
+    return Load(last.taken) == kTaken && Load(last.next) == older ? slot : kDamaged;
 }
 
-/// Mostly one message at most waits for an addressee, and its slot alone tells: side by side the slots are read several
-/// times faster than along the list. Where there are more, and where there is none, the list is asked.
-MessagePool::Index MessagePool::FindFor(std::uint16_t destination) {
-    Index found = kNone;
-    std::uint32_t left = m_block.nMessages;
+/// Mostly one of the oldest messages is the addressee's. If not, all slots are looked at side by side, which is several
+/// times faster than along the list and sees also those that a dead owner left beside it; the whole list is asked only
+/// where several messages wait for the addressee.
+MessagePool::Place MessagePool::FindFor(std::uint16_t destination) const {
+    constexpr int kNear = 8;
+    Index found = FindInList(destination, kNear);
+    if (found < kZcSlotCount) {
+        return PlaceOf(found);
+    }
+    found = kNone;
+    unsigned matches = 0;
+    std::uint32_t taken = 0;
 #pragma GCC unroll 8 // the slots lie apart, their loads may overlap
     for (Index i = 0; i < kZcSlotCount; ++i) {
-        if (left == 0) {
-            break;
-        }
         const ZcMessageSlot& slot = m_block.slots[i];
-        left -= slot.taken;
-        if (slot.dest_id == destination && slot.taken == kTaken) {
-            if (found != kNone) {
-                return FindInList(destination);
-            }
+        taken += Load(slot.taken);
+        if (IsFor(slot, destination)) {
             found = i;
+            ++matches;
         }
     }
-    return found != kNone ? found : FindInList(destination);
-}
-
-MessagePool::Index MessagePool::FindInList(std::uint16_t destination) {
-    for (bool repaired = false;; repaired = true) {
-        Index steps = 0;
-        Index i = m_block.start_of_list;
-        while (i < kZcSlotCount && steps < kZcSlotCount && m_block.slots[i].taken == kTaken) {
-            ++steps;
-            const ZcMessageSlot& slot = m_block.slots[i];
-            if (slot.dest_id == destination) {
-                return i;
-            }
-            if (slot.self == m_block.end_of_list) {
-                break;
-            }
-            i = slot.next;
-        }
-        if (steps == m_block.nMessages || repaired) {
-            return kNone;
-        }
-        Repair();
+    if (taken != Load(m_block.nMessages)) {
+        return {kDamaged};
     }
+    if (matches > 1) {
+        found = FindInList(destination, kZcSlotCount);
+    }
+    return found < kZcSlotCount ? PlaceOf(found) : Place{found};
 }
 
-bool MessagePool::CanUnlink(Index slot) const {
+/// The oldest message for an addressee, if it is among the `most` first ones.
+MessagePool::Index MessagePool::FindInList(std::uint16_t destination, int most) const {
+    Index i = Load(m_block.start_of_list);
+    for (int steps = 0; steps < most && i < kZcSlotCount; ++steps) {
+        const ZcMessageSlot& slot = m_block.slots[i];
+        if (IsFor(slot, destination)) {
+            return i;
+        }
+        i = Load(slot.next);
+    }
+    return kDamaged;
+}
+
+MessagePool::Place MessagePool::PlaceOf(Index slot) const {
     const ZcMessageSlot& found = m_block.slots[slot];
-    const bool isHead = slot == m_block.start_of_list;
-    const bool isTail = slot == m_block.end_of_list;
-    if (found.next >= kZcSlotCount || found.prev >= kZcSlotCount || m_block.nMessages == 0 ||
-        m_block.nMessages > kZcSlotCount) {
-        return false;
-    }
-    return (isTail ? found.next == slot : m_block.slots[found.next].prev == slot) &&
-           (isHead ? found.prev == slot : m_block.slots[found.prev].next == slot) &&
-           (m_block.nMessages != 1 || (isHead && isTail));
+    const Place place{.slot = slot,
+                      .newer = Load(found.next),
+                      .older = Load(found.prev),
+                      .count = Load(m_block.nMessages),
+                      .isHead = slot == Load(m_block.start_of_list),
+                      .isTail = slot == Load(m_block.end_of_list)};
+    const bool isLinked = place.newer < kZcSlotCount && place.older < kZcSlotCount && place.count != 0 &&
+                          place.count <= kZcSlotCount &&
+                          (place.isTail ? place.newer == slot : Load(m_block.slots[place.newer].prev) == slot) &&
+                          (place.isHead ? place.older == slot : Load(m_block.slots[place.older].next) == slot) &&
+                          (place.count == 1) == (place.isHead && place.isTail);
+    return isLinked ? place : Place{kDamaged};
 }
 
-void MessagePool::Unlink(Index slot) {
-    ZcMessageSlot& taken = m_block.slots[slot];
-    const Index newer = taken.next;
-    const Index older = taken.prev;
-    if (m_block.nMessages == 1) {
+void MessagePool::Unlink(const Place& place) {
+    ZcMessageSlot* const slots = m_block.slots;
+    if (place.count == 1) {
         Commit(m_block.end_of_list, Index{0});
         Commit(m_block.start_of_list, Index{0});
-    } else if (slot == m_block.start_of_list) {
-        Commit(m_block.start_of_list, newer);
-        Commit(m_block.slots[newer].prev, newer);
-    } else if (slot == m_block.end_of_list) {
-        Commit(m_block.end_of_list, older);
-        Commit(m_block.slots[older].next, older);
+    } else if (place.isHead) {
+        Commit(m_block.start_of_list, place.newer);
+        Commit(slots[place.newer].prev, place.newer);
+    } else if (place.isTail) {
+        Commit(m_block.end_of_list, place.older);
+        Commit(slots[place.older].next, place.older);
     } else {
-        Commit(m_block.slots[newer].prev, older);
-        Commit(m_block.slots[older].next, newer);
+        Commit(slots[place.newer].prev, place.older);
+        Commit(slots[place.older].next, place.newer);
     }
-    Commit(m_block.nMessages, static_cast<Index>(m_block.nMessages - 1));
-    Commit(taken.taken, kFree);
+    Commit(m_block.nMessages, static_cast<Index>(place.count - 1));
+    Commit(slots[place.slot].taken, kFree);
 }
 
 bool MessagePool::Repair() {
@@ -395,7 +413,7 @@ bool MessagePool::Repair() {
     }
     unsigned freed = 0;
     for (ZcMessageSlot& slot : m_block.slots) {
-        if (slot.taken != kFree && slot.taken != kTaken) {
+        if (const std::uint32_t mark = Load(slot.taken); mark != kFree && mark != kTaken) {
             Commit(slot.taken, kFree);
             ++freed;
         }
@@ -403,8 +421,8 @@ bool MessagePool::Repair() {
     OrderFinder finder(m_block, findings);
     finder.Run();
     Rebuild(finder.Order(), finder.Count());
-    m_report = findings.damage + "; list rebuilt from " + std::to_string(finder.Count()) + " messages, " +
-               std::to_string(freed) + " slots freed";
+    m_report.Format("%s; list rebuilt from %u messages, %u slots freed", findings.damage.c_str(), finder.Count(),
+                    freed);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "gaizior/comms/channel.h"
 
+#include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/channel_status.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/section.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -26,16 +28,29 @@ constexpr unsigned short kOwnId = 11;
 constexpr unsigned short kOtherId = 12;
 
 std::mutex g_lineLock;
-std::vector<std::string> g_lines;
+std::vector<std::string> g_lines; ///< each with its level before it
+bool g_isMutexOurs;               ///< the test holds the channel's mutex itself
 
-void KeepLine(int, int, const char* text) {
+/// Called while the channel is locked it would never see another thread get the mutex.
+void ExpectMutexFree() {
+    const UniqueHandle mutex(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, kChannelMutexName));
+    if (mutex) {
+        EXPECT_EQ(::WaitForSingleObject(mutex.Get(), 10'000), DWORD{WAIT_OBJECT_0});
+        ::ReleaseMutex(mutex.Get());
+    }
+}
+
+void KeepLine(int level, int, const char* text) {
+    if (!g_isMutexOurs) {
+        std::thread(&ExpectMutexFree).join();
+    }
     const std::lock_guard lock(g_lineLock);
-    g_lines.emplace_back(text);
+    g_lines.push_back(std::to_string(level) + text);
 }
 
 /// A view of the block beside the channel's own; it keeps the block alive while the channel is closed.
 struct BlockView : test::SharedView<ZcChannel> {
-    BlockView() : SharedView("Zircona_Comms_Queue") {}
+    BlockView() : SharedView(kChannelSectionName) {}
 };
 
 class ChannelTest : public ::testing::Test {
@@ -43,6 +58,7 @@ protected:
     ChannelTest() {
         seams::SetTimeDivisor(50);
         g_lines.clear();
+        g_isMutexOurs = false;
         ZRDBNewRegisterCallback(&KeepLine);
         ZRDBSetLevel(5);
     }
@@ -89,17 +105,15 @@ TEST_F(ChannelTest, TheBlockHoldsTheDocumentedBytes) {
     ASSERT_EQ(ZcSendMessage("first", 1000, 0x0203), ZRErrors::e_General_NoError);
     ASSERT_EQ(ZcSendMessage("second", 1000, 0x0405), ZRErrors::e_General_NoError);
     const BlockView view;
-    std::vector<unsigned char> expected(54412);
-    const auto put = [&](std::size_t offset, std::initializer_list<int> bytes) {
-        for (const int byte : bytes) {
-            expected[offset++] = static_cast<unsigned char>(byte);
-        }
+    std::string expected(54412, '\0');
+    const auto put = [&](std::size_t offset, const std::string& bytes) {
+        expected.replace(offset, bytes.size(), bytes);
     };
-    put(0, {2, 0, 0, 0, 0x96, 0x19, 0x11, 0x27, 0, 0, 1, 0});
-    put(12, {'f', 'i', 'r', 's', 't'});
-    put(12 + 256, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
-    put(284, {'s', 'e', 'c', 'o', 'n', 'd'});
-    put(284 + 256, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
+    put(0, {2, 0, 0, 0, '\x96', 0x19, 0x11, 0x27, 0, 0, 1, 0});
+    put(12, "first");
+    put(268, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
+    put(284, "second");
+    put(540, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
     EXPECT_EQ(std::memcmp(view.Get(), expected.data(), expected.size()), 0);
 }
 
@@ -117,6 +131,7 @@ TEST_F(ChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
     EXPECT_TRUE(Logged("Purged 2 messages for destination ID 11\r\n"));
     EXPECT_EQ(Receive(), "error 2013");
     EXPECT_EQ(ZcGetCommsOSError(), static_cast<unsigned>(WAIT_TIMEOUT));
+    EXPECT_TRUE(Logged("5ZcReceiveMessage: timed out: no message came")) << "which is no failure";
 }
 
 TEST_F(ChannelTest, ClosingDumpsWhatIsLeft) {
@@ -126,14 +141,14 @@ TEST_F(ChannelTest, ClosingDumpsWhatIsLeft) {
     g_lines.clear();
     ZcCloseComms();
     const std::vector<std::string> expected = {
-        "Dumping messages\r\n",        "pChan->nMessages:     1\r\n",     "pChan->start_of_list: 0\r\n",
-        "pChan->end_of_list:   0\r\n", "===========================\r\n", "DestID=12, Taken=1, Msg=<stays>\r\n",
-        "Dumped 1 messages\r\n"};
+        "5Dumping messages\r\n",        "5pChan->nMessages:     1\r\n",     "5pChan->start_of_list: 0\r\n",
+        "5pChan->end_of_list:   0\r\n", "5===========================\r\n", "5DestID=12, Taken=1, Msg=<stays>\r\n",
+        "5Dumped 1 messages\r\n"};
     EXPECT_EQ(g_lines, expected);
     EXPECT_EQ(view->nMessages, 1) << "its addressee may still come";
     g_lines.clear();
     ZcCloseComms();
-    EXPECT_EQ(g_lines, std::vector<std::string>{"No Pool to dump messages from!!\r\n"});
+    EXPECT_EQ(g_lines, std::vector<std::string>{"1No Pool to dump messages from!!\r\n"});
 }
 
 TEST_F(ChannelTest, AFullPoolRefusesAndDropsNothing) {
@@ -143,6 +158,7 @@ TEST_F(ChannelTest, AFullPoolRefusesAndDropsNothing) {
     }
     EXPECT_EQ(ZcSendMessage("no", 0, kOtherId), ZRErrors::e_Command_TimedOut);
     EXPECT_EQ(ZcSendMessage("no", 1000, kOtherId), ZRErrors::e_Command_TimedOut);
+    EXPECT_TRUE(Logged("0ZcSendMessage: ERROR: timed out: all slots are taken"));
     EXPECT_EQ(BlockView()->nMessages, kZcSlotCount);
     std::thread receiver([&] {
         SleepFor(500);
@@ -154,7 +170,7 @@ TEST_F(ChannelTest, AFullPoolRefusesAndDropsNothing) {
 
 TEST_F(ChannelTest, TheEventTellsWhetherThePoolHoldsMessages) {
     ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-    const UniqueHandle event(::OpenEventA(SYNCHRONIZE, FALSE, "Zircona_Comms_Event"));
+    const UniqueHandle event(::OpenEventA(SYNCHRONIZE, FALSE, kChannelEventName));
     const auto isSet = [&] { return ::WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; };
     EXPECT_FALSE(isSet());
     ZcSendMessage("1", 1000, kOwnId);
@@ -170,8 +186,9 @@ TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
     char buffer[4] = "abc";
     EXPECT_EQ(ZcSendMessage("x", 0, 1), ZRErrors::e_Command_Aborted);
     EXPECT_EQ(ZcReceiveMessage(buffer, sizeof(buffer), 0), ZRErrors::e_Command_Aborted);
+    EXPECT_STREQ(buffer, "") << "whatever was in it";
     EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE);
-    EXPECT_TRUE(Logged("ZcReceiveMessage: ERROR: the channel is not open"));
+    EXPECT_TRUE(Logged("0ZcReceiveMessage: ERROR: the channel is not open"));
     ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
     ZcSendMessage("kept", 1000, kOwnId);
     EXPECT_EQ(ZcSendMessage(nullptr, 0, 1), ZRErrors::e_Command_Aborted);
@@ -180,44 +197,73 @@ TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
     EXPECT_EQ(Receive(), "kept");
 }
 
-TEST_F(ChannelTest, AReceiverWhoseChannelIsClosedIsTold) {
+TEST_F(ChannelTest, ReceiversGoOnWhileTheChannelIsClosedAndAreToldAtTheEnd) {
+    seams::SetTimeDivisor(4);
     ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-    ZRErrors::ZRErrorT error = ZRErrors::e_General_NoError;
+    std::string received;
     std::thread receiver([&] {
         char buffer[8];
-        error = ZcReceiveMessage(buffer, sizeof(buffer), INFINITE);
+        while (ZcReceiveMessage(buffer, sizeof(buffer), INFINITE) != ZRErrors::e_Command_Aborted) {
+            received += buffer;
+        }
     });
-    SleepFor(500);
+    for (const char* text : {"1", "2", "3"}) {
+        ZcSendMessage(text, 1000, kOwnId);
+    }
     ZcCloseComms();
     receiver.join();
-    EXPECT_EQ(error, ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(received, "123");
+    EXPECT_TRUE(Logged("5Dumped 0 messages\r\n"));
 }
 
-struct TakenName {
+TEST_F(ChannelTest, AMutexThatIsNotFreeOrNotHeldIsAFailure) {
+    g_isMutexOurs = true;
+    ChannelMutex mutex;
+    ASSERT_FALSE(mutex.Create());
+    {
+        const ChannelLock lock = mutex.Lock("Test", 0);
+        std::thread([] { EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_Command_TimedOut); }).join();
+        ::ReleaseMutex(UniqueHandle(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, kChannelMutexName)).Get());
+    }
+    EXPECT_TRUE(Logged("0ZcOpenComms: ERROR: timed out: the mutex was not free"));
+    EXPECT_TRUE(Logged("0Test: ERROR: releasing the mutex failed with system error 288"));
+}
+
+/// An event under a name of the channel, or a section of that size.
+struct Obstacle {
     const char* name;
+    DWORD size;
     ZRErrors::ZRErrorT expected;
+    const char* line;
 };
 
-TEST_F(ChannelTest, NamesThatBelongToAnotherKindOfObjectMakeTheOpenFail) {
-    for (const TakenName& taken : {TakenName{"Zircona_Comms_Mutex", ZRErrors::e_Resource_AllocationFailed},
-                                   TakenName{"Zircona_Comms_Queue", ZRErrors::e_File_MappingFailed}}) {
-        const UniqueHandle event(::CreateEventA(nullptr, TRUE, FALSE, taken.name));
-        EXPECT_EQ(ZcOpenComms(kOwnId), taken.expected) << taken.name;
-        EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE) << taken.name;
-    }
-    EXPECT_FALSE(Logged("Dumping")) << "a failed open only releases what it took";
-    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-}
-
-TEST_F(ChannelTest, ABlockOfAnotherSizeIsRefused) {
+TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
     constexpr auto kSize = static_cast<DWORD>(sizeof(ZcChannel));
     constexpr auto kStep = static_cast<DWORD>(kSectionGranularity);
-    for (const DWORD size : {DWORD{1}, kSize - kStep, kSize + kStep, 2 * kSize}) {
-        g_lines.clear();
-        const UniqueHandle section(
-            ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, "Zircona_Comms_Queue"));
-        EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_File_MappingFailed) << size;
-        EXPECT_TRUE(Logged("ZcOpenComms: ERROR: mapping all of the shared memory, and no more, failed")) << size;
+    constexpr const char* kWrongSize = "mapping all of the shared memory, and no more, failed";
+    const Obstacle obstacles[] = {
+        {kChannelMutexName, 0, ZRErrors::e_Resource_AllocationFailed, "creating the mutex failed with system error 6"},
+        {kChannelEventName, 1, ZRErrors::e_Resource_AllocationFailed, "creating the event failed with system error 6"},
+        {kChannelSectionName, 0, ZRErrors::e_File_MappingFailed,
+         "opening the shared memory failed with system error 6"},
+        {kChannelSectionName, 1, ZRErrors::e_File_MappingFailed, kWrongSize},
+        {kChannelSectionName, kSize - kStep, ZRErrors::e_File_MappingFailed, kWrongSize},
+        {kChannelSectionName, kSize + kStep, ZRErrors::e_File_MappingFailed, kWrongSize},
+        {kChannelSectionName, 2 * kSize, ZRErrors::e_File_MappingFailed, kWrongSize},
+    };
+    for (const Obstacle& obstacle : obstacles) {
+        SCOPED_TRACE(obstacle.name + std::to_string(obstacle.size));
+        {
+            const UniqueHandle inTheWay(obstacle.size == 0
+                                            ? ::CreateEventA(nullptr, TRUE, FALSE, obstacle.name)
+                                            : ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                                                   obstacle.size, obstacle.name));
+            g_lines.clear();
+            EXPECT_EQ(ZcOpenComms(kOwnId), obstacle.expected);
+            EXPECT_TRUE(Logged(std::string("0ZcOpenComms: ERROR: ") + obstacle.line));
+            EXPECT_EQ(g_lines.size(), 1u) << "a failed open only releases what it took";
+        }
+        EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
     }
     EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
 }
@@ -257,12 +303,12 @@ TEST_F(ChannelTest, ARepairIsToldAndLogged) {
     BlockView()->nMessages = 9;
     EXPECT_EQ(ZcRepair(report, 10, 100), ZRErrors::e_General_NoError);
     EXPECT_STREQ(report, "the count") << "cut to fit";
-    EXPECT_TRUE(Logged("ZcRepair: WARNING: the block was damaged: the count says 9, 1 slots are taken; list rebuilt"));
+    EXPECT_TRUE(Logged("0ZcRepair: WARNING: the block was damaged: the count says 9, 1 slots are taken; list rebuilt"));
     EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_General_NoError);
     EXPECT_STREQ(report, "");
     BlockView()->start_of_list = 5000;
     EXPECT_EQ(Receive(), "kept");
-    EXPECT_TRUE(Logged("ZcReceiveMessage: WARNING: the block was damaged: the list leads to slot 5000; list rebuilt"));
+    EXPECT_TRUE(Logged("0ZcReceiveMessage: WARNING: the block was damaged: the list leads to slot 5000; list rebuilt"));
 }
 
 } // namespace

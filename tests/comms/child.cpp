@@ -6,7 +6,6 @@
 // It ends with 0 when all went well; it says on standard error what did not, and ends with 1.
 
 #include "gaizior/comms/channel.h"
-#include "gaizior/comms/channel_status.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/timing.h"
@@ -16,8 +15,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -36,12 +33,17 @@ void Must(ZRErrorT error, const char* what) {
 }
 
 /// A shortened wait for the mutex may be too short where many want it.
-void Open(std::uint16_t id) {
+template <typename Call>
+void Insist(const Call& call, const char* what) {
     ZRErrorT error = ZRErrors::e_Command_TimedOut;
     for (int attempts = 0; attempts < 1000 && error == ZRErrors::e_Command_TimedOut; ++attempts) {
-        error = ZcOpenComms(id);
+        error = call();
     }
-    Must(error, "open");
+    Must(error, what);
+}
+
+void Open(unsigned id) {
+    Insist([id] { return ZcOpenComms(static_cast<std::uint16_t>(id)); }, "open");
 }
 
 void Crash(const std::string& what, unsigned point, const std::string& ids) {
@@ -67,169 +69,112 @@ void Crash(const std::string& what, unsigned point, const std::string& ids) {
 
 /// One of kGatheringSize processes that do everything at the same moment. Each message that arrives proves that its
 /// sender has the same block.
-class Gatherer {
-public:
-    Gatherer(unsigned index, unsigned rounds) : m_index(index), m_rounds(rounds) {}
-
-    void Run() {
-        seams::SetTimeDivisor(20);
-        try {
-            for (unsigned round = 0; round < m_rounds; ++round) {
-                Meet();
-                Round(std::to_string(round));
-            }
-        } catch (...) {
-            m_gathering->failed = 1;
-            throw;
+void Gather(unsigned index, unsigned rounds) {
+    const SharedView<Gathering> gathering(kGatheringName);
+    const auto next = static_cast<std::uint16_t>(kFirstSoakId + (index + 1) % kGatheringSize);
+    unsigned target = 0;
+    const auto meet = [&] {
+        target += kGatheringSize;
+        ++gathering->arrived;
+        while (gathering->arrived < target) {
+            ::Sleep(0);
         }
-    }
-
-private:
-    static std::uint16_t IdOf(unsigned index) {
-        return static_cast<std::uint16_t>(kFirstSoakId + index % kGatheringSize);
-    }
-
-    void Round(const std::string& text) {
-        Open(IdOf(m_index));
-        Meet();
-        Must(ZcSendMessage(text.c_str(), INFINITE, IdOf(m_index + 1)), "send");
+    };
+    seams::SetTimeDivisor(20);
+    for (unsigned round = 0; round < rounds; ++round) {
+        meet();
+        Open(kFirstSoakId + index);
+        meet();
+        const std::string text = std::to_string(round);
         char buffer[256];
-        ZRErrorT error = ZRErrors::e_Command_TimedOut; // also where the mutex is not free for a moment
-        for (int attempts = 0; attempts < 100 && error == ZRErrors::e_Command_TimedOut; ++attempts) {
-            error = ZcReceiveMessage(buffer, sizeof(buffer), 2000);
-        }
-        Must(error, "receive");
+        Must(ZcSendMessage(text.c_str(), INFINITE, next), "send");
+        Insist([&] { return ZcReceiveMessage(buffer, sizeof(buffer), 2000); }, "receive");
         if (text != buffer) {
             throw std::runtime_error("received " + std::string(buffer) + " instead of " + text);
         }
-        Meet();
-        ZcFindingsT findings;
-        Must(ZcSnapshot(m_block.get(), INFINITE), "snapshot");
-        Must(ZcExamine(m_block.get(), &findings), findings.szDamage);
-        if (findings.nTaken != 0) {
-            throw std::runtime_error("messages are left");
-        }
-        Meet();
+        meet();
         ZcCloseComms();
     }
-
-    void Meet() {
-        m_target += kGatheringSize;
-        ++m_gathering->arrived;
-        while (m_gathering->arrived < m_target) {
-            if (m_gathering->failed) {
-                throw std::runtime_error("another one has failed");
-            }
-            ::Sleep(0);
-        }
-    }
-
-    const unsigned m_index;
-    const unsigned m_rounds;
-    unsigned m_target = 0;
-    const SharedView<Gathering> m_gathering{kGatheringName};
-    const std::unique_ptr<ZcChannel> m_block = std::make_unique<ZcChannel>();
-};
+}
 
 /// One of the processes of a soak: sends to the others and receives from them at the same time.
 class Soaker {
 public:
     explicit Soaker(unsigned index) : m_index(index) {
         s_pSoaker = this;
-        m_desk.isOpen = 0;
     }
 
     void Run() {
         seams::SetTimeDivisor(100);
         ZRDBNewRegisterCallback(&TakeLine);
         ZRDBSetLevel(5);
-        if (const std::optional<Number> held = Parse(m_desk.buffer)) {
-            m_ledger->lanes[held->from][m_index].found[held->number] = 1;
+        unsigned number = 0;
+        if (Ledger::Lane* const lane = Parse(m_desk.buffer, number)) {
+            Advance(lane->states[number], Ledger::Found);
         }
-        Open(IdOf(m_index));
+        Open(kFirstSoakId + m_index);
         m_desk.isOpen = 1;
         std::thread sender(&Soaker::SendAll, this);
         while (!m_ledger->stop) {
-            ReceiveOne();
+            const ZRErrorT error = ZcReceiveMessage(m_desk.buffer, sizeof(m_desk.buffer), 1000);
+            if (error == ZRErrors::e_General_NoError) {
+                Enter(m_desk.buffer);
+            } else if (error != ZRErrors::e_Command_TimedOut) {
+                Must(error, "receive");
+            }
         }
         sender.join();
     }
 
 private:
-    static std::uint16_t IdOf(unsigned index) {
-        return static_cast<std::uint16_t>(kFirstSoakId + index);
-    }
-
     /// Every message tells all about itself, so that a damaged one is seen.
-    static std::string TextOf(unsigned from, unsigned to, unsigned number) {
-        std::string text = std::to_string(from) + ' ' + std::to_string(to) + ' ' + std::to_string(number) + ' ';
+    static std::string TextOf(unsigned from, unsigned number) {
+        std::string text = std::to_string(from) + ' ' + std::to_string(number) + ' ';
         return text.append(number * 7 % (255 - text.size()), static_cast<char>('a' + number % 26));
     }
 
+    /// @returns whether the message was not that far yet.
+    static bool Advance(std::atomic<std::uint8_t>& state, Ledger::State next) {
+        std::uint8_t before = state;
+        while (before < next && !state.compare_exchange_weak(before, next)) {
+        }
+        return before < next;
+    }
+
+    /// A number whose send was begun before this process was killed is not used again: it may be there.
     void SendAll() {
-        for (bool sent = true; sent && !m_ledger->stop;) {
-            sent = false;
-            for (unsigned to = 0; to < Ledger::kProcesses; ++to) {
-                sent = (to != m_index && SendNext(to)) || sent;
+        Ledger::Lane& lane = m_ledger->lanes[m_index];
+        while (lane.begun < m_ledger->count && !m_ledger->stop) {
+            const unsigned number = lane.begun++;
+            const std::string text = TextOf(m_index, number);
+            const auto to = static_cast<std::uint16_t>(kFirstSoakId + Ledger::AddresseeOf(m_index, number));
+            ZRErrorT error = ZRErrors::e_Command_TimedOut; // the pool is often full
+            while (error == ZRErrors::e_Command_TimedOut && !m_ledger->stop) {
+                error = ZcSendMessage(text.c_str(), INFINITE, to);
+            }
+            if (error == ZRErrors::e_General_NoError) {
+                Advance(lane.states[number], Ledger::Sent);
             }
         }
     }
 
-    /// A number whose send was begun before this process was killed is not used again: it may be there.
-    bool SendNext(unsigned to) {
-        Ledger::Lane& lane = m_ledger->lanes[m_index][to];
-        const std::uint32_t number = lane.begun;
-        if (number >= m_ledger->count) {
-            return false;
-        }
-        lane.begun = number + 1;
-        const std::string text = TextOf(m_index, to, number);
-        ZRErrorT error = ZRErrors::e_Command_TimedOut; // the pool is often full
-        while (error == ZRErrors::e_Command_TimedOut && !m_ledger->stop) {
-            error = ZcSendMessage(text.c_str(), INFINITE, IdOf(to));
-        }
-        lane.sent[number] = error == ZRErrors::e_General_NoError;
-        return true;
-    }
-
-    void ReceiveOne() {
-        const ZRErrorT error = ZcReceiveMessage(m_desk.buffer, sizeof(m_desk.buffer), 1000);
-        if (error == ZRErrors::e_General_NoError) {
-            Enter(m_desk.buffer);
-        } else if (error != ZRErrors::e_Command_TimedOut) {
-            Must(error, "receive");
-        }
-    }
-
-    struct Number {
-        unsigned from;
-        unsigned number;
-    };
-
-    std::optional<Number> Parse(const std::string& text) const {
+    /// The lane of a message for this process, null for one that nobody can have sent.
+    Ledger::Lane* Parse(const std::string& text, unsigned& number) const {
         unsigned from = 0;
-        unsigned to = 0;
-        unsigned number = 0;
-        if (std::sscanf(text.c_str(), "%u %u %u", &from, &to, &number) != 3 || from >= Ledger::kProcesses ||
-            to != m_index || number >= Ledger::kMost || text != TextOf(from, to, number)) {
-            return std::nullopt;
-        }
-        return Number{from, number};
+        const bool isOne = std::sscanf(text.c_str(), "%u %u", &from, &number) == 2 && from < Ledger::kProcesses &&
+                           number < Ledger::kMost && Ledger::AddresseeOf(from, number) == m_index &&
+                           text == TextOf(from, number);
+        return isOne ? &m_ledger->lanes[from] : nullptr;
     }
 
     void Enter(const std::string& text) {
-        const std::optional<Number> came = Parse(text);
-        if (!came) {
-            std::fprintf(stderr, "damaged: <%s>\n", text.c_str());
-            ++m_ledger->damaged;
-            return;
-        }
-        Ledger::Lane& lane = m_ledger->lanes[came->from][m_index];
-        ++lane.came[came->number];
-        if (came->number < lane.next) {
-            ++lane.disorder;
+        unsigned number = 0;
+        Ledger::Lane* const lane = Parse(text, number);
+        if (!lane || !Advance(lane->states[number], Ledger::Came) || number < lane->next[m_index]) {
+            std::fprintf(stderr, "damaged, repeated or too late: <%s>\n", text.c_str());
+            ++m_ledger->faults;
         } else {
-            lane.next = came->number + 1;
+            lane->next[m_index] = number + 1;
         }
     }
 
@@ -237,7 +182,7 @@ private:
     static void TakeLine(int, int, const char* line) {
         const std::string text(line);
         const std::string begin = "Message = <";
-        if (text.compare(0, begin.size(), begin) == 0) {
+        if (text.starts_with(begin)) {
             s_pSoaker->Enter(text.substr(begin.size(), text.rfind('>') - begin.size()));
         }
     }
@@ -249,13 +194,13 @@ private:
 };
 
 void Run(const std::vector<std::string>& words) {
-    const std::string& what = words.at(1);
-    if (what == "crash") {
-        Crash(words.at(2), static_cast<unsigned>(std::stoul(words.at(3))), words.size() > 4 ? words[4] : "");
-    } else if (what == "gather") {
-        Gatherer(static_cast<unsigned>(std::stoul(words.at(2))), static_cast<unsigned>(std::stoul(words.at(3)))).Run();
+    const auto number = [&words](std::size_t i) { return static_cast<unsigned>(std::stoul(words.at(i))); };
+    if (words.at(1) == "crash") {
+        Crash(words.at(2), number(3), words.size() > 4 ? words[4] : "");
+    } else if (words[1] == "gather") {
+        Gather(number(2), number(3));
     } else {
-        Soaker(static_cast<unsigned>(std::stoul(words.at(2)))).Run();
+        Soaker(number(2)).Run();
     }
 }
 

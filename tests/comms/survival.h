@@ -24,7 +24,6 @@ inline const std::string kSentByVictim(255, 's');
 /// Where processes that open the channel at once wait for each other.
 struct Gathering {
     std::atomic<std::uint32_t> arrived;
-    std::atomic<std::uint32_t> failed;
 };
 inline constexpr const char* kGatheringName = "Gathering";
 inline constexpr unsigned kGatheringSize = 8;
@@ -32,29 +31,38 @@ inline constexpr unsigned kGatheringSize = 8;
 /// Who has sent and received what in a soak. It belongs to the test, so it outlives the processes that keep it.
 struct Ledger {
     static constexpr unsigned kProcesses = 3;
-    static constexpr unsigned kMost = 10'000; ///< messages from one process to another
+    static constexpr unsigned kMost = 20'000; ///< messages from one process, to the two others in turn
 
-    /// One direction between two processes; messages are numbered from 0.
+    /// What became of a message; it only goes on.
+    enum State : std::uint8_t {
+        Unknown,
+        Sent,  ///< the send has returned
+        Found, ///< it was in the buffer of a process that was killed
+        Came,  ///< it was received, or thrown away by an open
+    };
+
+    /// What one process sends; messages are numbered from 0.
     struct Lane {
-        std::atomic<std::uint32_t> begun;                   ///< sends that were begun
-        std::array<std::atomic<std::uint8_t>, kMost> sent;  ///< 1: the send has returned
-        std::array<std::atomic<std::uint8_t>, kMost> came;  ///< how often it was received, or thrown away by an open
-        std::array<std::atomic<std::uint8_t>, kMost> found; ///< 1: it was in the buffer of a process that was killed
-        std::atomic<std::uint32_t> next;                    ///< the newest that came, plus 1
-        std::atomic<std::uint32_t> disorder;                ///< messages that came after a newer one
+        std::atomic<std::uint32_t> begun;                        ///< sends that were begun
+        std::array<std::atomic<std::uint32_t>, kProcesses> next; ///< for each addressee the newest that came, plus 1
+        std::array<std::atomic<std::uint8_t>, kMost> states;
     };
 
     /// What a process leaves behind when it is killed.
     struct Desk {
-        std::atomic<std::uint8_t> isOpen; ///< 0 while the process opens the channel
+        std::atomic<std::uint8_t> isOpen; ///< 1 from when it has opened the channel until it is killed
         char buffer[256];                 ///< what it receives into
     };
 
+    static unsigned AddresseeOf(unsigned from, unsigned number) {
+        return (from + 1 + number % 2) % kProcesses;
+    }
+
     std::uint32_t count; ///< messages for each lane
-    std::array<Desk, kProcesses> desks;
     std::atomic<std::uint32_t> stop;
-    std::atomic<std::uint32_t> damaged; ///< messages that nobody sent like that
-    std::array<std::array<Lane, kProcesses>, kProcesses> lanes;
+    std::atomic<std::uint32_t> faults; ///< messages that came twice, too late or as nobody had sent them
+    std::array<Desk, kProcesses> desks;
+    std::array<Lane, kProcesses> lanes;
 };
 inline constexpr const char* kLedgerName = "Ledger";
 inline constexpr std::uint16_t kFirstSoakId = 21;

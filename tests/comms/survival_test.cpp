@@ -3,6 +3,7 @@
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/timing.h"
 #include "tests/comms/survival.h"
+#include "tests/support/allocation_failure.h"
 #include "tests/support/child.h"
 #include "tests/support/scratch.h"
 #include "tests/support/shared_view.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -26,7 +28,7 @@ namespace gaizior::test {
 namespace {
 
 constexpr unsigned kRounds = 100;
-constexpr unsigned kSoakMessages = 500;
+constexpr unsigned kSoakMessages = 1000;
 
 using Texts = std::vector<std::string>;
 using Queues = std::map<std::uint16_t, Texts>; // by addressee
@@ -59,9 +61,8 @@ protected:
     SurvivalTest() {
         seams::SetTimeDivisor(1000);
         s_repairs = 0;
-        ZRDBNewRegisterCallback([](int, int, const char* line) {
-            s_repairs += std::string(line).find("the block was damaged") != std::string::npos;
-        });
+        ZRDBNewRegisterCallback(
+            [](int, int, const char* line) { s_repairs += std::strstr(line, "the block was damaged") != nullptr; });
     }
     ~SurvivalTest() override {
         ZcCloseComms();
@@ -90,6 +91,13 @@ protected:
             queues[slot.dest_id].emplace_back(slot.msg);
         }
         return queues;
+    }
+
+    /// A viewer for whom the n-th allocation fails, another one each time.
+    static void LookInVain() {
+        static int n = 0;
+        const auto block = std::make_unique<ZcChannel>();
+        FailAllocation(++n % 12 + 1, [&] { ZcSnapshot(block.get(), INFINITE); });
     }
 
     bool DieAndGoOn(const Operation& operation, const Fill& fill, int point);
@@ -152,6 +160,9 @@ bool SurvivalTest::DieAndGoOn(const Operation& operation, const Fill& fill, int 
         open();
     }
     const int repairsBefore = s_repairs;
+    if (point % 3 == 0) {
+        LookInVain();
+    }
     Texts received = point % 2 ? ReceiveAll() : Texts(); // the dead one's mutex falls to a receiver or to a spectator
     Queues now = LookIntoBlock();
     EXPECT_LE(s_repairs - repairsBefore, 1) << "one line tells it all";
@@ -201,8 +212,10 @@ TEST_F(SurvivalTest, EightThatOpenAtOnceShareOneBlockWhileOthersDie) {
         gatherers.push_back(StartChild("gather " + std::to_string(i) + ' ' + std::to_string(kRounds)));
     }
     const auto isRunning = [](const auto& child) { return ::WaitForSingleObject(child->Handle(), 0) == WAIT_TIMEOUT; };
+    const auto isWell = [&](const auto& child) { return isRunning(child) || child->ExitCode() == 0; };
     int died = 0;
     for (int point = 0; std::any_of(gatherers.begin(), gatherers.end(), isRunning); ++point) {
+        ASSERT_TRUE(std::all_of(gatherers.begin(), gatherers.end(), isWell));
         died += HasCrashed(StartChild("crash create " + std::to_string(1 + point % 30))->ExitCode());
     }
     for (const auto& gatherer : gatherers) {
@@ -216,38 +229,32 @@ TEST_F(SurvivalTest, EightThatOpenAtOnceShareOneBlockWhileOthersDie) {
     }
 }
 
-/// What a killed process had taken stands in its buffer, which outlives it. Only an open that is killed while it throws
-/// messages away may have one that nobody can tell of.
+/// What a killed process had taken stands in its buffer, which outlives it. An open that is killed while it throws
+/// messages away could not tell of them, so only those that are open are killed.
 TEST_F(SurvivalTest, ASoakOfRandomKillsLosesAndRepeatsNothing) {
     const char* const wanted = std::getenv("GAIZIOR_SOAK_MESSAGES");
     const SharedView<Ledger> ledger(kLedgerName);
-    ledger->count = wanted ? std::min(Ledger::kMost, static_cast<unsigned>(std::atoi(wanted))) : kSoakMessages;
+    ledger->count = wanted ? std::min(Ledger::kMost, 2 * static_cast<unsigned>(std::atoi(wanted))) : kSoakMessages;
     ASSERT_EQ(ZcOpenComms(kSurvivorId), ZRErrors::e_General_NoError) << "keeps the block while the others come and go";
     std::array<std::unique_ptr<Child>, Ledger::kProcesses> children;
-    const auto start = [&](unsigned i) { children[i] = StartChild("soak " + std::to_string(i)); };
+    const auto start = [&](unsigned i) {
+        ledger->desks[i].isOpen = 0;
+        children[i] = StartChild("soak " + std::to_string(i));
+    };
     for (unsigned i = 0; i < children.size(); ++i) {
         start(i);
     }
-    const auto isSent = [&] {
-        for (unsigned i = 0; i < Ledger::kProcesses * Ledger::kProcesses; ++i) {
-            const unsigned from = i / Ledger::kProcesses;
-            const unsigned to = i % Ledger::kProcesses;
-            if (from != to && ledger->lanes[from][to].begun < ledger->count) {
-                return false;
-            }
-        }
-        return true;
-    };
+    const auto isSent = [&](const Ledger::Lane& lane) { return lane.begun == ledger->count; };
     std::mt19937 random(static_cast<unsigned>(std::random_device()()));
     unsigned kills = 0;
-    std::array<unsigned, Ledger::kProcesses> killsInOpen{};
-    while (!isSent()) {
+    while (!std::all_of(ledger->lanes.begin(), ledger->lanes.end(), isSent)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 130));
         const unsigned victim = static_cast<unsigned>(random() % children.size());
-        children[victim]->Kill();
-        ++kills;
-        killsInOpen[victim] += !ledger->desks[victim].isOpen;
-        start(victim);
+        if (ledger->desks[victim].isOpen) {
+            children[victim]->Kill();
+            ++kills;
+            start(victim);
+        }
     }
     while (!LookIntoBlock().empty()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -256,32 +263,17 @@ TEST_F(SurvivalTest, ASoakOfRandomKillsLosesAndRepeatsNothing) {
     for (const auto& child : children) {
         EXPECT_EQ(child->ExitCode(), 0u);
     }
-    unsigned sent = 0;
-    unsigned repeated = 0;
-    unsigned disorder = 0;
-    std::array<unsigned, Ledger::kProcesses> lost{};
-    for (unsigned from = 0; from < Ledger::kProcesses; ++from) {
-        for (unsigned to = 0; to < Ledger::kProcesses; ++to) {
-            const Ledger::Lane& lane = ledger->lanes[from][to];
-            disorder += lane.disorder;
-            for (unsigned i = 0; i < ledger->count; ++i) {
-                sent += lane.sent[i];
-                repeated += lane.came[i] > 1;
-                lost[to] += lane.sent[i] && lane.came[i] == 0 && !lane.found[i];
-            }
+    std::array<unsigned, Ledger::Came + 1> became{};
+    for (const Ledger::Lane& lane : ledger->lanes) {
+        for (unsigned i = 0; i < ledger->count; ++i) {
+            ++became[lane.states[i]];
         }
     }
-    std::printf("%u processes killed, %u messages sent, %u repeated, %u in disorder, %u damaged, lost:", kills, sent,
-                repeated, disorder, ledger->damaged.load());
-    for (unsigned to = 0; to < Ledger::kProcesses; ++to) {
-        std::printf(" %u", lost[to]);
-        EXPECT_LE(lost[to], killsInOpen[to]);
-    }
-    std::printf("\n");
-    EXPECT_GT(sent, 0u);
-    EXPECT_EQ(repeated, 0u);
-    EXPECT_EQ(disorder, 0u);
-    EXPECT_EQ(ledger->damaged, 0u);
+    std::printf("%u processes killed, %u messages came, %u found with the dead, %u lost, %u come badly\n", kills,
+                became[Ledger::Came], became[Ledger::Found], became[Ledger::Sent], ledger->faults.load());
+    EXPECT_GT(became[Ledger::Came], 0u);
+    EXPECT_EQ(became[Ledger::Sent], 0u);
+    EXPECT_EQ(ledger->faults, 0u);
 }
 
 } // namespace
