@@ -35,7 +35,9 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     const UniqueHandle named = Mutex(TRUE, "held");
     const UniqueHandle free = Mutex(FALSE, "free");
     const UniqueHandle taken = Event();
-    const UniqueHandle end = Event();
+    const UniqueHandle end = Event(TRUE);
+    const UniqueHandle thread(::CreateThread(
+        nullptr, 0, [](void* until) { return ::WaitForSingleObject(until, INFINITE); }, end.Get(), 0, nullptr));
     std::thread other([&] {
         EXPECT_EQ(Wait(others), WAIT_OBJECT_0);
         ::SetEvent(taken.Get());
@@ -47,6 +49,7 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
         EXPECT_EQ(ErrorOf(::ReleaseMutex(named.Get())), DWORD{ERROR_NOT_OWNER});
         EXPECT_EQ(Wait(named), kTimeout);
         EXPECT_EQ(Wait(others), kAbandoned);
+        EXPECT_EQ(Wait(thread), WAIT_OBJECT_0) << "it is not there, and nobody need wait for it";
         for (const UniqueHandle* mutex : {&mine, &others, &free}) {
             EXPECT_EQ(Wait(*mutex), WAIT_OBJECT_0);
             EXPECT_TRUE(::ReleaseMutex(mutex->Get()));
@@ -57,6 +60,7 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     EXPECT_TRUE(::ReleaseMutex(mine.Get()) && ::ReleaseMutex(named.Get()));
     ::SetEvent(end.Get());
     other.join();
+    EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
 }
 
 TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {

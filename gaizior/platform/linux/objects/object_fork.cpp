@@ -1,10 +1,14 @@
 #include "gaizior/platform/linux/objects/object.h"
 #include "gaizior/platform/linux/system/fork.h"
 
+#include <utility>
+
 #include <unistd.h>
 
 namespace gaizior::platform {
 namespace {
+
+constexpr DWORD kLostInFork = 0xFFFFFFFF; // the exit code of a thread that the child does not have
 
 template <class Visit>
 void ForEachPlace(Visit visit) {
@@ -56,6 +60,14 @@ void InheritMutex(ObjectLock& mutex, DWORD parentThread) {
     }
 }
 
+/// Of the threads only the forking one goes on in the child.
+void InheritThread(ObjectLock& thread) {
+    if (thread->context != CurrentThread().started && !(thread.Word() & kSignalled)) {
+        thread->exitCode = kLostInFork;
+        thread.Set(kSignalled);
+    }
+}
+
 /// The places are as they were; those who waited for them, with their nodes, are not in the child.
 void ContinueInChild() {
     TableLock().unlock();
@@ -74,6 +86,8 @@ void ContinueInChild() {
         ObjectLock lock(object); // gives back the place of what was closed and kept for them
         if (lock.GetKind() == Kind::Mutex) {
             InheritMutex(lock, parentThread);
+        } else if (lock.GetKind() == Kind::Thread) {
+            InheritThread(lock);
         }
     });
 }
