@@ -1,15 +1,32 @@
+#include "gaizior/values/text_file.h"
 #include "tests/platform/objects.h"
 #include "tests/support/child.h"
 
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace gaizior::test {
 namespace {
+
+/// What the function returns in a forked child, which ends then. All ones when a signal ended it.
+template <class Function>
+int InForkedChild(const Function& function) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(function());
+    }
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 /// How names look to those who look into the shared-memory folder.
 struct LinuxNames : ObjectTest {
@@ -44,15 +61,63 @@ TEST_F(LinuxNames, AreGoneWithAProcessThatEndsByItself) {
 
 TEST_F(LinuxNames, BelongToTheProcessAndNotToItsForkedChild) {
     const UniqueHandle section = Section("s");
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::_exit(::CloseHandle(section.Get()) ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(InForkedChild([&] { return ::CloseHandle(section.Get()) ? 0 : 1; }), 0);
     EXPECT_TRUE(std::filesystem::exists(File("s")));
+}
+
+/// A host without standard streams writes into whatever got their places.
+TEST_F(LinuxNames, AndAllElseThatIsOpenedKeepOutOfTheStandardStreamsPlaces) {
+    const auto closeAndOpen = [&] {
+        for (const int stream : {0, 1, 2}) {
+            ::close(stream);
+        }
+        const UniqueHandle objects[] = {Section("s"), Section(nullptr), Event(TRUE, FALSE, "e"), Mutex(TRUE, "m"),
+                                        UniqueHandle(::OpenProcess(SYNCHRONIZE, FALSE, ::GetCurrentProcessId()))};
+        std::FILE* const file = FOpen(folder.File("log").c_str(), "w", nullptr);
+        const bool isAllThere =
+            file && std::ranges::all_of(objects, [](const UniqueHandle& object) { return !!object; });
+        return isAllThere && ::write(0, "x", 1) + ::write(1, "x", 1) + ::write(2, "x", 1) == -3 ? 0 : 1;
+    };
+    EXPECT_EQ(InForkedChild(closeAndOpen), 0);
+    const auto openWithoutRoom = [&] {
+        ::close(0);
+        const rlimit limit{3, 3};
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        const DWORD error = ErrorOf(Section("none"));
+        return error == ERROR_TOO_MANY_OPEN_FILES && ::open(folder.File("0").c_str(), O_CREAT, 0600) == 0 ? 0 : 1;
+    };
+    EXPECT_EQ(InForkedChild(openWithoutRoom), 0);
+    EXPECT_FALSE(std::filesystem::exists(File("none")));
+}
+
+TEST_F(LinuxNames, BeyondTheLimitOfAFilesSizeAreRefused) {
+    const auto openLarge = [] {
+        const rlimit limit{54'411, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        const bool isRefused =
+            ErrorOf(Section("s", 54'412)) == ERROR_DISK_FULL && ErrorOf(Section(nullptr, 54'412)) == ERROR_DISK_FULL;
+        return isRefused && Section("s", 54'411) ? 0 : 1;
+    };
+    EXPECT_EQ(InForkedChild(openLarge), 0);
+    EXPECT_FALSE(std::filesystem::exists(File("s")));
+}
+
+/// A process that was stopped while it made a name keeps the lock, as the test does here.
+TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
+    const int stuck = ::open(File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_len = 1;
+    ASSERT_EQ(::fcntl(stuck, F_OFD_SETLK, &lock), 0);
+    std::atomic<DWORD> error{0};
+    std::jthread opener([&] { error = ErrorOf(Section("stuck")); });
+    ::Sleep(50);
+    EXPECT_TRUE(Section("other"));
+    EXPECT_EQ(error, 0u) << "the other was not waited for";
+    opener.join();
+    EXPECT_EQ(error, ERROR_BUSY);
+    ::close(stuck);
+    EXPECT_TRUE(Section("stuck")) << "it died";
 }
 
 TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnewAndNothingElse) {

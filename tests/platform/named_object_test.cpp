@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <memory>
 #include <thread>
+#include <tuple>
+#include <vector>
 
 namespace gaizior::test {
 namespace {
@@ -42,17 +44,51 @@ TEST_F(NamedObjectTest, TheSecondOfANameGetsTheFirstsObject) {
     EXPECT_FALSE(::ReleaseMutex(mutex.Get())) << "who asks to own it owns it only when it is new";
 }
 
-TEST_F(NamedObjectTest, NamesShareOneSpaceAcrossKinds) {
-    const UniqueHandle event = Event(TRUE, FALSE, "e");
-    const UniqueHandle mutex = Mutex(FALSE, "m");
-    const UniqueHandle section = Section("s");
-    EXPECT_TRUE(UniqueHandle(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, "m")));
-    EXPECT_EQ(ErrorOf(Mutex(FALSE, "e")), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_EQ(ErrorOf(Section("e", 99)), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_EQ(ErrorOf(Event(FALSE, FALSE, "m")), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_EQ(ErrorOf(Event(FALSE, FALSE, "s")), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_EQ(ErrorOf(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, "s")), DWORD{ERROR_INVALID_HANDLE});
-    EXPECT_EQ(ErrorOf(::OpenFileMappingA(FILE_MAP_READ, FALSE, "m")), DWORD{ERROR_INVALID_HANDLE});
+TEST_F(NamedObjectTest, NamesShareOneSpaceAcrossKindsAndAnEmptyOneIsNone) {
+    using Opener = HANDLE (*)(const char*);
+    const Opener newEvent = [](const char* name) { return ::CreateEventA(nullptr, FALSE, FALSE, name); };
+    const Opener newMutex = [](const char* name) { return ::CreateMutexA(nullptr, FALSE, name); };
+    const Opener newSection = [](const char* name) {
+        return ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 99, name);
+    };
+    const Opener openEvent = [](const char* name) { return ::OpenEventA(EVENT_ALL_ACCESS, FALSE, name); };
+    const Opener openMutex = [](const char* name) { return ::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, name); };
+    const Opener openSection = [](const char* name) { return ::OpenFileMappingA(FILE_MAP_READ, FALSE, name); };
+    constexpr DWORD kBefore = 777;
+    const std::tuple<Opener, const char*, DWORD> cases[] = {
+        {newEvent, "e", ERROR_SUCCESS},
+        {newMutex, "m", ERROR_SUCCESS},
+        {newSection, "s", ERROR_SUCCESS},
+        {openEvent, "e", kBefore},
+        {openMutex, "m", kBefore},
+        {openSection, "s", kBefore},
+        {newMutex, "e", ERROR_INVALID_HANDLE},
+        {newSection, "e", ERROR_INVALID_HANDLE},
+        {newEvent, "m", ERROR_INVALID_HANDLE},
+        {newEvent, "s", ERROR_INVALID_HANDLE},
+        {openMutex, "s", ERROR_INVALID_HANDLE},
+        {openSection, "m", ERROR_INVALID_HANDLE},
+        {newEvent, "", ERROR_SUCCESS},
+        {newMutex, "", ERROR_SUCCESS},
+        {newSection, "", ERROR_SUCCESS},
+        {openEvent, "", ERROR_INVALID_HANDLE},
+        {openEvent, nullptr, ERROR_INVALID_PARAMETER},
+        {openEvent, "none", ERROR_FILE_NOT_FOUND},
+        {openEvent, "Local\\e", kBefore},
+        {newEvent, "Global\\g", ERROR_SUCCESS},
+        {openEvent, "Global\\g", kBefore},
+        {newEvent, "Local\\", ERROR_INVALID_NAME},
+        {newEvent, "a\\b", ERROR_PATH_NOT_FOUND},
+        {newEvent, "e", ERROR_ALREADY_EXISTS},
+    };
+    std::vector<UniqueHandle> kept;
+    for (const auto& [open, name, error] : cases) {
+        ::SetLastError(kBefore);
+        kept.emplace_back(open(name));
+        EXPECT_EQ(::GetLastError(), error) << (name ? name : "(null)") << ", case " << kept.size();
+        EXPECT_EQ(static_cast<bool>(kept.back()),
+                  error == kBefore || error == ERROR_SUCCESS || error == ERROR_ALREADY_EXISTS);
+    }
 }
 
 /// The kernel tells at once that the owner died: nobody waits for a time-out.
@@ -91,16 +127,51 @@ TEST_F(NamedObjectTest, ANameWhoseHoldersAllDiedIsFresh) {
     EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0) << "not abandoned but new";
 }
 
-TEST_F(NamedObjectTest, AViewKeepsItsMemoryAndReachesNoFurther) {
-    UniqueHandle section = Section("s", 4096);
-    EXPECT_EQ(ErrorOf(::MapViewOfFile(section.Get(), FILE_MAP_READ, 0, 0, 100'000)), DWORD{ERROR_ACCESS_DENIED});
-    void* view = ::MapViewOfFile(section.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 4096);
+struct ViewCase {
+    DWORD handle; ///< what the handle allows
+    DWORD access; ///< what the view asks for
+    DWORD offset;
+    SIZE_T size;
+    DWORD error;
+};
+
+TEST_F(NamedObjectTest, AViewReachesToThePagesEndAndMayWhatItsHandleMay) {
+    const UniqueHandle section = Section("s", 70'000);
+    const ViewCase cases[] = {
+        {FILE_MAP_READ, FILE_MAP_READ, 0, 0, 0},
+        {FILE_MAP_READ, FILE_MAP_WRITE, 0, 0, ERROR_ACCESS_DENIED},
+        {FILE_MAP_READ, FILE_MAP_ALL_ACCESS, 0, 0, ERROR_ACCESS_DENIED},
+        {FILE_MAP_WRITE, FILE_MAP_READ, 0, 0, ERROR_ACCESS_DENIED},
+        {FILE_MAP_WRITE, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0},
+        {FILE_MAP_ALL_ACCESS, FILE_MAP_READ, 0, 0, 0},
+        {0, FILE_MAP_READ, 0, 0, ERROR_ACCESS_DENIED},
+        {FILE_MAP_READ, FILE_MAP_READ, 0, 73'728, 0},
+        {FILE_MAP_READ, FILE_MAP_READ, 0, 73'729, ERROR_ACCESS_DENIED},
+        {FILE_MAP_READ, FILE_MAP_READ, 0, ~SIZE_T{0}, ERROR_ACCESS_DENIED},
+        {FILE_MAP_READ, FILE_MAP_READ, 65'536, 8'192, 0},
+        {FILE_MAP_READ, FILE_MAP_READ, 65'536, 8'193, ERROR_ACCESS_DENIED},
+        {FILE_MAP_READ, FILE_MAP_READ, 4'096, 0, ERROR_MAPPED_ALIGNMENT},
+        {FILE_MAP_READ, FILE_MAP_READ, 131'072, 0, ERROR_INVALID_PARAMETER},
+    };
+    for (const ViewCase& each : cases) {
+        SCOPED_TRACE(&each - cases);
+        const UniqueHandle handle(::OpenFileMappingA(each.handle, FALSE, "s"));
+        const void* const view = ::MapViewOfFile(handle.Get(), each.access, 0, each.offset, each.size);
+        EXPECT_EQ(view ? 0 : ::GetLastError(), each.error);
+        EXPECT_EQ(::UnmapViewOfFile(view), each.error == 0);
+    }
+}
+
+TEST_F(NamedObjectTest, AViewKeepsItsMemoryUntilAnyAddressInItIsUnmapped) {
+    UniqueHandle section = Section("s", 5000);
+    auto* const view = static_cast<char*>(::MapViewOfFile(section.Get(), FILE_MAP_WRITE, 0, 0, 0));
     ASSERT_NE(view, nullptr);
     section = UniqueHandle();
-    std::memset(view, 7, 4096);
+    std::memset(view, 7, 8192);
     EXPECT_FALSE(::OpenFileMappingA(FILE_MAP_READ, FALSE, "s")) << "the name goes with the last handle";
-    EXPECT_TRUE(::UnmapViewOfFile(view));
-    EXPECT_FALSE(::UnmapViewOfFile(view));
+    EXPECT_EQ(ErrorOf(::UnmapViewOfFile(view + 8192)), DWORD{ERROR_INVALID_ADDRESS});
+    EXPECT_TRUE(::UnmapViewOfFile(view + 8191));
+    EXPECT_EQ(ErrorOf(::UnmapViewOfFile(view)), DWORD{ERROR_INVALID_ADDRESS});
 }
 
 TEST_F(NamedObjectTest, AnotherProcessSetsANamedEvent) {
