@@ -39,13 +39,11 @@ TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
     const mode_t before = ::umask(0777);
     {
         const UniqueHandle section = Section("Some_Queue", 54412);
-        const UniqueHandle mutex(::CreateMutexA(nullptr, TRUE, "Some_Mutex"));
+        const UniqueHandle mutex = Mutex(TRUE, "Some_Mutex");
         struct stat status {};
         ASSERT_EQ(::stat(File("Some_Queue").c_str(), &status), 0);
         EXPECT_EQ(status.st_size, 54412) << "the section's bytes and nothing else";
         EXPECT_EQ(status.st_mode & 0777, 0600u) << "whatever the umask";
-        EXPECT_TRUE(UniqueHandle(::CreateMutexA(nullptr, FALSE, "Some_Mutex")));
-        EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
     }
     ::umask(before);
     EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
@@ -74,23 +72,21 @@ TEST_F(LinuxNames, AndAllElseThatIsOpenedKeepOutOfTheStandardStreamsPlaces) {
         return FOpen(folder.File("log").c_str(), "w", nullptr) && std::ranges::all_of(objects, &UniqueHandle::Get) &&
                ::write(0, "x", 1) + ::write(1, "x", 1) + ::write(2, "x", 1) == -3;
     }));
-    EXPECT_TRUE(HoldsInForkedChild([&] {
-        ::close(0);
-        const rlimit limit{3, 3};
-        ::setrlimit(RLIMIT_NOFILE, &limit);
-        return ErrorOf(Section("none")) == ERROR_TOO_MANY_OPEN_FILES && ::write(0, "x", 1) == -1;
-    }));
-    EXPECT_FALSE(std::filesystem::exists(File("none")));
 }
 
-TEST_F(LinuxNames, BeyondTheLimitOfAFilesSizeAreRefused) {
+TEST_F(LinuxNames, ThatCannotBeMadeLeaveNothingBehind) {
     EXPECT_TRUE(HoldsInForkedChild([] {
-        const rlimit limit{54'411, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        return ErrorOf(Section("s", 54'412)) == ERROR_DISK_FULL &&
-               ErrorOf(Section(nullptr, 54'412)) == ERROR_DISK_FULL && Section("s", 54'411);
+        const rlimit noOtherPlace{3, 3};
+        ::setrlimit(RLIMIT_NOFILE, &noOtherPlace);
+        ::close(0);
+        return ErrorOf(Section("s")) == ERROR_TOO_MANY_OPEN_FILES && ::write(0, "x", 1) == -1;
     }));
-    EXPECT_FALSE(std::filesystem::exists(File("s")));
+    EXPECT_TRUE(HoldsInForkedChild([] {
+        const rlimit filesAreSmaller{54'411, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &filesAreSmaller);
+        return ErrorOf(Section("s", 54'412)) == ERROR_DISK_FULL && ErrorOf(Section(nullptr, 54'412)) == ERROR_DISK_FULL;
+    }));
+    EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
 }
 
 /// A process that was stopped while it made a name keeps the lock, as the test does here.
