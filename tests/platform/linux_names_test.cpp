@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <tuple>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -92,9 +94,9 @@ TEST_F(LinuxNames, ThatCannotBeMadeLeaveNothingBehind) {
 /// A process that was stopped while it made a name keeps the lock, as the test does here.
 TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
     const int stuck = ::open(File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_len = 1;
+    struct flock lock {
+        F_WRLCK, SEEK_SET, 0, 1, 0
+    };
     ASSERT_EQ(::fcntl(stuck, F_OFD_SETLK, &lock), 0);
     std::atomic<DWORD> error{0};
     std::jthread opener([&] { error = ErrorOf(Section("stuck")); });
@@ -108,23 +110,16 @@ TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
 }
 
 TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnew) {
-    std::ofstream(File("whole")) << "what was written";
-    std::ofstream(File("empty"));
-    for (const char* name : {"whole", "empty"}) {
-        const UniqueHandle section = Section(name, 16);
-        EXPECT_EQ(::GetLastError(), ERROR_SUCCESS) << name;
-        EXPECT_EQ(TextIn(section), "") << name;
-    }
-}
-
-/// Its maker was killed before it could undo the umask.
-TEST_F(LinuxNames, AFileThatItsOwnUserMayNotOpenIsNoObstacle) {
     const uid_t user = ::geteuid() == 0 ? 12345 : ::geteuid();
-    std::ofstream(File("half made"));
-    ASSERT_EQ(::chmod(File("half made").c_str(), 0), 0);
     ASSERT_EQ(::chmod(names.Path().c_str(), 0777), 0);
-    ASSERT_EQ(user == ::geteuid() ? 0 : ::chown(File("half made").c_str(), user, user), 0);
-    EXPECT_TRUE(HoldsInForkedChild([&] { return ::seteuid(user) == 0 && Section("half made"); }));
+    const std::tuple<const char*, const char*, mode_t> cases[] = {
+        {"whole", "what was written", 0600}, {"empty", "", 0600}, {"before its umask was undone", "", 0}};
+    for (const auto& [name, text, mode] : cases) {
+        std::ofstream(File(name)) << text;
+        ASSERT_EQ(::chmod(File(name).c_str(), mode) + ::chown(File(name).c_str(), user, user), 0);
+        EXPECT_TRUE(HoldsInForkedChild([&] { return ::seteuid(user) == 0 && TextIn(Section(name, 16)).empty(); }))
+            << name;
+    }
 }
 
 TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefusedAndLeftAsItIs) {
