@@ -94,9 +94,7 @@ TEST_F(LinuxNames, ThatCannotBeMadeLeaveNothingBehind) {
 /// A process that was stopped while it made a name keeps the lock, as the test does here.
 TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
     const int stuck = ::open(File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
-    struct flock lock {
-        F_WRLCK, SEEK_SET, 0, 1, 0
-    };
+    const struct flock lock = {F_WRLCK, SEEK_SET, 0, 1, 0};
     ASSERT_EQ(::fcntl(stuck, F_OFD_SETLK, &lock), 0);
     std::atomic<DWORD> error{0};
     std::jthread opener([&] { error = ErrorOf(Section("stuck")); });
