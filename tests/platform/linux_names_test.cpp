@@ -115,8 +115,9 @@ TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnew) {
     for (const auto& [name, text, mode] : cases) {
         std::ofstream(File(name)) << text;
         ASSERT_EQ(::chmod(File(name).c_str(), mode) + ::chown(File(name).c_str(), user, user), 0);
-        EXPECT_TRUE(HoldsInForkedChild([&] { return ::seteuid(user) == 0 && TextIn(Section(name, 16)).empty(); }))
-            << name;
+        EXPECT_TRUE(HoldsInForkedChild([user, it = name] {
+            return ::seteuid(user) == 0 && TextIn(Section(it, 16)).empty();
+        })) << name;
     }
 }
 
