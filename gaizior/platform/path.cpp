@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cerrno>
 
-#ifdef _WIN32
 #include <fcntl.h>
+#ifdef _WIN32
 #include <io.h>
+#else
+#include <unistd.h>
 #endif
 
 namespace gaizior {
@@ -23,6 +25,10 @@ using FileStatus = struct _stat64;
 bool GetStatus(std::FILE* file, FileStatus& status) {
     return ::_fstat64(::_fileno(file), &status) == 0;
 }
+
+std::FILE* Lift(std::FILE* file, const char*) {
+    return file;
+}
 #else
 constexpr char kSeparator = '/';
 constexpr char kForeignSeparator = '\\';
@@ -32,6 +38,23 @@ using FileStatus = struct stat;
 
 bool GetStatus(std::FILE* file, FileStatus& status) {
     return ::fstat(::fileno(file), &status) == 0;
+}
+
+/// Moves a stream that has just been opened out of the places of the standard streams, should the host have closed
+/// those: what it still writes to them would stand in the file. @returns null with errno set when there is no place.
+std::FILE* Lift(std::FILE* file, const char* mode) {
+    if (!file || ::fileno(file) > STDERR_FILENO) {
+        return file;
+    }
+    const int number = ::fcntl(::fileno(file), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    std::FILE* const lifted = number < 0 ? nullptr : ::fdopen(number, mode);
+    const int error = errno;
+    if (number >= 0 && !lifted) {
+        ::close(number);
+    }
+    std::fclose(file);
+    errno = error;
+    return lifted;
 }
 #endif
 
@@ -62,7 +85,7 @@ std::FILE* OpenFile(const char* path, const char* mode) {
     }
     std::string flags = mode;
     flags.insert(1, 1, kNotInherited);
-    return std::fopen(ToSystemPath(path).c_str(), flags.c_str());
+    return Lift(std::fopen(ToSystemPath(path).c_str(), flags.c_str()), mode);
 }
 
 bool IsRegularFile(std::FILE* file) {

@@ -15,7 +15,8 @@ std::string_view FolderOf(std::string_view path);
 /// A path with a separator at its end, so that a name can be appended; an empty one stays empty. Any thread.
 std::string WithSeparator(std::string_view folder);
 
-/// Opens a file as the C library does, under its system path and out of reach of child processes. Any thread.
+/// Opens a file as the C library does, under its system path and out of reach of child processes; on Linux it never
+/// takes the place of a standard stream that the host has closed. Any thread.
 /// @param mode as for fopen; 'b' among its letters keeps line ends as they are.
 /// @returns null with errno set when that fails, or when `path` or `mode` is null or empty; else the caller's to close.
 std::FILE* OpenFile(const char* path, const char* mode);

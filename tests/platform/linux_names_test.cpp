@@ -1,15 +1,34 @@
+#include "gaizior/values/text_file.h"
 #include "tests/platform/objects.h"
 #include "tests/support/child.h"
 
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <thread>
+#include <tuple>
+#include <utility>
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace gaizior::test {
 namespace {
+
+/// Whether that holds in a forked child, which ends then, and not by a signal.
+template <class Function>
+bool HoldsInForkedChild(const Function& function) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(function() ? 0 : 1);
+    }
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && status == 0;
+}
 
 /// How names look to those who look into the shared-memory folder.
 struct LinuxNames : ObjectTest {
@@ -22,13 +41,11 @@ TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
     const mode_t before = ::umask(0777);
     {
         const UniqueHandle section = Section("Some_Queue", 54412);
-        const UniqueHandle mutex(::CreateMutexA(nullptr, TRUE, "Some_Mutex"));
+        const UniqueHandle mutex = Mutex(TRUE, "Some_Mutex");
         struct stat status {};
         ASSERT_EQ(::stat(File("Some_Queue").c_str(), &status), 0);
         EXPECT_EQ(status.st_size, 54412) << "the section's bytes and nothing else";
         EXPECT_EQ(status.st_mode & 0777, 0600u) << "whatever the umask";
-        EXPECT_TRUE(UniqueHandle(::CreateMutexA(nullptr, FALSE, "Some_Mutex")));
-        EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
     }
     ::umask(before);
     EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
@@ -44,61 +61,83 @@ TEST_F(LinuxNames, AreGoneWithAProcessThatEndsByItself) {
 
 TEST_F(LinuxNames, BelongToTheProcessAndNotToItsForkedChild) {
     const UniqueHandle section = Section("s");
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::_exit(::CloseHandle(section.Get()) ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(HoldsInForkedChild([&] { return ::CloseHandle(section.Get()); }));
     EXPECT_TRUE(std::filesystem::exists(File("s")));
 }
 
-TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnewAndNothingElse) {
-    std::ofstream(File("whole")) << "what was written";
-    std::ofstream(File("empty"));
-    for (const char* name : {"whole", "empty"}) {
-        const UniqueHandle section = Section(name, 16);
-        EXPECT_EQ(::GetLastError(), ERROR_SUCCESS) << name;
-        EXPECT_EQ(TextIn(section), "") << name;
-    }
-    std::ofstream(File("other")) << "of another size";
-    EXPECT_EQ(ErrorOf(Section("other", 16)), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(std::filesystem::file_size(File("other")), 15u);
+/// A host that has closed its standard streams writes into whatever got their places.
+TEST_F(LinuxNames, AndAllElseThatIsOpenedKeepOutOfTheStandardStreamsPlaces) {
+    EXPECT_TRUE(HoldsInForkedChild([&] {
+        ::close_range(0, 2, 0);
+        const UniqueHandle objects[] = {Section("s"), Section(nullptr), Event(TRUE, FALSE, "e"), Mutex(TRUE, "m"),
+                                        UniqueHandle(::OpenProcess(SYNCHRONIZE, FALSE, ::GetCurrentProcessId()))};
+        return FOpen(folder.File("log").c_str(), "w", nullptr) && std::ranges::all_of(objects, &UniqueHandle::Get) &&
+               ::write(0, "x", 1) + ::write(1, "x", 1) + ::write(2, "x", 1) == -3;
+    }));
 }
 
-/// Its maker was killed before it could undo the umask.
-TEST_F(LinuxNames, AFileThatItsOwnUserMayNotOpenIsNoObstacle) {
+TEST_F(LinuxNames, ThatCannotBeMadeLeaveNothingBehind) {
+    EXPECT_TRUE(HoldsInForkedChild([] {
+        const rlimit noOtherPlace{3, 3};
+        ::setrlimit(RLIMIT_NOFILE, &noOtherPlace);
+        ::close(0);
+        return ErrorOf(Section("s")) == ERROR_TOO_MANY_OPEN_FILES && ::write(0, "x", 1) == -1;
+    }));
+    EXPECT_TRUE(HoldsInForkedChild([] {
+        const rlimit filesAreSmaller{54'411, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &filesAreSmaller);
+        return ErrorOf(Section("s", 54'412)) == ERROR_DISK_FULL && ErrorOf(Section(nullptr, 54'412)) == ERROR_DISK_FULL;
+    }));
+    EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
+}
+
+/// A process that was stopped while it made a name keeps the lock, as the test does here.
+TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
+    const int stuck = ::open(File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
+    const struct flock lock = {F_WRLCK, SEEK_SET, 0, 1, 0};
+    ASSERT_EQ(::fcntl(stuck, F_OFD_SETLK, &lock), 0);
+    std::atomic<DWORD> error{0};
+    std::jthread opener([&] { error = ErrorOf(Section("stuck")); });
+    ::Sleep(50);
+    EXPECT_TRUE(Section("other"));
+    EXPECT_EQ(error, 0u) << "the other was not waited for";
+    opener.join();
+    EXPECT_EQ(error, ERROR_BUSY);
+    ::close(stuck);
+    EXPECT_TRUE(Section("stuck")) << "it died";
+}
+
+TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnew) {
     const uid_t user = ::geteuid() == 0 ? 12345 : ::geteuid();
-    std::ofstream(File("half made"));
-    ASSERT_EQ(::chmod(File("half made").c_str(), 0), 0);
     ASSERT_EQ(::chmod(names.Path().c_str(), 0777), 0);
-    ASSERT_EQ(user == ::geteuid() ? 0 : ::chown(File("half made").c_str(), user, user), 0);
-    const uid_t before = ::geteuid();
-    ASSERT_EQ(::seteuid(user), 0);
-    EXPECT_TRUE(Section("half made"));
-    ASSERT_EQ(::seteuid(before), 0);
+    const std::tuple<const char*, const char*, mode_t> cases[] = {
+        {"whole", "what was written", 0600}, {"empty", "", 0600}, {"before its umask was undone", "", 0}};
+    for (const auto& [name, text, mode] : cases) {
+        std::ofstream(File(name)) << text;
+        ASSERT_EQ(::chmod(File(name).c_str(), mode) + ::chown(File(name).c_str(), user, user), 0);
+        EXPECT_TRUE(HoldsInForkedChild([user, it = name] {
+            return ::seteuid(user) == 0 && TextIn(Section(it, 16)).empty();
+        })) << name;
+    }
 }
 
-TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefused) {
+TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefusedAndLeftAsItIs) {
     std::filesystem::create_directory(File("folder"));
     std::filesystem::create_symlink(File("elsewhere"), File("link"));
+    std::ofstream(File("other")) << "of another size";
     std::ofstream(File("foreign")) << "x";
-    ASSERT_EQ(::geteuid() == 0 ? ::chown(File("foreign").c_str(), 12345, 12345) : 0, 0);
+    const bool canGiveAway = ::chown(File("foreign").c_str(), 12345, 12345) == 0;
     const std::pair<const char*, DWORD> cases[] = {
         {"folder", ERROR_ACCESS_DENIED}, {"link", ERROR_CANT_RESOLVE_FILENAME},
-        {"a/b", ERROR_PATH_NOT_FOUND},   {"a\\b", ERROR_PATH_NOT_FOUND},
-        {"..", ERROR_INVALID_NAME},
+        {"other", ERROR_INVALID_HANDLE}, {"foreign", canGiveAway ? ERROR_ACCESS_DENIED : ERROR_INVALID_HANDLE},
+        {"a/b", ERROR_PATH_NOT_FOUND},   {"..", ERROR_INVALID_NAME},
     };
     for (const auto& [name, error] : cases) {
         EXPECT_EQ(ErrorOf(Section(name)), error) << name;
     }
-    if (::geteuid() == 0) {
-        EXPECT_EQ(ErrorOf(Section("foreign")), ERROR_ACCESS_DENIED);
-    }
     EXPECT_FALSE(std::filesystem::exists(File("elsewhere")));
     EXPECT_TRUE(std::filesystem::exists(File("foreign")));
+    EXPECT_EQ(std::filesystem::file_size(File("other")), 15u);
 }
 
 } // namespace

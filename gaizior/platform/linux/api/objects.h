@@ -38,20 +38,23 @@ inline constexpr DWORD EVENT_MODIFY_STATE = 0x0002;
 inline constexpr DWORD EVENT_ALL_ACCESS = 0x1F0003;
 inline constexpr DWORD MUTEX_ALL_ACCESS = 0x1F0001;
 
-/// A null `name` makes an object that only this process knows. A name opens the existing object (last error
+/// A null or empty `name` makes an object that only this process knows. A name opens the existing object (last error
 /// ERROR_ALREADY_EXISTS, the other arguments are ignored) or makes it. The last error is 0 for a new object.
 /// @returns null with ERROR_INVALID_HANDLE when the name belongs to an object of another kind, ERROR_ACCESS_DENIED
-///          when it belongs to another user, ERROR_NOT_ENOUGH_MEMORY, ERROR_PATH_NOT_FOUND for a name with '/' or
-///          '\\', ERROR_FILENAME_EXCED_RANGE for one that is too long.
+///          when it belongs to another user, ERROR_BUSY when another process that makes or removes it has stood still
+///          for 5 s, ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, ERROR_TOO_MANY_OPEN_FILES, ERROR_INVALID_NAME for "."
+///          and "..", ERROR_PATH_NOT_FOUND for a name with '/' or '\\' (but "Local\\" and "Global\\" may lead it in),
+///          ERROR_FILENAME_EXCED_RANGE for one that is too long.
 GAIZIOR_API HANDLE CreateEventA(SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initiallySet, const char* name);
-/// Opens an existing named event; null with ERROR_FILE_NOT_FOUND when there is none, else as CreateEventA.
+/// Opens an existing named event and leaves the last error alone. @returns null with ERROR_FILE_NOT_FOUND when there is
+/// none, ERROR_INVALID_PARAMETER for a null name, ERROR_INVALID_HANDLE for an empty one, else as CreateEventA.
 GAIZIOR_API HANDLE OpenEventA(DWORD access, BOOL inherit, const char* name);
 GAIZIOR_API BOOL SetEvent(HANDLE event);
 GAIZIOR_API BOOL ResetEvent(HANDLE event);
 
 /// As CreateEventA; the mutex is recursive. `initiallyOwned` is ignored when a named one existed already.
 GAIZIOR_API HANDLE CreateMutexA(SECURITY_ATTRIBUTES* attributes, BOOL initiallyOwned, const char* name);
-/// Opens an existing named mutex; null with ERROR_FILE_NOT_FOUND when there is none, else as CreateMutexA.
+/// Opens an existing named mutex, as OpenEventA does an event.
 GAIZIOR_API HANDLE OpenMutexA(DWORD access, BOOL inherit, const char* name);
 /// Undoes one acquisition. @returns FALSE with ERROR_NOT_OWNER unless the calling thread owns the mutex.
 GAIZIOR_API BOOL ReleaseMutex(HANDLE mutex);

@@ -36,7 +36,7 @@ bool QueryMutexOwner(HANDLE mutex, MutexOwner& owner) {
     if (!named) {
         return false;
     }
-    const NamedObject::Owner ids = named->MutexOwner();
+    const platform::RobustMutex::Owner ids = named->Mutex().CurrentOwner();
     owner = {};
     owner.isHeld = ids.thread != 0;
     owner.isAbandoned = ids.hasDied;

@@ -1,102 +1,95 @@
 #pragma once
 
+#include "gaizior/platform/linux/names/name_file.h"
+#include "gaizior/platform/linux/names/sync_file.h"
 #include "gaizior/platform/linux/objects/object.h"
-#include "gaizior/platform/linux/system/futex.h"
-#include "gaizior/platform/linux/system/unique_fd.h"
 
 #include <memory>
-#include <string>
 
-/// What processes share under a name: a file of the shared-memory folder. See docs/platform.md for its life.
+/// What processes share under a name, and the handles that lead there.
 namespace gaizior::platform {
 
-enum class Take { No, Taken, Abandoned, Refused };
-
-/// How long a thread sleeps on a named mutex before it looks again: a wake is lost with a process that dies between
-/// being woken and taking the mutex.
-inline constexpr DWORD kLongestMutexSleep = 100; // ms
-
-/// A named event, mutex or section as this process holds it: all its handles and views share one.
+/// A named event, mutex or section, or an unnamed section, as this process holds it: all its handles share one.
 class NamedObject {
 public:
-    enum class Mode { CreateOrOpen, Open };
-    /// Lays out the mapped, zeroed file of a new event or mutex.
-    struct SyncFile;
+    /// What becomes of a name that nobody uses.
+    struct Beginning {
+        std::size_t size;   ///< of its file
+        std::uint64_t bits; ///< kManual, kSignalled; a mutex without this one belongs to the calling thread
+    };
 
-    /// `bits` of a new object: kManual, kSignalled (a mutex without it belongs to the calling thread). `existed` tells
-    /// whether somebody held the name already.
-    /// @returns null with the last error set.
-    static std::shared_ptr<NamedObject> OpenSync(Kind kind, const char* name, Mode mode, std::uint64_t bits,
-                                                 bool& existed);
-    static std::shared_ptr<NamedObject> OpenSection(const char* name, Mode mode, std::size_t size, bool& existed);
+    /// Opens the object of that name, or begins it unless `beginning` is null. `existed` tells whether somebody used
+    /// the name already. Waits for another process that is about to make or to remove it, but not for ever.
+    /// @returns null with the last error set: ERROR_INVALID_HANDLE where the name is another kind's, ERROR_BUSY where
+    ///          that process did not go on, ERROR_FILE_NOT_FOUND, or what opening and making a file can give.
+    static std::shared_ptr<NamedObject> Open(Kind kind, const char* name, const Beginning* beginning, bool& existed);
 
-    NamedObject(UniqueFd file, std::string path) : m_file(std::move(file)), m_path(std::move(path)) {}
+    explicit NamedObject(NameFile file) : m_file(std::move(file)) {}
     NamedObject(const NamedObject&) = delete;
     NamedObject& operator=(const NamedObject&) = delete;
     ~NamedObject();
 
     int File() const {
-        return m_file.Get();
+        return m_file.Descriptor();
     }
-    /// Says that this process does not use the name any more; the last that says so removes the file.
-    void GiveUpName();
+    void GiveUpName() {
+        m_file.GiveUp();
+    }
+    SharedEvent& Event() const {
+        return m_pSync->event;
+    }
+    RobustMutex& Mutex() const {
+        return m_pSync->mutex;
+    }
 
-    /// Opens the file once more while the process forks, with a lock of its own, and gives that to the child: what
-    /// parent and child share would be given up by whoever closes first. Without it the child cannot give up the name.
+    // Of an event or a mutex; see there.
+    std::uint32_t Turn() const {
+        return Event().Turn();
+    }
+    Take TryTake(Kind kind, std::uint32_t turn);
+    /// @returns 0 or a Windows error number.
+    DWORD ReleaseMutex();
+    FutexWord PrepareSleep(Kind kind, std::uint32_t turn) const;
+    void RemindOfSleepers(Kind kind) const;
+    void PassWakeOn(Kind kind) const;
+
+    // While the process forks. `self` keeps others from closing the object in between.
     void PrepareFork(std::shared_ptr<NamedObject> self);
     void ContinueInParent();
     void ContinueInChild();
 
-    /// How often this event has been set; a manual-reset event lets everybody go who began to wait at another count.
-    std::uint32_t Turn() const;
-    /// @returns whether somebody sleeps: then it is not set before SetAndWakeSleepers.
-    [[nodiscard]] bool SetEvent();
-    void SetAndWakeSleepers() const;
-    void ResetEvent();
-    /// @returns 0 or a Windows error number.
-    DWORD ReleaseMutex();
-    Take TryTake(Kind kind, std::uint32_t turn);
-
-    struct Owner {
-        DWORD thread;       ///< 0 for none
-        bool hasDied;       ///< and nobody has taken the mutex over yet
-        std::int64_t since; ///< milliseconds since 1970; 0 where the file tells no moment that has been
-    };
-    /// Who has the mutex, at a glance.
-    Owner MutexOwner() const;
-
-    /// Announces a sleeper. @returns what to sleep on; its `word` is null when the object can be taken now.
-    FutexWord PrepareSleep(Kind kind, std::uint32_t turn);
-    /// Has whoever slept beside the caller woken when it gives back what it took: taking a mutex forgets its sleepers.
-    void RemindOfSleepers(Kind kind) const;
-    /// Passes on a wake that a sleeper got and did not use.
-    void PassWakeOn(Kind kind) const;
-
 private:
-    static std::shared_ptr<NamedObject> Open(Kind kind, const char* name, Mode mode, std::size_t size,
-                                             std::uint64_t bits, bool& existed);
-    bool Begin(Kind kind, std::size_t size, std::uint64_t bits);
+    /// One try; `standing` tells how it ended.
+    static std::shared_ptr<NamedObject> TryOpen(Kind kind, const std::string& path, const Beginning* beginning,
+                                                Standing& standing);
+    bool Begin(Kind kind, const Beginning& beginning);
     bool Adopt(Kind kind);
     bool Map();
-    bool LeadsHere() const;
-    bool IsSet(std::uint32_t word, std::uint32_t turn) const;
-    Take Taken(int result);
-    std::atomic<std::uint32_t>& MutexWord() const;
+    Take TakeMutex();
 
-    UniqueFd m_file;
-    std::string m_path;
-    UniqueFd m_fileForChild;
-    std::shared_ptr<NamedObject> m_pForking; ///< itself, so that nobody closes it in between
-    pid_t m_nProcess = ::getpid();           ///< who has the right to give the lock up
-    SyncFile* m_pSync = nullptr;
+    NameFile m_file;
+    SyncFile* m_pSync = nullptr; ///< null for a section
+    std::shared_ptr<NamedObject> m_pForking;
     std::atomic<int> m_nAcquired{0}; ///< how often threads of this process hold the mutex
 };
 
-/// The named object that an open handle of that kind leads to; null, with the last error set, for any other.
-std::shared_ptr<NamedObject> NamedOf(HANDLE handle, Kind kind);
-/// A handle for a named object; sets the last error to 0 or ERROR_ALREADY_EXISTS.
-HANDLE NewNamedHandle(Kind kind, std::shared_ptr<NamedObject> named, bool existed);
-/// A handle for an existing named object; null with the last error set.
-HANDLE OpenNamedHandle(Kind kind, const char* name);
+// What a section's handle allows; in its word, above the kind.
+inline constexpr std::uint64_t kMayRead = 1u << 16;
+inline constexpr std::uint64_t kMayWrite = 1u << 17;
+inline constexpr std::uint64_t kMayAll = kMayRead | kMayWrite;
+static_assert(kMayRead >> kKindShift > 0xFF);
+
+/// The named object that an open handle of that kind leads to. @returns null with ERROR_INVALID_HANDLE for any other,
+/// ERROR_ACCESS_DENIED for one that does not allow what is wanted.
+std::shared_ptr<NamedObject> NamedOf(HANDLE handle, Kind kind, std::uint64_t wanted = 0);
+/// A handle for a named object; null with the last error set, as always when `named` is null. Nothing else sets it.
+HANDLE NewNamedHandle(Kind kind, std::shared_ptr<NamedObject> named, std::uint64_t allowed = 0);
+/// A handle for a new or existing named object; sets the last error to 0 or ERROR_ALREADY_EXISTS.
+HANDLE CreateNamedHandle(Kind kind, const char* name, const NamedObject::Beginning& beginning,
+                         std::uint64_t allowed = 0);
+/// The same for an event or a mutex.
+HANDLE CreateSyncHandle(Kind kind, const char* name, std::uint64_t bits);
+/// A handle for an existing named object; leaves the last error alone. Null with the last error set.
+HANDLE OpenNamedHandle(Kind kind, const char* name, std::uint64_t allowed = 0);
 
 } // namespace gaizior::platform

@@ -50,13 +50,13 @@ bool ChangeEvent(Reference reference, bool set) {
             return Fail(ERROR_INVALID_HANDLE);
         }
         if (!set) {
-            lock->named->ResetEvent();
-        } else if (lock->named->SetEvent()) {
+            lock->named->Event().Reset();
+        } else if (lock->named->Event().Set()) {
             slept = lock->named;
         }
     }
     if (slept) {
-        slept->SetAndWakeSleepers();
+        slept->Event().SetAndWakeSleepers();
     }
     return true;
 }
@@ -73,12 +73,7 @@ using namespace gaizior::platform;
 
 HANDLE gaizior_windows_api::CreateEventA(SECURITY_ATTRIBUTES*, BOOL manualReset, BOOL initiallySet, const char* name) {
     const std::uint64_t bits = (manualReset ? kManual : 0) | (initiallySet ? kSignalled : 0);
-    if (name) {
-        bool existed = false;
-        auto named = NamedObject::OpenSync(Kind::NamedEvent, name, NamedObject::Mode::CreateOrOpen, bits, existed);
-        return NewNamedHandle(Kind::NamedEvent, std::move(named), existed);
-    }
-    return NewHandle(Kind::Event, bits);
+    return name && *name ? CreateSyncHandle(Kind::NamedEvent, name, bits) : NewHandle(Kind::Event, bits);
 }
 
 HANDLE gaizior_windows_api::OpenEventA(DWORD, BOOL, const char* name) {

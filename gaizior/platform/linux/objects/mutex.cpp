@@ -21,11 +21,8 @@ BOOL ReleaseNamedMutex(Reference reference) {
 using namespace gaizior::platform;
 
 HANDLE gaizior_windows_api::CreateMutexA(SECURITY_ATTRIBUTES*, BOOL initiallyOwned, const char* name) {
-    if (name) {
-        bool existed = false;
-        auto named = NamedObject::OpenSync(Kind::NamedMutex, name, NamedObject::Mode::CreateOrOpen,
-                                           initiallyOwned ? 0 : kSignalled, existed);
-        return NewNamedHandle(Kind::NamedMutex, std::move(named), existed);
+    if (name && *name) {
+        return CreateSyncHandle(Kind::NamedMutex, name, initiallyOwned ? 0 : kSignalled);
     }
     const HANDLE handle = NewHandle(Kind::Mutex, kSignalled);
     if (handle && initiallyOwned) {

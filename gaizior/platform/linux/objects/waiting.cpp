@@ -7,6 +7,28 @@
 #include <optional>
 #include <span>
 
+// How a thread waits, and how it is given what it waits for.
+//
+// The thread's word (ThreadState::result) is kClaimed while it looks after its objects itself, kWaiting while it
+// sleeps or is about to, else the result that it was handed.
+//
+//   claimed   The thread links a node into each object's list, tries to take each object, lowest index first, and
+//             looks at the clock. Whoever signals an object meanwhile passes it by and leaves the object signalled.
+//   waiting   It looks at each object's word once more, then sleeps until its own word changes. Whoever signals an
+//             object swaps kWaiting for the result (ObjectLock::HandOver), under the object's lock: with several
+//             objects only one such swap succeeds, so exactly one of them is taken.
+//   handed    The object is the thread's: a mutex has it as its owner already. The thread goes on when `isLinked` of
+//             that node is cleared, after the object's lock was released (Woken), and removes its other nodes. Awake
+//             for any other reason, it swaps kWaiting for kClaimed and begins again; when that fails it was handed
+//             something.
+//
+// No wake is lost because two pairs of steps are sequentially consistent. The thread stores kWaiting, then loads the
+// object's word (LooksSignalled); the one who signals changes the object's word (the lock's compare-and-swap), then
+// tries the swap on the thread's. Had both missed the other, each load would precede the other's store in the one
+// order of all these, which is impossible. Everything else is acquire and release: the lock's release publishes the
+// object, clearing `isLinked` publishes what the thread was handed. The fast paths need no more: they change the word
+// by a compare-and-swap that fails when kWaiters or kLocked has appeared in it.
+
 namespace gaizior::platform {
 namespace {
 

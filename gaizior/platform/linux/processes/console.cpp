@@ -1,6 +1,7 @@
 #include "gaizior/platform/linux/processes/service_thread.h"
 #include "gaizior/platform/linux/system/fork.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/suspension.h"
 #include "gaizior/platform/linux/system/unique_fd.h"
 
 #include <algorithm>
@@ -18,6 +19,7 @@ namespace {
 
 using gaizior::platform::Fail;
 using gaizior::platform::FailErrno;
+using gaizior::platform::LayerLock;
 using gaizior::platform::NoThrow;
 using gaizior::platform::StartServiceThread;
 using gaizior::platform::UniqueFd;
@@ -50,7 +52,7 @@ public:
     }
 
     BOOL Add(PHANDLER_ROUTINE handler) {
-        const std::lock_guard lock(m_lock);
+        const LayerLock lock(m_lock);
         if (!Start()) {
             return FailErrno();
         }
@@ -60,7 +62,7 @@ public:
     }
 
     BOOL Remove(PHANDLER_ROUTINE handler) {
-        const std::lock_guard lock(m_lock);
+        const LayerLock lock(m_lock);
         const auto found = std::find(m_handlers.rbegin(), m_handlers.rend(), handler);
         if (found == m_handlers.rend()) {
             return Fail(ERROR_INVALID_PARAMETER);
@@ -71,7 +73,7 @@ public:
     }
 
     BOOL IgnoreCtrlC(bool ignore) {
-        const std::lock_guard lock(m_lock);
+        const LayerLock lock(m_lock);
         m_bIgnoreCtrlC = ignore;
         Apply();
         return TRUE;
@@ -181,7 +183,7 @@ private:
     bool Ask(int number) {
         std::vector<PHANDLER_ROUTINE> handlers;
         {
-            const std::lock_guard lock(m_lock);
+            const LayerLock lock(m_lock);
             handlers = m_handlers;
         }
         const DWORD event = std::ranges::find(kSignals, number, &ConsoleSignal::number)->event;

@@ -126,7 +126,8 @@ BOOL Adopt(ProcessWatcher& watcher, pid_t id, PROCESS_INFORMATION& information) 
         return Abandon(id, ErrorOfErrno(errno));
     }
     const HANDLE processHandle = NewProcessHandle(CompletionKind::Process, process, kAllAccess);
-    const HANDLE threadHandle = processHandle ? NewProcessHandle(CompletionKind::ProcessThread, process, kAllAccess) : nullptr;
+    const HANDLE threadHandle =
+        processHandle ? NewProcessHandle(CompletionKind::ProcessThread, process, kAllAccess) : nullptr;
     if (!threadHandle) {
         process->Kill(0); // the watcher collects it
         if (processHandle) {

@@ -2,6 +2,7 @@
 
 #include "gaizior/platform/linux/processes/service_thread.h"
 #include "gaizior/platform/linux/system/fork.h"
+#include "gaizior/platform/linux/system/suspension.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -66,7 +67,7 @@ ProcessWatcher* ProcessWatcher::Instance() {
 }
 
 bool ProcessWatcher::Start() {
-    const std::lock_guard lock(m_lock);
+    const LayerLock lock(m_lock);
     if (m_epoll) {
         return true;
     }
@@ -99,7 +100,7 @@ std::shared_ptr<Process> ProcessWatcher::FindRunning(pid_t id) const {
 }
 
 std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
-    const std::lock_guard lock(m_lock);
+    const LayerLock lock(m_lock);
     ForgetUnobserved();
     if (auto known = FindRunning(id)) {
         return known;
@@ -132,7 +133,7 @@ void ProcessWatcher::ForgetUnobserved() {
 }
 
 void ProcessWatcher::CompleteAtEnd(Process& process, CompletionRef waiting) {
-    const std::lock_guard lock(m_lock);
+    const LayerLock lock(m_lock);
     if (process.m_bIsOver) {
         waiting.Complete(process.m_dwExitCode);
     } else {
@@ -151,7 +152,7 @@ void ProcessWatcher::Run() {
 }
 
 void ProcessWatcher::End(int fd) {
-    const std::lock_guard lock(m_lock);
+    const LayerLock lock(m_lock);
     const auto found = m_running.find(fd);
     if (found == m_running.end() || !found->second->HasEnded()) {
         return; // forgotten a moment ago; the descriptor may be another's by now

@@ -62,6 +62,7 @@ inline constexpr MessageText kMessageTexts[] = {
     {ERROR_NO_UNICODE_TRANSLATION, "No mapping for the Unicode character exists in the target multi-byte code page."},
     {ERROR_IO_DEVICE, "The request could not be performed because of an I/O device error."},
     {ERROR_POSSIBLE_DEADLOCK, "A potential deadlock condition has been detected."},
+    {ERROR_MAPPED_ALIGNMENT, "The base address or the file offset specified does not have the proper alignment."},
     {ERROR_TOO_MANY_LINKS, "An attempt was made to create more links on a file than the file system supports."},
     {ERROR_CANCELLED, "The operation was canceled by the user."},
     {ERROR_NO_SYSTEM_RESOURCES, "Insufficient system resources exist to complete the requested service."},
