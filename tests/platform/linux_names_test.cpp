@@ -1,6 +1,7 @@
 #include "gaizior/values/text_file.h"
 #include "tests/platform/objects.h"
 #include "tests/support/child.h"
+#include "tests/support/forked_child.h"
 
 #include <algorithm>
 #include <atomic>
@@ -13,7 +14,6 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace gaizior::test {
@@ -22,12 +22,7 @@ namespace {
 /// Whether that holds in a forked child, which ends then, and not by a signal.
 template <class Function>
 bool HoldsInForkedChild(const Function& function) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(function() ? 0 : 1);
-    }
-    int status = -1;
-    return ::waitpid(child, &status, 0) == child && status == 0;
+    return ForkedChild([&] { EXPECT_TRUE(function()); }).ExitCode() == 0;
 }
 
 /// How names look to those who look into the shared-memory folder.
@@ -57,12 +52,6 @@ TEST_F(LinuxNames, AreGoneWithAProcessThatEndsByItself) {
         EXPECT_EQ(child.ExitCode(), 0u) << kind;
         EXPECT_TRUE(std::filesystem::is_empty(names.Path())) << kind;
     }
-}
-
-TEST_F(LinuxNames, BelongToTheProcessAndNotToItsForkedChild) {
-    const UniqueHandle section = Section("s");
-    EXPECT_TRUE(HoldsInForkedChild([&] { return ::CloseHandle(section.Get()); }));
-    EXPECT_TRUE(std::filesystem::exists(File("s")));
 }
 
 /// A host that has closed its standard streams writes into whatever got their places.
