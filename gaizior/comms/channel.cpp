@@ -121,6 +121,9 @@ ChannelFailure Channel::OpenLocked(Texts& purged) {
     for (char message[kZcMessageSize]; TakeLocked(lock, message, sizeof(message));) {
         purged.emplace_back(message);
     }
+    if (!MessagePool(Block()).IsEmpty()) {
+        ::SetEvent(m_objects.event.Get()); // a sender that died behind its post has not announced it
+    }
     return {};
 }
 

@@ -7,7 +7,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
 namespace gaizior {
 namespace {
@@ -57,7 +56,7 @@ public:
         }
         const Index count = Load(m_block.nMessages);
         Expect(count == m_findings.nTaken, "the count says %u, %u slots are taken", count, m_findings.nTaken);
-        return std::move(m_findings);
+        return m_findings;
     }
 
 private:
@@ -235,6 +234,7 @@ private:
 void ShortText::Format(const char* format, ...) {
     std::va_list values;
     va_start(values, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it has just been begun
     std::vsnprintf(m_text, sizeof(m_text), format, values);
     va_end(values);
 }

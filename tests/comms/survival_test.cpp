@@ -43,6 +43,14 @@ bool HasCrashed(DWORD exitCode) {
     return exitCode != 0;
 }
 
+bool IsRunning(const std::unique_ptr<Child>& child) {
+    return ::WaitForSingleObject(child->Handle(), 0) == WAIT_TIMEOUT;
+}
+
+bool IsWell(const std::unique_ptr<Child>& child) {
+    return IsRunning(child) || child->ExitCode() == 0;
+}
+
 struct Operation {
     const char* name;
     bool isChannelThere; ///< or does the victim make it
@@ -211,11 +219,9 @@ TEST_F(SurvivalTest, EightThatOpenAtOnceShareOneBlockWhileOthersDie) {
     for (unsigned i = 0; i < kGatheringSize; ++i) {
         gatherers.push_back(StartChild("gather " + std::to_string(i) + ' ' + std::to_string(kRounds)));
     }
-    const auto isRunning = [](const auto& child) { return ::WaitForSingleObject(child->Handle(), 0) == WAIT_TIMEOUT; };
-    const auto isWell = [&](const auto& child) { return isRunning(child) || child->ExitCode() == 0; };
     int died = 0;
-    for (int point = 0; std::any_of(gatherers.begin(), gatherers.end(), isRunning); ++point) {
-        ASSERT_TRUE(std::all_of(gatherers.begin(), gatherers.end(), isWell));
+    for (int point = 0; std::any_of(gatherers.begin(), gatherers.end(), IsRunning); ++point) {
+        ASSERT_TRUE(std::all_of(gatherers.begin(), gatherers.end(), IsWell));
         died += HasCrashed(StartChild("crash create " + std::to_string(1 + point % 30))->ExitCode());
     }
     for (const auto& gatherer : gatherers) {
@@ -250,6 +256,7 @@ TEST_F(SurvivalTest, ASoakOfRandomKillsLosesAndRepeatsNothing) {
     while (!std::all_of(ledger->lanes.begin(), ledger->lanes.end(), isSent)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 130));
         const unsigned victim = static_cast<unsigned>(random() % children.size());
+        ASSERT_TRUE(IsWell(children[victim]));
         if (ledger->desks[victim].isOpen) {
             children[victim]->Kill();
             ++kills;
@@ -257,6 +264,7 @@ TEST_F(SurvivalTest, ASoakOfRandomKillsLosesAndRepeatsNothing) {
         }
     }
     while (!LookIntoBlock().empty()) {
+        ASSERT_TRUE(std::all_of(children.begin(), children.end(), IsWell));
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     ledger->stop = 1;
