@@ -16,5 +16,6 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/gaizior-config.cmake ${CMAKE_CURRENT_B
     DESTINATION ${package})
 
 file(RELATIVE_PATH GAIZIOR_PC_TO_PREFIX /${pkgconfig} /)
+string(REGEX REPLACE "/$" "" GAIZIOR_PC_TO_PREFIX ${GAIZIOR_PC_TO_PREFIX})
 configure_file(cmake/gaizior.pc.in gaizior.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/gaizior.pc DESTINATION ${pkgconfig})
