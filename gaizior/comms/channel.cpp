@@ -65,8 +65,8 @@ private:
     ChannelFailure TryTake(char* buffer, std::size_t size, bool& taken);
     bool TakeLocked(ChannelLock& lock, char* buffer, std::size_t size);
     void Drain() const;
-    void Dump() const;
-    ChannelFailure CopyBlock(ZcChannel& copy) const;
+    void Dump();
+    ChannelFailure CopyBlock();
     ZcChannel& Block() const {
         return *m_objects.section.Block();
     }
@@ -75,6 +75,7 @@ private:
     std::atomic<bool> m_bClosing{false};
     std::atomic<bool> m_bClosed{false};
     ChannelObjects m_objects;
+    ZcChannel m_left; ///< what Close tells: made with the channel, so that closing needs no memory
 };
 
 ZRErrorT Channel::Open() {
@@ -232,25 +233,24 @@ void Channel::Drain() const {
     }
 }
 
-void Channel::Dump() const {
+void Channel::Dump() {
     ZRDBprintf(kStepLevel, kChannelMode, "Dumping messages%s", kLineEnd);
-    const auto block = std::make_unique<ZcChannel>();
-    if (const ChannelFailure failure = CopyBlock(*block)) {
+    if (const ChannelFailure failure = CopyBlock()) {
         Tell("ZcCloseComms", failure);
         return;
     }
-    ZRDBprintf(kStepLevel, kChannelMode, "pChan->nMessages:     %d%s", block->nMessages, kLineEnd);
-    ZRDBprintf(kStepLevel, kChannelMode, "pChan->start_of_list: %d%s", block->start_of_list, kLineEnd);
-    ZRDBprintf(kStepLevel, kChannelMode, "pChan->end_of_list:   %d%s", block->end_of_list, kLineEnd);
+    ZRDBprintf(kStepLevel, kChannelMode, "pChan->nMessages:     %d%s", m_left.nMessages, kLineEnd);
+    ZRDBprintf(kStepLevel, kChannelMode, "pChan->start_of_list: %d%s", m_left.start_of_list, kLineEnd);
+    ZRDBprintf(kStepLevel, kChannelMode, "pChan->end_of_list:   %d%s", m_left.end_of_list, kLineEnd);
     ZRDBprintf(kStepLevel, kChannelMode, "===========================%s", kLineEnd);
-    DumpSlots(*block);
-    ZRDBprintf(kStepLevel, kChannelMode, "Dumped %d messages%s", block->nMessages, kLineEnd);
+    DumpSlots(m_left);
+    ZRDBprintf(kStepLevel, kChannelMode, "Dumped %d messages%s", m_left.nMessages, kLineEnd);
 }
 
-ChannelFailure Channel::CopyBlock(ZcChannel& copy) const {
+ChannelFailure Channel::CopyBlock() {
     const ChannelLock lock = m_objects.Lock("ZcCloseComms", INFINITE);
     if (lock) {
-        std::memcpy(&copy, &Block(), sizeof(copy));
+        std::memcpy(&m_left, &Block(), sizeof(m_left));
     }
     return lock.Failure();
 }

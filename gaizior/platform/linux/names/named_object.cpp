@@ -23,6 +23,7 @@ constexpr DWORD kLongestPassing = 5000; // ms
 struct OpenNames {
     /// Never destroyed: handles are closed until the very end of the process.
     static OpenNames& Instance() {
+        const InsideLayer inside;
         static auto* const names = new OpenNames;
         return *names;
     }

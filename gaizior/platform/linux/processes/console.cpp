@@ -19,6 +19,7 @@ namespace {
 
 using gaizior::platform::Fail;
 using gaizior::platform::FailErrno;
+using gaizior::platform::InsideLayer;
 using gaizior::platform::LayerLock;
 using gaizior::platform::NoThrow;
 using gaizior::platform::StartServiceThread;
@@ -47,6 +48,7 @@ class Console {
 public:
     /// One for the process, never destroyed: its thread may outlive every other object.
     static Console& Instance() {
+        const InsideLayer inside;
         static Console* const console = new Console;
         return *console;
     }

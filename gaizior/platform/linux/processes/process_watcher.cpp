@@ -58,6 +58,7 @@ DWORD Process::CollectExitCode() {
 }
 
 ProcessWatcher& ProcessWatcher::TheOne() {
+    const InsideLayer inside;
     static ProcessWatcher* const watcher = new ProcessWatcher;
     return *watcher;
 }
