@@ -1,6 +1,6 @@
 #include "gaizior/values/text_file.h"
 
-#include "gaizior/platform/path.h"
+#include "gaizior/platform/stream.h"
 
 #include <algorithm>
 #include <climits>
