@@ -265,15 +265,10 @@ TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
         }
         EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
     }
-    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-}
-
-TEST_F(ChannelTest, ABlockOfAnotherMakeIsRefusedAndLeftAsItIs) {
-    const BlockView view;
-    view->magic = 0x12345678;
-    view->nMessages = 3;
+    const BlockView ofAnotherMake;
+    ofAnotherMake->nMessages = 3;
     EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_Object_BadMagic);
-    EXPECT_EQ(view->nMessages, 3);
+    EXPECT_EQ(ofAnotherMake->nMessages, 3);
     EXPECT_EQ(ZcSendMessage("x", 0, 1), ZRErrors::e_Command_Aborted) << "the process is left closed";
 }
 
@@ -297,7 +292,6 @@ TEST_F(ChannelTest, ASnapshotShowsTheQueueAndTakesNothing) {
 
 TEST_F(ChannelTest, ARepairIsToldAndLogged) {
     char report[256];
-    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_Resource_AllocationFailed);
     ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
     ZcSendMessage("kept", 1000, kOwnId);
     BlockView()->nMessages = 9;
