@@ -110,7 +110,7 @@ unsigned AddresseeOf(unsigned from, unsigned number) {
 /// Every message tells all about itself, so that a damaged one is seen.
 std::string TextOf(unsigned from, unsigned number) {
     std::string text = std::to_string(from) + ' ' + std::to_string(number) + ' ';
-    return text.append(number * 7 % (255 - text.size()), static_cast<char>('a' + number % 26));
+    return text.append(std::size_t{number} * 7 % (255 - text.size()), static_cast<char>('a' + number % 26));
 }
 
 /// A number whose send was begun before this process was killed is not used again: it may be there.

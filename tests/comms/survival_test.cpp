@@ -86,13 +86,6 @@ protected:
         return queues;
     }
 
-    /// A viewer for whom the n-th allocation fails, another one each time.
-    static void LookInVain() {
-        static int n = 0;
-        const auto block = std::make_unique<ZcChannel>();
-        FailAllocation(++n % 12 + 1, [&] { ZcSnapshot(block.get(), INFINITE); });
-    }
-
     bool DieAndGoOn(const std::string& operation, const std::string& ids, int point);
 
     static inline int s_repairs = 0;
@@ -135,7 +128,9 @@ bool SurvivalTest::DieAndGoOn(const std::string& operation, const std::string& i
     }
     const int repairsBefore = s_repairs;
     if (point % 3 == 0) {
-        LookInVain();
+        static int allocation = 0; // another one each time fails for a viewer
+        const auto block = std::make_unique<ZcChannel>();
+        FailAllocation(++allocation % 12 + 1, [&] { ZcSnapshot(block.get(), INFINITE); });
     }
     Texts received = point % 2 ? ReceiveAll() : Texts(); // the dead one's mutex falls to a receiver or to a spectator
     Queues now = LookIntoBlock();
@@ -193,9 +188,7 @@ TEST_F(SurvivalTest, EightThatOpenAtOnceShareOneBlockWhileOthersDie) {
     EXPECT_GT(died, 0);
     EXPECT_EQ(ZcOpenComms(kSurvivorId), ZRErrors::e_General_NoError);
     ZcCloseComms();
-    for (const auto& file : std::filesystem::directory_iterator(names.Path())) {
-        EXPECT_EQ(file.path().filename(), kGatheringName);
-    }
+    EXPECT_LE(std::distance(std::filesystem::directory_iterator(names.Path()), {}), 1) << "the gathering's own";
 }
 
 /// What a killed process had taken stands in its buffer, which outlives it. An open that is killed while it throws
