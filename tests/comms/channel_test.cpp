@@ -24,6 +24,9 @@
 namespace gaizior {
 namespace {
 
+using enum ZRErrors::ZRErrorT;
+using ZRErrors::ZRErrorT;
+
 constexpr unsigned short kOwnId = 11;
 constexpr unsigned short kOtherId = 12;
 
@@ -48,11 +51,6 @@ void KeepLine(int level, int, const char* text) {
     g_lines.push_back(std::to_string(level) + text);
 }
 
-/// A view of the block beside the channel's own; it keeps the block alive while the channel is closed.
-struct BlockView : test::SharedView<ZcChannel> {
-    BlockView() : SharedView(kChannelSectionName) {}
-};
-
 class ChannelTest : public ::testing::Test {
 protected:
     ChannelTest() {
@@ -71,7 +69,7 @@ protected:
 
     static std::string Receive() {
         char buffer[256];
-        const ZRErrors::ZRErrorT error = ZcReceiveMessage(buffer, sizeof(buffer), 1000);
+        const ZRErrorT error = ZcReceiveMessage(buffer, sizeof(buffer), 1000);
         return error ? "error " + std::to_string(error) : buffer;
     }
 
@@ -85,26 +83,31 @@ protected:
     test::PrivateNames names;
 };
 
-TEST_F(ChannelTest, AMessageArrivesWholeUpTo255CharactersAndCutWhereTheBufferEnds) {
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+class OpenChannelTest : public ChannelTest {
+protected:
+    const ZRErrorT opened = ZcOpenComms(kOwnId);
+    /// Beside the channel's own; it keeps the block alive while the channel is closed.
+    const test::SharedView<ZcChannel> block{kChannelSectionName};
+};
+
+TEST_F(OpenChannelTest, AMessageArrivesWholeUpTo255CharactersAndCutWhereTheBufferEnds) {
+    ASSERT_EQ(opened, e_General_NoError);
     EXPECT_EQ(ZcGetCommsOSError(), 0u);
     for (const std::size_t length : {0u, 1u, 254u, 255u, 256u, 300u}) {
         const std::string text(length, 'm');
-        ASSERT_EQ(ZcSendMessage(text.c_str(), 1000, kOwnId), ZRErrors::e_General_NoError);
+        ASSERT_EQ(ZcSendMessage(text.c_str(), 1000, kOwnId), e_General_NoError);
         EXPECT_EQ(Receive(), text.substr(0, 255)) << length;
     }
-    ASSERT_EQ(ZcSendMessage("abcdef", 1000, kOwnId), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcSendMessage("abcdef", 1000, kOwnId), e_General_NoError);
     char buffer[] = {'?', '?', '?', '!'};
-    EXPECT_EQ(ZcReceiveMessage(buffer, 3, 0), ZRErrors::e_General_NoError) << "one cycle needs no time";
+    EXPECT_EQ(ZcReceiveMessage(buffer, 3, 0), e_General_NoError) << "one cycle needs no time";
     EXPECT_EQ(std::string(buffer, 4), std::string("ab\0!", 4));
-    EXPECT_EQ(ZcReceiveMessage(buffer, 3, 0), ZRErrors::e_Command_TimedOut) << "the slot is free all the same";
+    EXPECT_EQ(ZcReceiveMessage(buffer, 3, 0), e_Command_TimedOut) << "the slot is free all the same";
 }
 
-TEST_F(ChannelTest, TheBlockHoldsTheDocumentedBytes) {
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-    ASSERT_EQ(ZcSendMessage("first", 1000, 0x0203), ZRErrors::e_General_NoError);
-    ASSERT_EQ(ZcSendMessage("second", 1000, 0x0405), ZRErrors::e_General_NoError);
-    const BlockView view;
+TEST_F(OpenChannelTest, TheBlockHoldsTheDocumentedBytes) {
+    ASSERT_EQ(ZcSendMessage("first", 1000, 0x0203), e_General_NoError);
+    ASSERT_EQ(ZcSendMessage("second", 1000, 0x0405), e_General_NoError);
     std::string expected(54412, '\0');
     const auto put = [&](std::size_t offset, const std::string& bytes) {
         expected.replace(offset, bytes.size(), bytes);
@@ -114,18 +117,16 @@ TEST_F(ChannelTest, TheBlockHoldsTheDocumentedBytes) {
     put(268, {3, 2, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0});
     put(284, "second");
     put(540, {5, 4, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0});
-    EXPECT_EQ(std::memcmp(view.Get(), expected.data(), expected.size()), 0);
+    EXPECT_EQ(std::memcmp(block.Get(), expected.data(), expected.size()), 0);
 }
 
-TEST_F(ChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-    const BlockView view;
+TEST_F(OpenChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
     ZcSendMessage("old", 1000, kOwnId);
     ZcSendMessage("for another", 1000, kOtherId);
     ZcSendMessage("old too", 1000, kOwnId);
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError) << "closes first";
+    ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError) << "closes first";
     EXPECT_EQ(ZcGetCommsOSError(), ERROR_ALREADY_EXISTS);
-    EXPECT_EQ(view->nMessages, 1);
+    EXPECT_EQ(block->nMessages, 1);
     EXPECT_TRUE(Logged("Purging messages for destination ID 11\r\n"));
     EXPECT_TRUE(Logged("Message = <old>\r\n"));
     EXPECT_TRUE(Logged("Purged 2 messages for destination ID 11\r\n"));
@@ -134,9 +135,7 @@ TEST_F(ChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
     EXPECT_TRUE(Logged("5ZcReceiveMessage: timed out: no message came")) << "which is no failure";
 }
 
-TEST_F(ChannelTest, ClosingDumpsWhatIsLeft) {
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-    const BlockView view;
+TEST_F(OpenChannelTest, ClosingDumpsWhatIsLeft) {
     ZcSendMessage("stays", 1000, kOtherId);
     g_lines.clear();
     ZcCloseComms();
@@ -145,31 +144,29 @@ TEST_F(ChannelTest, ClosingDumpsWhatIsLeft) {
         "5pChan->end_of_list:   0\r\n", "5===========================\r\n", "5DestID=12, Taken=1, Msg=<stays>\r\n",
         "5Dumped 1 messages\r\n"};
     EXPECT_EQ(g_lines, expected);
-    EXPECT_EQ(view->nMessages, 1) << "its addressee may still come";
+    EXPECT_EQ(block->nMessages, 1) << "its addressee may still come";
     g_lines.clear();
     ZcCloseComms();
     EXPECT_EQ(g_lines, std::vector<std::string>{"1No Pool to dump messages from!!\r\n"});
 }
 
-TEST_F(ChannelTest, AFullPoolRefusesAndDropsNothing) {
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+TEST_F(OpenChannelTest, AFullPoolRefusesAndDropsNothing) {
     for (int i = 0; i < kZcSlotCount; ++i) {
-        ASSERT_EQ(ZcSendMessage("x", 1000, kOwnId), ZRErrors::e_General_NoError);
+        ASSERT_EQ(ZcSendMessage("x", 1000, kOwnId), e_General_NoError);
     }
-    EXPECT_EQ(ZcSendMessage("no", 0, kOtherId), ZRErrors::e_Command_TimedOut);
-    EXPECT_EQ(ZcSendMessage("no", 1000, kOtherId), ZRErrors::e_Command_TimedOut);
+    EXPECT_EQ(ZcSendMessage("no", 0, kOtherId), e_Command_TimedOut);
+    EXPECT_EQ(ZcSendMessage("no", 1000, kOtherId), e_Command_TimedOut);
     EXPECT_TRUE(Logged("0ZcSendMessage: ERROR: timed out: all slots are taken"));
-    EXPECT_EQ(BlockView()->nMessages, kZcSlotCount);
+    EXPECT_EQ(block->nMessages, kZcSlotCount);
     std::thread receiver([&] {
         SleepFor(500);
         EXPECT_EQ(Receive(), "x");
     });
-    EXPECT_EQ(ZcSendMessage("now there is room", 1000, kOtherId), ZRErrors::e_General_NoError);
+    EXPECT_EQ(ZcSendMessage("now there is room", 1000, kOtherId), e_General_NoError);
     receiver.join();
 }
 
-TEST_F(ChannelTest, TheEventTellsWhetherThePoolHoldsMessages) {
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+TEST_F(OpenChannelTest, TheEventTellsWhetherThePoolHoldsMessages) {
     const UniqueHandle event(::OpenEventA(SYNCHRONIZE, FALSE, kChannelEventName));
     const auto isSet = [&] { return ::WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; };
     EXPECT_FALSE(isSet());
@@ -184,26 +181,25 @@ TEST_F(ChannelTest, TheEventTellsWhetherThePoolHoldsMessages) {
 
 TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
     char buffer[4] = "abc";
-    EXPECT_EQ(ZcSendMessage("x", 0, 1), ZRErrors::e_Command_Aborted);
-    EXPECT_EQ(ZcReceiveMessage(buffer, sizeof(buffer), 0), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(ZcSendMessage("x", 0, 1), e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessage(buffer, sizeof(buffer), 0), e_Command_Aborted);
     EXPECT_STREQ(buffer, "") << "whatever was in it";
     EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE);
     EXPECT_TRUE(Logged("0ZcReceiveMessage: ERROR: the channel is not open"));
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
     ZcSendMessage("kept", 1000, kOwnId);
-    EXPECT_EQ(ZcSendMessage(nullptr, 0, 1), ZRErrors::e_Command_Aborted);
-    EXPECT_EQ(ZcReceiveMessage(nullptr, 9, 0), ZRErrors::e_Command_Aborted);
-    EXPECT_EQ(ZcReceiveMessage(buffer, 0, 0), ZRErrors::e_Command_Aborted);
+    EXPECT_EQ(ZcSendMessage(nullptr, 0, 1), e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessage(nullptr, 9, 0), e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessage(buffer, 0, 0), e_Command_Aborted);
     EXPECT_EQ(Receive(), "kept");
 }
 
-TEST_F(ChannelTest, ReceiversGoOnWhileTheChannelIsClosedAndAreToldAtTheEnd) {
+TEST_F(OpenChannelTest, ReceiversGoOnWhileTheChannelIsClosedAndAreToldAtTheEnd) {
     seams::SetTimeDivisor(4);
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
     std::string received;
     std::thread receiver([&] {
         char buffer[8];
-        while (ZcReceiveMessage(buffer, sizeof(buffer), INFINITE) != ZRErrors::e_Command_Aborted) {
+        while (ZcReceiveMessage(buffer, sizeof(buffer), INFINITE) != e_Command_Aborted) {
             received += buffer;
         }
     });
@@ -222,7 +218,7 @@ TEST_F(ChannelTest, AMutexThatIsNotFreeOrNotHeldIsAFailure) {
     ASSERT_FALSE(mutex.Create());
     {
         const ChannelLock lock = mutex.Lock("Test", 0);
-        std::thread([] { EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_Command_TimedOut); }).join();
+        std::thread([] { EXPECT_EQ(ZcOpenComms(kOwnId), e_Command_TimedOut); }).join();
         ::ReleaseMutex(UniqueHandle(::OpenMutexA(MUTEX_ALL_ACCESS, FALSE, kChannelMutexName)).Get());
     }
     EXPECT_TRUE(Logged("0ZcOpenComms: ERROR: timed out: the mutex was not free"));
@@ -233,7 +229,7 @@ TEST_F(ChannelTest, AMutexThatIsNotFreeOrNotHeldIsAFailure) {
 struct Obstacle {
     const char* name;
     DWORD size;
-    ZRErrors::ZRErrorT expected;
+    ZRErrorT expected;
     const char* line;
 };
 
@@ -242,71 +238,60 @@ TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
     constexpr auto kStep = static_cast<DWORD>(kSectionGranularity);
     constexpr const char* kWrongSize = "mapping all of the shared memory, and no more, failed";
     const Obstacle obstacles[] = {
-        {kChannelMutexName, 0, ZRErrors::e_Resource_AllocationFailed, "creating the mutex failed with system error 6"},
-        {kChannelEventName, 1, ZRErrors::e_Resource_AllocationFailed, "creating the event failed with system error 6"},
-        {kChannelSectionName, 0, ZRErrors::e_File_MappingFailed,
-         "opening the shared memory failed with system error 6"},
-        {kChannelSectionName, 1, ZRErrors::e_File_MappingFailed, kWrongSize},
-        {kChannelSectionName, kSize - kStep, ZRErrors::e_File_MappingFailed, kWrongSize},
-        {kChannelSectionName, kSize + kStep, ZRErrors::e_File_MappingFailed, kWrongSize},
-        {kChannelSectionName, 2 * kSize, ZRErrors::e_File_MappingFailed, kWrongSize},
+        {kChannelMutexName, 0, e_Resource_AllocationFailed, "creating the mutex failed with system error 6"},
+        {kChannelEventName, 1, e_Resource_AllocationFailed, "creating the event failed with system error 6"},
+        {kChannelSectionName, 0, e_File_MappingFailed, "opening the shared memory failed with system error 6"},
+        {kChannelSectionName, 1, e_File_MappingFailed, kWrongSize},
+        {kChannelSectionName, kSize - kStep, e_File_MappingFailed, kWrongSize},
+        {kChannelSectionName, kSize + kStep, e_File_MappingFailed, kWrongSize},
     };
     for (const Obstacle& obstacle : obstacles) {
         SCOPED_TRACE(obstacle.name + std::to_string(obstacle.size));
-        {
-            const UniqueHandle inTheWay(obstacle.size == 0
-                                            ? ::CreateEventA(nullptr, TRUE, FALSE, obstacle.name)
-                                            : ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
-                                                                   obstacle.size, obstacle.name));
-            g_lines.clear();
-            EXPECT_EQ(ZcOpenComms(kOwnId), obstacle.expected);
-            EXPECT_TRUE(Logged(std::string("0ZcOpenComms: ERROR: ") + obstacle.line));
-            EXPECT_EQ(g_lines.size(), 1u) << "a failed open only releases what it took";
-        }
+        UniqueHandle inTheWay(obstacle.size == 0 ? ::CreateEventA(nullptr, TRUE, FALSE, obstacle.name)
+                                                 : ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
+                                                                        0, obstacle.size, obstacle.name));
+        g_lines.clear();
+        EXPECT_EQ(ZcOpenComms(kOwnId), obstacle.expected);
+        EXPECT_TRUE(Logged(std::string("0ZcOpenComms: ERROR: ") + obstacle.line));
+        EXPECT_EQ(g_lines.size(), 1u) << "a failed open only releases what it took";
+        inTheWay = UniqueHandle();
         EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
     }
-    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
-}
-
-TEST_F(ChannelTest, ABlockOfAnotherMakeIsRefusedAndLeftAsItIs) {
-    const BlockView view;
-    view->magic = 0x12345678;
-    view->nMessages = 3;
-    EXPECT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_Object_BadMagic);
-    EXPECT_EQ(view->nMessages, 3);
-    EXPECT_EQ(ZcSendMessage("x", 0, 1), ZRErrors::e_Command_Aborted) << "the process is left closed";
+    const test::SharedView<ZcChannel> ofAnotherMake(kChannelSectionName);
+    ofAnotherMake->nMessages = 3;
+    EXPECT_EQ(ZcOpenComms(kOwnId), e_Object_BadMagic);
+    EXPECT_EQ(ofAnotherMake->nMessages, 3);
+    EXPECT_EQ(ZcSendMessage("x", 0, 1), e_Command_Aborted) << "the process is left closed";
 }
 
 TEST_F(ChannelTest, ASnapshotShowsTheQueueAndTakesNothing) {
     const auto block = std::make_unique<ZcChannel>();
-    EXPECT_EQ(ZcSnapshot(block.get(), 100), ZRErrors::e_Resource_AllocationFailed) << "nobody has the channel open";
+    EXPECT_EQ(ZcSnapshot(block.get(), 100), e_Resource_AllocationFailed) << "nobody has the channel open";
     EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
     ZcSendMessage("1", 1000, kOtherId);
     ZcSendMessage("2", 1000, kOwnId);
-    ASSERT_EQ(ZcSnapshot(block.get(), 100), ZRErrors::e_General_NoError);
+    ASSERT_EQ(ZcSnapshot(block.get(), 100), e_General_NoError);
     ZcFindingsT findings;
-    EXPECT_EQ(ZcExamine(block.get(), &findings), ZRErrors::e_General_NoError);
+    EXPECT_EQ(ZcExamine(block.get(), &findings), e_General_NoError);
     EXPECT_EQ(findings.nQueued, 2);
     EXPECT_STREQ(block->slots[findings.anOrder[1]].msg, "2");
     block->slots[1].prev = 7;
-    EXPECT_EQ(ZcExamine(block.get(), &findings), ZRErrors::e_Object_InvalidData);
+    EXPECT_EQ(ZcExamine(block.get(), &findings), e_Object_InvalidData);
     EXPECT_STREQ(findings.szDamage, "slot 1 follows slot 0 but names slot 7");
     EXPECT_EQ(Receive(), "2");
 }
 
-TEST_F(ChannelTest, ARepairIsToldAndLogged) {
+TEST_F(OpenChannelTest, ARepairIsToldAndLogged) {
     char report[256];
-    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_Resource_AllocationFailed);
-    ASSERT_EQ(ZcOpenComms(kOwnId), ZRErrors::e_General_NoError);
     ZcSendMessage("kept", 1000, kOwnId);
-    BlockView()->nMessages = 9;
-    EXPECT_EQ(ZcRepair(report, 10, 100), ZRErrors::e_General_NoError);
+    block->nMessages = 9;
+    EXPECT_EQ(ZcRepair(report, 10, 100), e_General_NoError);
     EXPECT_STREQ(report, "the count") << "cut to fit";
     EXPECT_TRUE(Logged("0ZcRepair: WARNING: the block was damaged: the count says 9, 1 slots are taken; list rebuilt"));
-    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), ZRErrors::e_General_NoError);
+    EXPECT_EQ(ZcRepair(report, sizeof(report), 100), e_General_NoError);
     EXPECT_STREQ(report, "");
-    BlockView()->start_of_list = 5000;
+    block->start_of_list = 5000;
     EXPECT_EQ(Receive(), "kept");
     EXPECT_TRUE(Logged("0ZcReceiveMessage: WARNING: the block was damaged: the list leads to slot 5000; list rebuilt"));
 }

@@ -14,6 +14,18 @@ std::string Receive() {
     return error ? "error " + std::to_string(error) : buffer;
 }
 
+void CloseFirst() {
+    EXPECT_EQ(ZcSendMessage("go on", 1000, 1), ZRErrors::e_General_NoError);
+    ZcCloseComms();
+}
+
+void CloseLast() {
+    EXPECT_EQ(Receive(), "go on");
+    EXPECT_EQ(ZcSendMessage("alone", 1000, 1), ZRErrors::e_General_NoError);
+    EXPECT_EQ(Receive(), "alone");
+    ZcCloseComms();
+}
+
 /// Parent and forked child are two processes with the same ID: either sends, receives and closes, and the other goes
 /// on.
 TEST(ForkedChannel, IsOpenInBothAndClosedInEach) {
@@ -23,27 +35,12 @@ TEST(ForkedChannel, IsOpenInBothAndClosedInEach) {
     for (const bool childClosesFirst : {true, false}) {
         SCOPED_TRACE(childClosesFirst);
         ASSERT_EQ(ZcOpenComms(1), ZRErrors::e_General_NoError);
-        const auto useAlone = [&] {
-            EXPECT_EQ(ZcSendMessage("alone", 1000, 1), ZRErrors::e_General_NoError);
-            EXPECT_EQ(Receive(), "alone");
-        };
-        ForkedChild child([&] {
-            if (childClosesFirst) {
-                EXPECT_EQ(ZcSendMessage("from the child", 1000, 1), ZRErrors::e_General_NoError);
-            } else {
-                EXPECT_EQ(Receive(), "go on");
-                useAlone();
-            }
-            ZcCloseComms();
-        });
+        ForkedChild child(childClosesFirst ? CloseFirst : CloseLast);
         if (childClosesFirst) {
             EXPECT_EQ(child.ExitCode(), 0);
-            EXPECT_EQ(Receive(), "from the child");
-            useAlone();
-            ZcCloseComms();
+            CloseLast();
         } else {
-            EXPECT_EQ(ZcSendMessage("go on", 1000, 1), ZRErrors::e_General_NoError);
-            ZcCloseComms();
+            CloseFirst();
             EXPECT_EQ(child.ExitCode(), 0);
         }
         EXPECT_TRUE(std::filesystem::is_empty(names.Path()));

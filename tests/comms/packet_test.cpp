@@ -18,14 +18,10 @@ using ZRErrors::ZRErrorT;
 
 struct Fields {
     ZRErrorT error;
-    std::vector<long> numbers;
-    std::string texts; ///< "string|qualifier"
+    std::vector<long> numbers = {-9, -9, 9, -9}; ///< which none is stored over
+    std::string texts = "|";                     ///< "string|qualifier"
     bool operator==(const Fields&) const = default;
 };
-
-Fields UntouchedAfter(ZRErrorT error) {
-    return {error, {-9, -9, 9, -9}, "|"};
-}
 
 class Packet : public ::testing::Test {
 protected:
@@ -95,7 +91,7 @@ TEST_F(Packet, GivesItsFieldsBack) {
          {e_General_NoError, {5, 2147483647, 3, -159383553}, "|"}},
         {"1;2;3;4;A;" + ones, {e_Buffer_TooSmall, {1, 2, 3, 4}, "A|"}},
         {"1;2;3;4;" + ones + ";B", {e_Buffer_TooSmall, {1, 2, 3, 4}, "|"}},
-        {"1;2;3;4;;" + std::string(1019, 'q'), UntouchedAfter(e_Buffer_TooSmall)},
+        {"1;2;3;4;;" + std::string(1019, 'q'), {e_Buffer_TooSmall}},
         {"1;2;3;4;;" + ones, {e_General_NoError, {1, 2, 3, 4}, "|" + ones}, 1, 101},
         // a separator is missing: fields start at the code of the last character, once the numbers are read
         {"1234567890123\x05", {e_General_NoError, {1912276171, 0, 0, 0}, "67890123\x05|67890123\x05"}},
@@ -103,11 +99,11 @@ TEST_F(Packet, GivesItsFieldsBack) {
         {"1;2;3;4;A", {e_General_NoError, {1, 2, 3, 4}, "A|"}},
         {"", {e_General_NoError, {0, 0, 0, 0}, "|"}},
         {"\xFF", {e_General_NoError, {0, 0, 0, 0}, "|"}},
-        {"\xFE\xFF", UntouchedAfter(e_Text_ReverseByteOrderMark)},
+        {"\xFE\xFF", {e_Text_ReverseByteOrderMark}},
         {Units(u"1;2;3;4;A;B"), {e_General_NoError, {1, 2, 3, 4}, "A|B"}, 11},
-        {Units(u"1;2;3;4;A;B"), UntouchedAfter(e_Buffer_TooSmall), 10}, // the string's size is the limit
-        {Units(std::u16string(2000, u'1')), UntouchedAfter(e_Buffer_TooSmall)},
-        {Units(u"1\x0100"), UntouchedAfter(e_Name_NotAscii)},
+        {Units(u"1;2;3;4;A;B"), {e_Buffer_TooSmall}, 10}, // the string's size is the limit
+        {Units(std::u16string(2000, u'1')), {e_Buffer_TooSmall}},
+        {Units(u"1\x0100"), {e_Name_NotAscii}},
         {"\xFF\xFE", {e_General_NoError, {0, 0, 0, 0}, "|"}},       // an 8-bit text that ends at its NUL
         {Units(u"\x0100"), {e_General_NoError, {0, 0, 0, 0}, "|"}}, // which is also what this begins with
     };

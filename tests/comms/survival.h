@@ -8,7 +8,7 @@
 /// What the survival tests and the processes that they start and kill have in common.
 namespace gaizior::test {
 
-// Communications IDs of the kill matrix; a fill names the addressees of its messages by their last digit.
+// Communications IDs of the kill matrix; the last digit tells one from the other.
 inline constexpr std::uint16_t kVictimId = 11;
 inline constexpr std::uint16_t kSurvivorId = 12;
 inline constexpr std::uint16_t kFillerId = 14;
@@ -21,10 +21,8 @@ inline std::string FillText(std::size_t i) {
 
 inline const std::string kSentByVictim(255, 's');
 
-/// Where processes that open the channel at once wait for each other.
-struct Gathering {
-    std::atomic<std::uint32_t> arrived;
-};
+/// Where processes that open the channel at once wait for each other: how often one has arrived.
+using Gathering = std::atomic<std::uint32_t>;
 inline constexpr const char* kGatheringName = "Gathering";
 inline constexpr unsigned kGatheringSize = 8;
 
@@ -33,13 +31,10 @@ struct Ledger {
     static constexpr unsigned kProcesses = 3;
     static constexpr unsigned kMost = 20'000; ///< messages from one process, to the two others in turn
 
-    /// What became of a message; it only goes on.
-    enum State : std::uint8_t {
-        Unknown,
-        Sent,  ///< the send has returned
-        Found, ///< it was in the buffer of a process that was killed
-        Came,  ///< it was received, or thrown away by an open
-    };
+    // What became of a message.
+    static constexpr std::uint8_t kSent = 1;  ///< the send has returned
+    static constexpr std::uint8_t kFound = 2; ///< it was in the buffer of a process that was killed
+    static constexpr std::uint8_t kCame = 4;  ///< it was received, or thrown away by an open
 
     /// What one process sends; messages are numbered from 0.
     struct Lane {
@@ -48,20 +43,11 @@ struct Ledger {
         std::array<std::atomic<std::uint8_t>, kMost> states;
     };
 
-    /// What a process leaves behind when it is killed.
-    struct Desk {
-        std::atomic<std::uint8_t> isOpen; ///< 1 from when it has opened the channel until it is killed
-        char buffer[256];                 ///< what it receives into
-    };
-
-    static unsigned AddresseeOf(unsigned from, unsigned number) {
-        return (from + 1 + number % 2) % kProcesses;
-    }
-
     std::uint32_t count; ///< messages for each lane
     std::atomic<std::uint32_t> stop;
     std::atomic<std::uint32_t> faults; ///< messages that came twice, too late or as nobody had sent them
-    std::array<Desk, kProcesses> desks;
+    std::array<std::atomic<std::uint8_t>, kProcesses> isOpen; ///< 1 from an open of the channel until the kill
+    char buffers[kProcesses][256];                            ///< what each process receives into
     std::array<Lane, kProcesses> lanes;
 };
 inline constexpr const char* kLedgerName = "Ledger";
