@@ -7,11 +7,12 @@
 #include "gaizior/platform/fork.h"
 #include "gaizior/platform/timing.h"
 
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <memory>
 #include <mutex>
-#include <string>
+#include <new>
 #include <vector>
 
 namespace gaizior {
@@ -53,12 +54,12 @@ public:
     ZRErrorT Open();
     ZRErrorT Send(const char* message, DWORD timeout, std::uint16_t destination);
     ZRErrorT Receive(char* buffer, std::size_t size, DWORD timeout);
-    /// Waits for the pool to drain and tells what is left, while others may go on; then ends their receives.
-    /// @returns false, having done nothing, where another thread is at it.
-    bool Close();
+    /// Waits for the pool to drain and tells what is left, while others may go on; then ends their receives. Where
+    /// another thread is at it, waits for that.
+    void Close();
 
 private:
-    using Texts = std::vector<std::string>;
+    using Texts = std::vector<std::array<char, kZcMessageSize>>;
 
     ChannelFailure OpenLocked(Texts& purged);
     ChannelFailure TryPost(const char* message, DWORD timeout, std::uint16_t destination, bool& posted);
@@ -72,7 +73,7 @@ private:
     }
 
     const std::uint16_t m_ownId;
-    std::atomic<bool> m_bClosing{false};
+    std::atomic<std::uint64_t> m_closer{0}; ///< process and thread; 0 for none
     std::atomic<bool> m_bClosed{false};
     ChannelObjects m_objects;
     ZcChannel m_left; ///< what Close tells: made with the channel, so that closing needs no memory
@@ -85,8 +86,8 @@ ZRErrorT Channel::Open() {
     }
     if (m_objects.section.Existed()) {
         ZRDBprintf(kStepLevel, kChannelMode, "Purging messages for destination ID %d%s", m_ownId, kLineEnd);
-        for (const std::string& message : purged) {
-            ZRDBprintf(kStepLevel, kChannelMode, "Message = <%s>%s", message.c_str(), kLineEnd);
+        for (const Texts::value_type& message : purged) {
+            ZRDBprintf(kStepLevel, kChannelMode, "Message = <%s>%s", message.data(), kLineEnd);
         }
         ZRDBprintf(kStepLevel, kChannelMode, "Purged %d messages for destination ID %d%s",
                    static_cast<int>(purged.size()), m_ownId, kLineEnd);
@@ -100,10 +101,7 @@ ChannelFailure Channel::OpenLocked(Texts& purged) {
         return failure;
     }
     CrashPoint();
-    if (const ChannelFailure failure = m_objects.OpenExisting(); failure && !IsMissing(failure)) {
-        return failure;
-    }
-    ChannelLock lock = m_objects.Lock("ZcOpenComms", kOpenTimeout);
+    ChannelLock lock = m_objects.OpenAndLock("ZcOpenComms", kOpenTimeout);
     if (!lock) {
         return lock.Failure();
     }
@@ -119,8 +117,9 @@ ChannelFailure Channel::OpenLocked(Texts& purged) {
     if (Block().magic != kZcMagic) {
         return {ZRErrors::e_Object_BadMagic, "the block carries a wrong magic number"};
     }
-    for (char message[kZcMessageSize]; TakeLocked(lock, message, sizeof(message));) {
-        purged.emplace_back(message);
+    purged.reserve(kZcSlotCount); // before the first is taken: without memory they all stay
+    for (Texts::value_type message; TakeLocked(lock, message.data(), message.size());) {
+        purged.push_back(message);
     }
     if (!MessagePool(Block()).IsEmpty()) {
         ::SetEvent(m_objects.event.Get()); // a sender that died behind its post has not announced it
@@ -215,14 +214,23 @@ ChannelFailure Channel::TryTake(char* buffer, std::size_t size, bool& taken) {
     return {};
 }
 
-bool Channel::Close() {
-    if (m_bClosing.exchange(true)) {
-        return false;
+/// A child that is forked meanwhile closes for itself, and a callback of the host's that closes what is being closed on
+/// its thread changes nothing.
+void Channel::Close() {
+    constexpr int kProcess = 32;
+    const std::uint64_t self = std::uint64_t{::GetCurrentProcessId()} << kProcess | ::GetCurrentThreadId();
+    std::uint64_t closer = m_closer;
+    while (closer >> kProcess != self >> kProcess) {
+        if (m_closer.compare_exchange_weak(closer, self)) {
+            Drain();
+            Dump();
+            m_bClosed = true;
+            return;
+        }
     }
-    Drain();
-    Dump();
-    m_bClosed = true;
-    return true;
+    while (closer != self && !m_bClosed) {
+        SleepFor(kPollInterval);
+    }
 }
 
 /// The count is read without the mutex: a wrong glance only shortens or lengthens the wait.
@@ -264,9 +272,11 @@ std::shared_ptr<Channel> CurrentChannel() {
     return g_channel;
 }
 
-void ExchangeChannel(std::shared_ptr<Channel> channel) {
+/// @returns what another thread has opened meanwhile.
+std::shared_ptr<Channel> ExchangeChannel(std::shared_ptr<Channel> channel) {
     const std::lock_guard lock(g_channelLock);
     g_channel.swap(channel);
+    return channel;
 }
 
 /// Another thread may have opened the next one already.
@@ -282,17 +292,24 @@ void Forget(const std::shared_ptr<Channel>& channel) {
 
 using namespace gaizior;
 
-ZRErrors::ZRErrorT ZcOpenComms(unsigned short ownID) {
+ZRErrors::ZRErrorT ZcOpenComms(unsigned short ownID) try {
     if (CurrentChannel()) {
         ZcCloseComms();
     }
     RecordChannelError(ERROR_SUCCESS);
     auto channel = std::make_shared<Channel>(ownID);
     const ZRErrors::ZRErrorT error = channel->Open();
-    if (error == ZRErrors::e_General_NoError) {
-        ExchangeChannel(std::move(channel));
+    if (error != ZRErrors::e_General_NoError) {
+        return error;
     }
-    return error;
+    if (const auto displaced = ExchangeChannel(std::move(channel))) {
+        displaced->Close();
+    }
+    return ZRErrors::e_General_NoError;
+} catch (const std::bad_alloc&) {
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return Tell("ZcOpenComms",
+                FailedWithLastError("finding memory for the channel", ZRErrors::e_Resource_AllocationFailed));
 }
 
 ZRErrors::ZRErrorT ZcSendMessage(const char* message, unsigned long timeoutMs, unsigned short destID) {
@@ -322,8 +339,8 @@ ZRErrors::ZRErrorT ZcReceiveMessage(char* buffer, unsigned long bufferSize, unsi
 }
 
 void ZcCloseComms() {
-    const auto channel = CurrentChannel();
-    if (channel && channel->Close()) {
+    if (const auto channel = CurrentChannel()) {
+        channel->Close();
         Forget(channel);
     } else {
         ZRDBprintf(1, kChannelMode, "No Pool to dump messages from!!%s", kLineEnd);

@@ -15,7 +15,7 @@ extern "C" {
 /// Opens or creates the channel and registers `ownID`; messages left over for that ID from an earlier run are thrown
 /// away. A channel that is open already is closed first.
 /// @returns 0; after a failure the channel is closed
-///   - e_Resource_AllocationFailed when the mutex or the event cannot be made
+///   - e_Resource_AllocationFailed when the mutex or the event cannot be made, or memory is short
 ///   - e_Command_TimedOut when the mutex was not free within 20 s; e_Command_Aborted when waiting for it failed
 ///   - e_File_MappingFailed when the shared memory cannot be made or has another size
 ///   - e_Object_BadMagic when the block is not a channel's; it is left as it is

@@ -12,6 +12,8 @@
 namespace gaizior {
 namespace {
 
+constexpr DWORD kLookInterval = 100; // ms
+
 std::atomic<DWORD> g_channelError{ERROR_SUCCESS};
 
 bool IsAllZero(const ZcChannel& block) {
@@ -133,20 +135,30 @@ ChannelLock ChannelObjects::Open(const char* function, DWORD timeout) {
     if (const ChannelFailure failure = mutex.Open()) {
         return ChannelLock(failure);
     }
-    ChannelFailure failure = OpenExisting();
-    if (failure && !IsMissing(failure)) {
-        return ChannelLock(failure);
-    }
-    ChannelLock lock = Lock(function, timeout);
-    if (!lock || !failure) {
+    ChannelLock lock = OpenAndLock(function, timeout);
+    if (!lock) {
         return lock;
     }
-    failure = OpenExisting(); // whoever held the mutex may have been about to make it
-    if (failure) {
+    if (const ChannelFailure failure = OpenExisting()) { // whoever held the mutex may have been about to make it
         return ChannelLock(failure);
     }
     MendIfAbandoned(lock);
     return lock;
+}
+
+ChannelLock ChannelObjects::OpenAndLock(const char* function, DWORD timeout) {
+    for (DWORD waited = 0;; waited += kLookInterval) {
+        const ChannelFailure failure = OpenExisting();
+        if (failure && !IsMissing(failure)) {
+            return ChannelLock(failure);
+        }
+        const DWORD left = timeout == INFINITE ? INFINITE : timeout - waited;
+        const bool isLast = !failure || left <= kLookInterval;
+        ChannelLock lock = Lock(function, isLast ? left : kLookInterval);
+        if (isLast || lock || lock.Failure().code != ZRErrors::e_Command_TimedOut) {
+            return lock;
+        }
+    }
 }
 
 ChannelFailure ChannelObjects::OpenExisting() {

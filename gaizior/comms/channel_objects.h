@@ -150,10 +150,10 @@ struct ChannelObjects {
 
     /// Opens the objects of a channel that others have open and takes the mutex.
     [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout);
-    /// Opens block and event, as far as they are not open yet. Who takes the mutex from a dead owner owes it to the
-    /// others to mend the block, so this comes before any wait for the mutex: what is missing (IsMissing) may be made
-    /// after that, whoever cannot come to what is there must not go on.
-    ChannelFailure OpenExisting();
+    /// Opens block and event, as far as they are not open yet, and takes the mutex. Who takes it from a dead owner owes
+    /// it to the others to mend the block: so whoever cannot come to what is there does not wait for the mutex, and
+    /// where something is missing, which may be made after that, looks for it again every now and then.
+    [[nodiscard]] ChannelLock OpenAndLock(const char* function, DWORD timeout);
     /// Makes what is missing; the caller holds the mutex. Fails with e_Resource_AllocationFailed (the event) or
     /// e_File_MappingFailed.
     ChannelFailure CreateMissing();
@@ -171,6 +171,7 @@ struct ChannelObjects {
     ShortText Repair() const;
 
 private:
+    ChannelFailure OpenExisting();
     void Mend(ChannelLock& lock) const;
 };
 

@@ -258,8 +258,12 @@ ZRErrorT ZRCommMsgC::FromQ2String(std::istream& stream) {
     if (stream.good()) {
         all << stream.rdbuf();
     }
-    const std::string read = all.str();
-    const std::string text = read + std::string(2, '\0'); // ends a text of 16-bit units as well
+    std::string text = all.str();
+    stream.setstate(text.empty() ? std::ios_base::eofbit | std::ios_base::failbit : std::ios_base::eofbit);
+    if (text.empty()) {
+        return ZRErrors::e_General_NoError;
+    }
+    text.append(2, '\0'); // ends a text of 16-bit units as well
     std::array<char, kFieldSize> string{};
     std::array<char, kFieldSize> qualifier{};
     ZRErrors::ZRMessagePacketT packet{m_Type,     m_Code,           m_ID,      m_Val, string.data(),
@@ -271,7 +275,6 @@ ZRErrorT ZRCommMsgC::FromQ2String(std::istream& stream) {
     m_Val = packet.nVal;
     const ZRErrorT stringError = SetMessageString(string.data());
     const ZRErrorT qualifierError = SetQualifierString(qualifier.data());
-    stream.setstate(read.empty() ? std::ios_base::eofbit | std::ios_base::failbit : std::ios_base::eofbit);
     return error ? error : stringError ? stringError : qualifierError;
 }
 

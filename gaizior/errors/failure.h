@@ -14,6 +14,7 @@
 #include <utility>
 
 /// The one way to fail: the log line, the entry on the error stack where the caller is to learn the story, the code.
+/// (The channel alone tells its lines through ZRDBprintf and has its own way to do so, in channel_objects.h.)
 ///
 ///     if (!m_hEndEvent) {
 ///         return Fail("ZRThreadC::start(): ", ZRErrors::e_Resource_AllocationFailed, "while creating m_hEndEvent: ",

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "gaizior/platform/no_throw.h"
 #include "gaizior/platform/path.h"
 #include "gaizior/platform/windows_api.h"
 
-#include <new>
 #include <string>
 
 /// What every call of files.h goes through. In the build for tests (GAIZIOR_SEAMS) one of them can be made to fail; in
@@ -33,24 +33,13 @@ constexpr bool FileCallPasses() {
 
 #endif
 
-/// Runs what may throw for want of memory; that is a failure (8).
-template <class Body>
-auto WithoutThrowing(Body&& body) -> decltype(body()) {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return {};
-    }
-}
-
 /// Runs the body of one call, which gets the system's path of `path`; an empty result is a failure.
 template <class Body>
 auto OnPath(const char* path, Body&& body) -> decltype(body(std::string())) {
     if (!FileCallPasses()) {
         return {};
     }
-    return WithoutThrowing([&] { return body(ToSystemPath(path ? path : "")); });
+    return NoThrow([&] { return body(ToSystemPath(path ? path : "")); });
 }
 
 } // namespace gaizior

@@ -7,7 +7,8 @@ namespace gaizior {
 
 /// Keeps everybody else who asks for it, in any thread or process, from changing a file that is read and then replaced.
 /// The files of one folder share their lock, so it holds for files that do not exist yet, and leaves nothing behind. It
-/// ends with its holder's death. Whoever does not ask is not kept away. For local disks.
+/// ends with its holder's death, on Linux with that of the children too that it has forked meanwhile. Whoever does not
+/// ask is not kept away. For local disks.
 class FileLock {
 public:
     FileLock() = default;

@@ -39,9 +39,11 @@ File File::CreateUnique(const std::string& folder, FileAccess access, std::strin
     const auto create = [&](const std::string& systemFolder) {
         FileHandle handle;
         for (unsigned i = 0; i < kNamesToTry && !handle; ++i) {
-            path = UniqueName(systemFolder);
-            handle = file_system::CreateNew(path, access);
-            if (!handle && ::GetLastError() != ERROR_FILE_EXISTS) {
+            std::string name = UniqueName(systemFolder);
+            handle = file_system::CreateNew(name, access);
+            if (handle) {
+                path.swap(name);
+            } else if (::GetLastError() != ERROR_FILE_EXISTS) {
                 break;
             }
         }
@@ -66,7 +68,7 @@ bool File::ReadToEnd(std::string& contents, std::size_t limit) {
             ::SetLastError(ERROR_FILE_TOO_LARGE);
             return false;
         }
-        if (!WithoutThrowing([&] { return contents.append(block.data(), count).size() > 0; })) {
+        if (!NoThrow([&] { return contents.append(block.data(), count).size() > 0; })) {
             return false;
         }
     }
@@ -131,7 +133,7 @@ bool CreateFolder(const char* path) {
 }
 
 bool GetCurrentFolder(std::string& path) {
-    return FileCallPasses() && WithoutThrowing([&] { return file_system::GetCurrentFolder(path); });
+    return FileCallPasses() && NoThrow([&] { return file_system::GetCurrentFolder(path); });
 }
 
 } // namespace gaizior

@@ -52,7 +52,7 @@ public:
     bool ReadToEnd(std::string& contents, std::size_t limit);
     /// Writes all of `bytes`. To a file that is open to append they go in one piece, between the pieces of other
     /// processes; when that fails half-way (112: the disk is full), what was written is cut off again, unless another
-    /// process has appended behind it.
+    /// process has appended behind it; what one appends in that very moment may go with it.
     bool Write(std::string_view bytes);
     /// Returns when what was written survives a loss of power. After a failure it is lost, whatever a second call says.
     bool Flush();

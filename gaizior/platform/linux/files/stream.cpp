@@ -1,11 +1,11 @@
 #include "gaizior/platform/stream.h"
 
+#include "gaizior/platform/linux/system/unique_fd.h"
 #include "gaizior/platform/path.h"
 
 #include <cerrno>
 #include <string>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,10 +15,10 @@ namespace {
 /// Moves a stream that has just been opened out of the places of the standard streams, should the host have closed
 /// those: what it still writes to them would stand in the file. @returns null with errno set when there is no place.
 std::FILE* Lift(std::FILE* file, const char* mode) {
-    if (!file || ::fileno(file) > STDERR_FILENO) {
+    if (!file || !platform::IsStandardStream(::fileno(file))) {
         return file;
     }
-    const int number = ::fcntl(::fileno(file), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int number = platform::DuplicateLifted(::fileno(file));
     std::FILE* const lifted = number < 0 ? nullptr : ::fdopen(number, mode);
     const int error = errno;
     if (number >= 0 && !lifted) {

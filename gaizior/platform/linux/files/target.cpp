@@ -106,6 +106,10 @@ bool Rename(const std::string& from, const std::string& to, bool mayReplace) {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), flags) == 0) {
         return true;
     }
+    // Some file systems, shared ones above all, cannot rename so: a second name is refused as well where one is there.
+    if (!mayReplace && errno == EINVAL && ::link(from.c_str(), to.c_str()) == 0) {
+        return ::unlink(from.c_str()) == 0 || FailPath(from);
+    }
     return errno == EEXIST ? Fail(ERROR_FILE_EXISTS) : FailPath(to);
 }
 

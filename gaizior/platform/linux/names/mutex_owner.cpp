@@ -3,16 +3,27 @@
 #include "gaizior/platform/linux/names/named_object.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
-#include <fstream>
+#include <array>
+#include <sstream>
+
+#include <fcntl.h>
 
 namespace gaizior {
 namespace {
 
 using platform::NamedObject;
 
+/// The beginning of what the kernel tells of a process or thread; empty when there is none.
+std::istringstream Told(DWORD id, const char* what) {
+    const platform::UniqueFd file(::open(("/proc/" + std::to_string(id) + "/" + what).c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 1024> text;
+    const ssize_t length = ::read(file.Get(), text.data(), text.size());
+    return std::istringstream(std::string(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
+}
+
 /// The process that a thread belongs to; 0 when there is no such thread.
 DWORD ProcessOf(DWORD thread) {
-    std::ifstream status("/proc/" + std::to_string(thread) + "/status");
+    std::istringstream status = Told(thread, "status");
     for (std::string word; status >> word;) {
         DWORD process = 0;
         if (word == "Tgid:" && status >> process) {
@@ -23,7 +34,7 @@ DWORD ProcessOf(DWORD thread) {
 }
 
 std::string ProgramOf(DWORD process) {
-    std::ifstream name("/proc/" + std::to_string(process) + "/comm");
+    std::istringstream name = Told(process, "comm");
     std::string program;
     std::getline(name, program);
     return program;

@@ -2,6 +2,7 @@
 #include "gaizior/platform/linux/processes/process_watcher.h"
 #include "gaizior/platform/linux/processes/program_path.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/path.h"
 
 #include <cerrno>
 #include <csignal>
@@ -21,6 +22,7 @@
 namespace {
 
 using namespace gaizior::platform;
+using gaizior::ToSystemPath;
 namespace fs = std::filesystem;
 
 constexpr DWORD kAllAccess = 0xFFFFFFFF;
@@ -152,7 +154,7 @@ DWORD WhyNoProgram(const char* application, const char* commandLine) {
 /// CreateProcessA with its arguments checked.
 BOOL Launch(const char* application, const char* commandLine, DWORD flags, void* environment, const char* directory,
             PROCESS_INFORMATION& information) {
-    const std::string folder = directory ? WithSlashes(directory) : std::string();
+    const std::string folder = directory ? ToSystemPath(directory) : std::string();
     std::error_code ignored;
     if (directory && !fs::is_directory(folder, ignored)) {
         return Fail(ERROR_DIRECTORY);
@@ -160,7 +162,7 @@ BOOL Launch(const char* application, const char* commandLine, DWORD flags, void*
     std::vector<std::string> words =
         commandLine ? SplitCommandLine(commandLine) : std::vector<std::string>{application};
     const std::string program =
-        application ? AbsolutePath(WithSlashes(application)) : FindProgram(WithSlashes(words.front()));
+        application ? AbsolutePath(ToSystemPath(application)) : FindProgram(ToSystemPath(words.front()));
     if (program.empty()) {
         return Fail(WhyNoProgram(application, commandLine));
     }

@@ -34,11 +34,6 @@ std::vector<fs::path> SearchFolders() {
 
 } // namespace
 
-std::string WithSlashes(std::string path) {
-    std::ranges::replace(path, '\\', '/');
-    return path;
-}
-
 std::string AbsolutePath(const std::string& path) {
     std::error_code ignored;
     return fs::absolute(path, ignored);

@@ -4,9 +4,6 @@
 
 namespace gaizior::platform {
 
-/// The same path with the separators of this system.
-std::string WithSlashes(std::string path);
-
 /// A child that begins in another folder must find the same file. Empty for an empty path and when the current folder
 /// is gone.
 std::string AbsolutePath(const std::string& path);

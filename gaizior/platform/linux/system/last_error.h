@@ -1,9 +1,9 @@
 #pragma once
 
+#include "gaizior/platform/no_throw.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <cstddef>
-#include <new>
 
 namespace gaizior::platform {
 
@@ -25,15 +25,6 @@ inline std::nullptr_t FailErrnoNull() {
     return nullptr;
 }
 
-/// Runs the body of a call, which must not throw: without memory it fails with ERROR_NOT_ENOUGH_MEMORY.
-template <typename Body>
-auto NoThrow(Body&& body) -> decltype(body()) {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        Fail(ERROR_NOT_ENOUGH_MEMORY);
-        return {};
-    }
-}
+using gaizior::NoThrow;
 
 } // namespace gaizior::platform

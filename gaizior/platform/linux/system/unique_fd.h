@@ -8,15 +8,29 @@
 
 namespace gaizior::platform {
 
-/// Moves a descriptor that a call has just opened out of the places of the standard streams: a host that has closed
-/// those still writes to them, and would write into what took their places.
+/// Whether a descriptor has the place of a standard stream. A host that has closed those still writes to them, and
+/// would write into what took their places.
+constexpr bool IsStandardStream(int fd) {
+    return fd >= 0 && fd <= STDERR_FILENO;
+}
+
+/// A second descriptor for the same, behind the places of the standard streams. @returns -1 with errno set.
+inline int DuplicateLifted(int fd) {
+    const int lifted = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (lifted < 0 && errno == EINVAL) {
+        errno = EMFILE; // a limit of three descriptors or less
+    }
+    return lifted;
+}
+
+/// Moves a descriptor that a call has just opened out of the places of the standard streams.
 /// @returns -1 with errno set, nothing left open, when it was -1 or there is no other place.
 inline int LiftDescriptor(int fd) {
-    if (fd < 0 || fd > STDERR_FILENO) {
+    if (!IsStandardStream(fd)) {
         return fd;
     }
-    const int lifted = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    const int error = errno == EINVAL ? EMFILE : errno; // a limit of three descriptors or less
+    const int lifted = DuplicateLifted(fd);
+    const int error = errno;
     ::close(fd);
     errno = error;
     return lifted;
