@@ -11,11 +11,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <iterator>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #ifndef _WIN32
@@ -49,11 +52,6 @@ protected:
     std::ptrdiff_t CountFiles() const {
         return std::distance(fs::directory_iterator(m_folder.Path()), fs::directory_iterator());
     }
-    FILETIME LastWrite(const char* name) const {
-        FileStatus status{};
-        EXPECT_TRUE(QueryFile(Path(name).c_str(), status));
-        return status.lastWrite;
-    }
 
     ScratchFolder m_folder;
     std::string m_file = Path("file");
@@ -73,89 +71,60 @@ TEST_F(FilesTest, HoldTheOldOrTheNewWhicheverCallFails) {
         return file && file.Write(" and more");
     };
     const auto copy = [&] { return CopyWholeFile(m_source.c_str(), m_file.c_str(), false); };
-    const struct {
-        const char* name;
-        std::function<bool()> operation;
-        const char *before, *after;
-        unsigned leastCalls;
-    } cases[] = {{"save", save, "old", "new text", 7},
-                 {"save a first time", save, kNone, "new text", 6},
-                 {"append", append, "old", "old and more", 2},
-                 {"copy", copy, "old", "source", 11},
-                 {"copy a first time", copy, kNone, "source", 10}};
-    for (const auto& c : cases) {
+    // The operation, what the file holds before and after it, and the calls that it takes at least.
+    const std::tuple<const char*, std::function<bool()>, const char*, const char*, unsigned> cases[] = {
+        {"save", save, "old", "new text", 7},
+        {"save a first time", save, kNone, "new text", 6},
+        {"append", append, "old", "old and more", 2},
+        {"copy", copy, "old", "source", 11},
+        {"copy a first time", copy, kNone, "source", 10}};
+    for (const auto& [name, operation, before, after, leastCalls] : cases) {
         unsigned calls = 0;
         for (bool failed = true; failed; ++calls) {
             Put("source", "source");
-            Put("file", c.before);
+            Put("file", before);
             const std::ptrdiff_t files = CountFiles();
             seams::FailFileCall(calls + 1, ERROR_CANCELLED);
-            const bool succeeded = c.operation();
+            const bool succeeded = operation();
             const DWORD error = ::GetLastError();
             failed = seams::HasFileCallFailed();
             seams::FailFileCall(0, NO_ERROR);
-            EXPECT_EQ(succeeded, !failed) << c.name << ' ' << calls;
-            EXPECT_TRUE(!failed || error == ERROR_CANCELLED) << c.name << ' ' << calls << ' ' << error;
+            EXPECT_EQ(succeeded, !failed) << name << ' ' << calls;
+            EXPECT_TRUE(!failed || error == ERROR_CANCELLED) << name << ' ' << calls << ' ' << error;
             const std::string contents = Contents("file");
-            EXPECT_TRUE(contents == c.after || (failed && contents == c.before)) << c.name << ' ' << calls << contents;
-            EXPECT_EQ(CountFiles(), files + (contents == kNone || c.before != std::string(kNone) ? 0 : 1)) << c.name;
+            EXPECT_TRUE(contents == after || (failed && contents == before)) << name << ' ' << calls << contents;
+            EXPECT_EQ(CountFiles(), files + (contents == kNone || before != std::string(kNone) ? 0 : 1)) << name;
         }
-        EXPECT_GT(calls, c.leastCalls) << c.name;
+        EXPECT_GT(calls, leastCalls) << name;
     }
 }
 
 TEST_F(FilesTest, TellWhyTheyAreRefused) {
     Put("file", "1234");
     const std::string folder = m_folder.Path().string();
-    const std::string lost = Path("lost"), astray = Path("astray/file"), below = Path("file/below"), nothing;
-    const auto save = [](const std::string& path) { return SaveFile(path.c_str(), "text"); };
-    const auto open = [](const std::string& path) { return static_cast<bool>(File::OpenToRead(path.c_str())); };
-    const auto append = [](const std::string& path) { return static_cast<bool>(File::OpenToAppend(path.c_str())); };
-    const auto make = [](const std::string& path) { return CreateFolder(path.c_str()); };
-    const auto remove = [](const std::string& path) { return RemoveFile(path.c_str()); };
-    const auto hide = [](const std::string& path) { return SetHidden(path.c_str(), true); };
-    const auto query = [](const std::string& path) {
-        FileStatus status{};
-        return QueryFile(path.c_str(), status);
-    };
-    const auto readThreeBytes = [](const std::string& path) {
-        std::string contents;
-        return ReadWholeFile(path.c_str(), contents, 3);
-    };
-    const auto copyOnto = [&](const std::string& path) { return CopyWholeFile(m_file.c_str(), path.c_str(), false); };
-    const auto copyToNew = [&](const std::string& path) { return CopyWholeFile(m_file.c_str(), path.c_str(), true); };
-    const auto writeUnopened = [](const std::string&) { return FileReplacement().Write("text"); };
-    const struct {
-        const char* name;
-        std::function<bool(const std::string&)> call;
-        const std::string& path;
-        DWORD error;
-    } cases[] = {{"save", save, folder, 5},
-                 {"save", save, astray, 3},
-                 {"open", open, lost, 2},
-                 {"open", open, astray, 3},
-                 {"open", open, folder, 5},
-                 {"open", open, nothing, 3},
-                 {"append", append, folder, 5},
-                 {"append", append, astray, 3},
-                 {"remove", remove, lost, 2},
-                 {"remove", remove, folder, 5},
-                 {"make", make, astray, 3},
-                 {"make", make, below, 3},
-                 {"make", make, folder, 183},
-                 {"query", query, lost, 2},
-                 {"query", query, astray, 3},
-                 {"hide", hide, lost, 2},
-                 {"limit", readThreeBytes, m_file, 223},
-                 {"copy", copyOnto, m_file, 32},
-                 {"copy", copyToNew, m_file, 80},
-                 {"copy", copyOnto, folder, 5},
-                 {"write", writeUnopened, m_file, 6}};
-    for (const auto& c : cases) {
-        EXPECT_FALSE(c.call(c.path)) << c.name << ' ' << c.path;
-        EXPECT_EQ(::GetLastError(), c.error) << c.name << ' ' << c.path;
+    const std::string lost = Path("lost"), astray = Path("astray/file"), below = Path("file/below");
+    FileStatus status{};
+    std::string text;
+    using Call = std::function<bool(const char*)>;
+    const std::tuple<const char*, Call, std::vector<std::pair<std::string, DWORD>>> cases[] = {
+        {"save", [](auto path) { return SaveFile(path, "text"); }, {{folder, 5}, {astray, 3}}},
+        {"open", [](auto path) { return !!File::OpenToRead(path); }, {{lost, 2}, {astray, 3}, {folder, 5}, {"", 3}}},
+        {"append", [](auto path) { return !!File::OpenToAppend(path); }, {{folder, 5}, {astray, 3}}},
+        {"remove", RemoveFile, {{lost, 2}, {folder, 5}}},
+        {"query", [&](auto path) { return QueryFile(path, status); }, {{lost, 2}, {astray, 3}}},
+        {"hide", [](auto path) { return SetHidden(path, true); }, {{lost, 2}}},
+        {"limit", [&](auto path) { return ReadWholeFile(path, text, 3); }, {{m_file, 223}}},
+        {"copy", [&](auto path) { return CopyWholeFile(m_file.c_str(), path, false); }, {{m_file, 32}, {folder, 5}}},
+        {"copy anew", [&](auto path) { return CopyWholeFile(m_file.c_str(), path, true); }, {{m_file, 80}}},
+        {"write", [](auto) { return FileReplacement().Write("text"); }, {{m_file, 6}}},
+        {"make", CreateFolder, {{folder, 183}, {astray, 3}, {below, 3}}}};
+    for (const auto& [name, call, refusals] : cases) {
+        for (const auto& [path, error] : refusals) {
+            EXPECT_FALSE(call(path.c_str())) << name << ' ' << path;
+            EXPECT_EQ(::GetLastError(), error) << name << ' ' << path;
+        }
     }
-    EXPECT_TRUE(!make(below) && errno == ENOENT);
+    EXPECT_EQ(errno, ENOENT) << "as the last one tells too";
     EXPECT_EQ(Contents("file"), "1234");
     EXPECT_EQ(CountFiles(), 1);
 }
@@ -174,9 +143,9 @@ TEST_F(FilesTest, StayHiddenAndCopiesKeepTheirTime) {
     Put("source", "source");
     fs::last_write_time(m_folder.Path() / "source", fs::file_time_type::clock::now() - std::chrono::hours(50));
     EXPECT_TRUE(CopyWholeFile(m_source.c_str(), m_file.c_str(), true));
-    const FILETIME copied = LastWrite("file"), original = LastWrite("source");
-    EXPECT_EQ(copied.dwHighDateTime, original.dwHighDateTime);
-    EXPECT_EQ(copied.dwLowDateTime, original.dwLowDateTime);
+    FileStatus copy{}, original{};
+    EXPECT_TRUE(QueryFile(m_file.c_str(), copy) && QueryFile(m_source.c_str(), original));
+    EXPECT_EQ(std::memcmp(&copy.lastWrite, &original.lastWrite, sizeof(FILETIME)), 0);
     const auto isHidden = [this] {
 #ifdef _WIN32
         return (::GetFileAttributesA(m_file.c_str()) & FILE_ATTRIBUTE_HIDDEN) != 0;
@@ -215,11 +184,10 @@ TEST_F(FilesTest, OfOneFolderAreLockedForOneAtATime) {
             EXPECT_TRUE(SaveFile(m_file.c_str(), contents + 'x')) << ::GetLastError();
         }
     };
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < kThreads; ++i) {
-        threads.emplace_back(addLetters);
+    {
+        std::vector<std::jthread> threads(kThreads);
+        std::ranges::generate(threads, [&] { return std::jthread(addLetters); });
     }
-    std::ranges::for_each(threads, &std::thread::join);
     EXPECT_EQ(Contents("file"), std::string(kThreads * kRounds, 'x'));
     const auto errorOf = [this](const char* name, DWORD milliseconds) {
         FileLock lock;

@@ -1,13 +1,14 @@
 // What a forked child may do with what it inherited, and that its parent does not feel it.
 
 #include "tests/platform/objects.h"
-#include "tests/support/child.h"
 #include "tests/support/forked_child.h"
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 namespace gaizior::test {
 namespace {
@@ -19,15 +20,6 @@ struct ForkedChildren : ObjectTest {
 #endif
     }
 };
-
-std::atomic<int> g_events{0};
-BOOL Count(DWORD) {
-    ++g_events;
-    return TRUE;
-}
-BOOL Leave(DWORD) {
-    std::_Exit(41);
-}
 
 TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes) {
     const UniqueHandle mine = Mutex(TRUE);
@@ -65,10 +57,13 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
 
 TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {
     const UniqueHandle ready = Event(FALSE, FALSE, "ready");
-    ::SetConsoleCtrlHandler(Count, TRUE);
+    static std::atomic<int> events{0};
+    const PHANDLER_ROUTINE count = [](DWORD) -> BOOL { return ++events; };
+    const PHANDLER_ROUTINE leave = [](DWORD) -> BOOL { std::_Exit(41); };
+    ::SetConsoleCtrlHandler(count, TRUE);
     for (const bool addsHandler : {false, true}) {
         ForkedChild child([&] {
-            ::SetConsoleCtrlHandler(addsHandler ? Leave : nullptr, addsHandler);
+            ::SetConsoleCtrlHandler(addsHandler ? leave : nullptr, addsHandler);
             ::SetEvent(ready.Get());
             ::Sleep(INFINITE);
         });
@@ -76,20 +71,18 @@ TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {
         ::kill(child.Id(), SIGTERM);
         EXPECT_EQ(child.ExitCode(), addsHandler ? 41 : 128 + SIGTERM);
     }
-    EXPECT_EQ(g_events, 0);
+    EXPECT_EQ(events, 0);
     ::raise(SIGTERM);
-    while (g_events == 0) {
+    while (events == 0) {
         ::Sleep(1);
     }
-    ::SetConsoleCtrlHandler(Count, FALSE);
+    ::SetConsoleCtrlHandler(count, FALSE);
 }
 
 TEST_F(ForkedChildren, StartProcessesAndSeeTheirParentsEnd) {
-    const std::string program = SiblingProgram("platform_child");
-    const std::string told = '"' + folder.File("told") + "\" ";
-    const Child sibling(program, "console " + told + "ask");
+    const Child sibling(nullptr, ChildLine("console", "ask"));
     ForkedChild child([&] {
-        EXPECT_EQ(Child(program, "arguments " + told).ExitCode(), 0u);
+        EXPECT_EQ(Child(nullptr, ChildLine("arguments")).ExitCode(), 0u);
         EXPECT_TRUE(::TerminateProcess(sibling.Handle(), 7));
         EXPECT_EQ(::WaitForSingleObject(sibling.Handle(), INFINITE), WAIT_OBJECT_0);
         DWORD code = 0;
@@ -137,21 +130,18 @@ TEST_F(ForkedChildren, FindNothingHalfDone) {
         EXPECT_EQ(TextIn(Section(nullptr)), "");
     };
     std::atomic<bool> isOver{false};
-    std::thread others[4];
-    for (std::thread& other : others) {
-        other = std::thread([&] {
+    std::vector<std::jthread> others(4);
+    std::ranges::generate(others, [&] {
+        return std::jthread([&] {
             while (!isOver) {
                 useEverything();
             }
         });
-    }
+    });
     for (int i = 0; i < 100; ++i) {
         EXPECT_EQ(ForkedChild(useEverything).ExitCode(), 0);
     }
     isOver = true;
-    for (std::thread& other : others) {
-        other.join();
-    }
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "gaizior/values/text_file.h"
 #include "tests/platform/objects.h"
-#include "tests/support/child.h"
 #include "tests/support/forked_child.h"
 
 #include <algorithm>
@@ -26,11 +25,7 @@ bool HoldsInForkedChild(const Function& function) {
 }
 
 /// How names look to those who look into the shared-memory folder.
-struct LinuxNames : ObjectTest {
-    std::string File(const char* name) const {
-        return (names.Path() / name).string();
-    }
-};
+using LinuxNames = ObjectTest;
 
 TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
     const mode_t before = ::umask(0777);
@@ -38,7 +33,7 @@ TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
         const UniqueHandle section = Section("Some_Queue", 54412);
         const UniqueHandle mutex = Mutex(TRUE, "Some_Mutex");
         struct stat status {};
-        ASSERT_EQ(::stat(File("Some_Queue").c_str(), &status), 0);
+        ASSERT_EQ(::stat(names.File("Some_Queue").c_str(), &status), 0);
         EXPECT_EQ(status.st_size, 54412) << "the section's bytes and nothing else";
         EXPECT_EQ(status.st_mode & 0777, 0600u) << "whatever the umask";
     }
@@ -48,8 +43,7 @@ TEST_F(LinuxNames, AreFilesThatGoWithTheirLastHolder) {
 
 TEST_F(LinuxNames, AreGoneWithAProcessThatEndsByItself) {
     for (const char* kind : {"mutex", "event", "section"}) {
-        const Child child(SiblingProgram("platform_child"), "leave \"" + folder.File(kind) + "\" " + kind + " it");
-        EXPECT_EQ(child.ExitCode(), 0u) << kind;
+        EXPECT_EQ(Child(nullptr, ChildLine("leave", kind + std::string(" it"))).ExitCode(), 0u) << kind;
         EXPECT_TRUE(std::filesystem::is_empty(names.Path())) << kind;
     }
 }
@@ -82,7 +76,7 @@ TEST_F(LinuxNames, ThatCannotBeMadeLeaveNothingBehind) {
 
 /// A process that was stopped while it made a name keeps the lock, as the test does here.
 TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
-    const int stuck = ::open(File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
+    const int stuck = ::open(names.File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
     const struct flock lock = {F_WRLCK, SEEK_SET, 0, 1, 0};
     ASSERT_EQ(::fcntl(stuck, F_OFD_SETLK, &lock), 0);
     std::atomic<DWORD> error{0};
@@ -102,8 +96,8 @@ TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnew) {
     const std::tuple<const char*, const char*, mode_t> cases[] = {
         {"whole", "what was written", 0600}, {"empty", "", 0600}, {"before its umask was undone", "", 0}};
     for (const auto& [name, text, mode] : cases) {
-        std::ofstream(File(name)) << text;
-        ASSERT_EQ(::chmod(File(name).c_str(), mode) + ::chown(File(name).c_str(), user, user), 0);
+        std::ofstream(names.File(name)) << text;
+        ASSERT_EQ(::chmod(names.File(name).c_str(), mode) + ::chown(names.File(name).c_str(), user, user), 0);
         EXPECT_TRUE(HoldsInForkedChild([user, it = name] {
             return ::seteuid(user) == 0 && TextIn(Section(it, 16)).empty();
         })) << name;
@@ -111,11 +105,11 @@ TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnew) {
 }
 
 TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefusedAndLeftAsItIs) {
-    std::filesystem::create_directory(File("folder"));
-    std::filesystem::create_symlink(File("elsewhere"), File("link"));
-    std::ofstream(File("other")) << "of another size";
-    std::ofstream(File("foreign")) << "x";
-    const bool canGiveAway = ::chown(File("foreign").c_str(), 12345, 12345) == 0;
+    std::filesystem::create_directory(names.File("folder"));
+    std::filesystem::create_symlink(names.File("elsewhere"), names.File("link"));
+    std::ofstream(names.File("other")) << "of another size";
+    std::ofstream(names.File("foreign")) << "x";
+    const bool canGiveAway = ::chown(names.File("foreign").c_str(), 12345, 12345) == 0;
     const std::pair<const char*, DWORD> cases[] = {
         {"folder", ERROR_ACCESS_DENIED}, {"link", ERROR_CANT_RESOLVE_FILENAME},
         {"other", ERROR_INVALID_HANDLE}, {"foreign", canGiveAway ? ERROR_ACCESS_DENIED : ERROR_INVALID_HANDLE},
@@ -124,9 +118,9 @@ TEST_F(LinuxNames, WhatIsNotAPlainFileOfOursIsRefusedAndLeftAsItIs) {
     for (const auto& [name, error] : cases) {
         EXPECT_EQ(ErrorOf(Section(name)), error) << name;
     }
-    EXPECT_FALSE(std::filesystem::exists(File("elsewhere")));
-    EXPECT_TRUE(std::filesystem::exists(File("foreign")));
-    EXPECT_EQ(std::filesystem::file_size(File("other")), 15u);
+    EXPECT_FALSE(std::filesystem::exists(names.File("elsewhere")));
+    EXPECT_TRUE(std::filesystem::exists(names.File("foreign")));
+    EXPECT_EQ(std::filesystem::file_size(names.File("other")), 15u);
 }
 
 } // namespace

@@ -1,8 +1,6 @@
 #include "tests/platform/objects.h"
-#include "tests/support/child.h"
 
 #include <array>
-#include <filesystem>
 #include <memory>
 #include <thread>
 #include <tuple>
@@ -14,11 +12,8 @@ namespace {
 struct NamedObjectTest : ObjectTest {
     /// Starts a child that holds a name: "mutex" takes it, "event" sets it, "section" writes into it.
     std::unique_ptr<Child> StartHolder(const std::string& kindAndName) {
-        const std::string file = folder.File("told");
-        auto child = std::make_unique<Child>(SiblingProgram("platform_child"), "hold \"" + file + "\" " + kindAndName);
-        while (!std::filesystem::remove(file)) {
-            ::Sleep(2);
-        }
+        auto child = std::make_unique<Child>(nullptr, ChildLine("hold", kindAndName));
+        AwaitTold();
         return child;
     }
 };
@@ -79,11 +74,11 @@ TEST_F(NamedObjectTest, NamesShareOneSpaceAcrossKindsAndAnEmptyOneIsNone) {
 }
 
 /// The kernel tells at once that the owner died: nobody waits for a time-out.
-TEST_F(NamedObjectTest, AKilledOwnerAbandonsTheMutexToItsWaiter) {
+TEST_F(NamedObjectTest, AnotherProcessEndsAWaitByItsDeathOrByAnEvent) {
     const UniqueHandle mutex = Mutex(FALSE, "m");
-    const UniqueHandle never = Event(TRUE, FALSE, "never");
+    const UniqueHandle event = Event(TRUE, FALSE, "e");
     const UniqueHandle local = Event();
-    const HANDLE handles[] = {never.Get(), local.Get(), mutex.Get()};
+    const HANDLE handles[] = {local.Get(), event.Get(), mutex.Get()};
     for (const bool amongOthers : {false, true}) {
         const auto holder = StartHolder("mutex m");
         EXPECT_EQ(Wait(mutex), kTimeout);
@@ -96,6 +91,8 @@ TEST_F(NamedObjectTest, AKilledOwnerAbandonsTheMutexToItsWaiter) {
         EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0) << "it is told once";
         EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
     }
+    const std::jthread starter([&] { StartHolder("event e"); });
+    EXPECT_EQ(::WaitForMultipleObjects(2, handles, FALSE, 30'000), WAIT_OBJECT_0 + 1);
 }
 
 TEST_F(NamedObjectTest, ANameWhoseHoldersAllDiedIsFresh) {
@@ -139,14 +136,6 @@ TEST_F(NamedObjectTest, AViewReachesToAPagesEndAndMayWhatItsHandleMay) {
         EXPECT_EQ(view ? 0 : ::GetLastError(), error) << allowed << ' ' << access << ' ' << offset << ' ' << size;
         ::UnmapViewOfFile(view);
     }
-}
-
-TEST_F(NamedObjectTest, AnotherProcessSetsANamedEvent) {
-    const UniqueHandle event = Event(TRUE, FALSE, "e");
-    const UniqueHandle local = Event();
-    const HANDLE handles[] = {local.Get(), event.Get()};
-    const std::jthread starter([&] { StartHolder("event e"); });
-    EXPECT_EQ(WaitAny(handles, 30'000), WAIT_OBJECT_0 + 1);
 }
 
 } // namespace

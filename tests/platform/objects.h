@@ -1,12 +1,14 @@
 #pragma once
 
 #include "gaizior/platform/unique_handle.h"
+#include "tests/support/child.h"
 #include "tests/support/scratch.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 
 namespace gaizior::test {
@@ -47,10 +49,21 @@ DWORD ErrorOf(const Result& result) {
     return result ? ~DWORD{0} : ::GetLastError();
 }
 
-/// Objects whose names no other test sees, and a limit on the waits for them.
+/// Objects whose names no other test sees, a child to share them with, and a limit on the waits for them.
 struct ObjectTest : testing::Test {
+    /// The command line of platform_child for one of its uses, with the file that it tells into.
+    std::string ChildLine(const std::string& use, const std::string& arguments = "") const {
+        return "platform_child " + use + " \"" + told + "\" " + arguments;
+    }
+    void AwaitTold() const {
+        while (!std::filesystem::remove(told)) {
+            ::Sleep(2);
+        }
+    }
+
     Watchdog watchdog;
     ScratchFolder folder;
+    const std::string told = folder.File("told");
     PrivateNames names;
 };
 

@@ -1,12 +1,12 @@
 // Starting, watching and ending processes. Runs on both systems; Windows decides.
 
 #include "tests/platform/objects.h"
-#include "tests/support/child.h"
 
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 #include <utility>
 
 #ifndef _WIN32
@@ -21,34 +21,24 @@ struct Processes : ObjectTest {
     /// What a child told, each part ended by a bar.
     std::string Told() const {
         std::string all;
-        std::ifstream in(file, std::ios::binary);
+        std::ifstream in(told, std::ios::binary);
         std::getline(in, all, '\0');
         return all;
     }
-
-    const std::string file = folder.File("told");
-    const std::string quotedFile = '"' + file + "\" ";
 };
 
 TEST_F(Processes, GetTheirCommandLineSplitAsWindowsDoes) {
-    const std::pair<const char*, const char*> cases[] = {{"", ""},
-                                                         {"  a\t b \t", "a|b|"},
-                                                         {R"("a b" c)", "a b|c|"},
-                                                         {R"(a"b c"d)", "ab cd|"},
-                                                         {R"("")", "|"},
-                                                         {R"(a""b c)", "ab|c|"},
-                                                         {R"(\a\\b)", R"(\a\\b|)"},
-                                                         {R"("a\\" b)", R"(a\|b|)"},
-                                                         {R"("a\"b")", R"(a"b|)"},
-                                                         {R"(\\\"a)", R"(\"a|)"},
-                                                         {R"(a\\\\"b c" d)", R"(a\\b c|d|)"},
-                                                         {R"("a""b" c)", R"(a"b|c|)"},
-                                                         {R"("a """ b)", R"(a "|b|)"},
-                                                         {R"(""""" b)", R"("" b|)"},
-                                                         {R"("not closed x)", "not closed x|"},
-                                                         {"'a\nb'", "'a\nb'|"}};
+    const std::pair<const char*, const char*> cases[] = {
+        {"", ""},
+        {"  a\t b 'c\nd' \t", "a|b|'c\nd'|"},
+        {R"("a b" c a"b c"d "" a""b)", "a b|c|ab cd||ab|"},
+        {R"(\a\\b "a\\" "a\"b" \\\"a a\\\\"b c" d)", R"(\a\\b|a\|a"b|\"a|a\\b c|d|)"},
+        {R"("a""b" c "a """ b)", R"(a"b|c|a "|b|)"},
+        {R"(a """"" b)", R"(a|"" b|)"},
+        {R"("not closed x)", "not closed x|"},
+    };
     for (const auto& [line, words] : cases) {
-        EXPECT_EQ(Child(nullptr, "platform_child arguments " + quotedFile + line).ExitCode(), 0u) << line;
+        EXPECT_EQ(Child(nullptr, ChildLine("arguments", line)).ExitCode(), 0u) << line;
         EXPECT_EQ(Told(), words) << line;
     }
 }
@@ -56,21 +46,20 @@ TEST_F(Processes, GetTheirCommandLineSplitAsWindowsDoes) {
 TEST_F(Processes, InheritFolderAndEnvironmentUnlessTheyAreGivenButNoDescriptors) {
     const ScopedVariable variable("GAIZIOR_TEST_VALUE", "mine");
     const std::ofstream notInherited(folder.File("open"));
-    const std::string line = "platform_child surroundings " + quotedFile;
-    EXPECT_EQ(Child(nullptr, line).ExitCode(), 0u);
-    const std::string descriptors = Told().substr(Told().rfind('|', Told().size() - 2));
-#ifndef _WIN32
-    EXPECT_EQ(descriptors, "|4|");
+    const std::string line = ChildLine("surroundings");
+#ifdef _WIN32
+    const std::string descriptors = "|0|";
+#else
+    const std::string descriptors = "|4|";
+    const int before = ::fcntl(STDIN_FILENO, F_GETFD);
+    ::fcntl(STDIN_FILENO, F_SETFD, FD_CLOEXEC); // and yet the child's first file is not its standard input
 #endif
+    EXPECT_EQ(Child(nullptr, line).ExitCode(), 0u);
     EXPECT_EQ(Told(), std::filesystem::current_path().filename().string() + "|mine" + descriptors);
 
     // The folder of the running program is found whichever folder the child gets.
     std::string environment = "GAIZIOR_TEST_VALUE=given";
     environment.append("\0PATH=", 6).append(std::getenv("PATH")).append(2, '\0');
-#ifndef _WIN32
-    const int before = ::fcntl(STDIN_FILENO, F_GETFD);
-    ::fcntl(STDIN_FILENO, F_SETFD, FD_CLOEXEC); // and yet the child's first file is not its standard input
-#endif
     EXPECT_EQ(Child(nullptr, line, 0, environment.data(), folder.Path().string().c_str()).ExitCode(), 0u);
     EXPECT_EQ(Told(), folder.Path().filename().string() + "|given" + descriptors);
 #ifndef _WIN32
@@ -89,44 +78,40 @@ TEST_F(Processes, ThatCannotBeStartedSayWhyAndLeaveNoHandles) {
     }
     std::filesystem::permissions(noProgram, std::filesystem::perms::all);
     std::filesystem::permissions(readOnly, std::filesystem::perms::owner_read);
-    const struct {
-        const char* application;
-        std::string line;
-        DWORD error;
-        const char* directory = nullptr;
-    } cases[] = {
-        {nullptr, "no_such_program a b", ERROR_FILE_NOT_FOUND},
-        {nullptr, nowhere + " a", ERROR_FILE_NOT_FOUND},
-        {nullptr, " platform_child", ERROR_FILE_NOT_FOUND},
-        {nullptr, "", ERROR_FILE_NOT_FOUND},
-        {nullptr, R"("" a)", ERROR_INVALID_PARAMETER},
-        {"", "a", ERROR_PATH_NOT_FOUND},
-        {nowhere.c_str(), "a b", ERROR_FILE_NOT_FOUND},
-        {noProgram.c_str(), "a", ERROR_BAD_EXE_FORMAT},
-        {nullptr, "platform_child", ERROR_DIRECTORY, nowhere.c_str()},
+    // The application, the command line, the folder, the error.
+    const std::tuple<const char*, std::string, const char*, DWORD> cases[] = {
+        {nullptr, "no_such_program a b", nullptr, ERROR_FILE_NOT_FOUND},
+        {nullptr, nowhere + " a", nullptr, ERROR_FILE_NOT_FOUND},
+        {nullptr, " platform_child", nullptr, ERROR_FILE_NOT_FOUND},
+        {nullptr, "", nullptr, ERROR_FILE_NOT_FOUND},
+        {nullptr, R"("" a)", nullptr, ERROR_INVALID_PARAMETER},
+        {"", "a", nullptr, ERROR_PATH_NOT_FOUND},
+        {nowhere.c_str(), "a b", nullptr, ERROR_FILE_NOT_FOUND},
+        {noProgram.c_str(), "a", nullptr, ERROR_BAD_EXE_FORMAT},
+        {nullptr, "platform_child", nowhere.c_str(), ERROR_DIRECTORY},
 #ifndef _WIN32
-        {readOnly.c_str(), "a", ERROR_ACCESS_DENIED},
-        {below.c_str(), "a", ERROR_PATH_NOT_FOUND},
-        {"/proc/self/exe", tooLong, ERROR_FILENAME_EXCED_RANGE},
-        {nullptr, '/' + tooLong, ERROR_FILENAME_EXCED_RANGE},
+        {readOnly.c_str(), "a", nullptr, ERROR_ACCESS_DENIED},
+        {below.c_str(), "a", nullptr, ERROR_PATH_NOT_FOUND},
+        {"/proc/self/exe", tooLong, nullptr, ERROR_FILENAME_EXCED_RANGE},
+        {nullptr, '/' + tooLong, nullptr, ERROR_FILENAME_EXCED_RANGE},
 #endif
     };
-    for (const auto& c : cases) {
+    for (const auto& [application, text, directory, error] : cases) {
         PROCESS_INFORMATION information{INVALID_HANDLE_VALUE, INVALID_HANDLE_VALUE, 1, 1};
-        std::string line = c.line;
+        std::string line = text;
         STARTUPINFOA startup{};
         startup.cb = sizeof(startup);
-        EXPECT_EQ(ErrorOf(::CreateProcessA(c.application, line.data(), nullptr, nullptr, FALSE, 0, nullptr, c.directory,
+        EXPECT_EQ(ErrorOf(::CreateProcessA(application, line.data(), nullptr, nullptr, FALSE, 0, nullptr, directory,
                                            &startup, &information)),
-                  c.error)
-            << (c.application ? c.application : "") << ' ' << line.substr(0, 80);
+                  error)
+            << (application ? application : "") << ' ' << line.substr(0, 80);
         // Wine leaves the handles alone where it finds no program to the command line.
-        EXPECT_TRUE(!c.application || (!information.hProcess && !information.hThread && !information.dwProcessId));
+        EXPECT_TRUE(!application || (!information.hProcess && !information.hThread && !information.dwProcessId));
     }
 }
 
 TEST_F(Processes, AreSignalledAtTheirEndThroughEveryHandle) {
-    const Child child(nullptr, "platform_child console " + quotedFile + "ask");
+    const Child child(nullptr, ChildLine("console", "ask"));
     const UniqueHandle opened(::OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
                                             child.Information().dwProcessId));
     const HANDLE all[] = {child.Information().hThread, child.Handle(), opened.Get()};
@@ -155,30 +140,25 @@ TEST_F(Processes, AreRefusedToThoseWithoutTheRightAndForOtherHandles) {
 #ifndef _WIN32
 
 TEST_F(Processes, GetSignalsAsConsoleEvents) {
-    const struct {
-        const char* what;
-        int deafTo; // 0: none
-        int signal;
-        DWORD code;
-    } cases[] = {{"ask", 0, SIGINT, 40 + CTRL_C_EVENT},
-                 {"ask", 0, SIGQUIT, 40 + CTRL_BREAK_EVENT},
-                 {"ask", 0, SIGHUP, 40 + CTRL_CLOSE_EVENT},
-                 {"ask", SIGHUP, SIGTERM, 40 + CTRL_CLOSE_EVENT}, // as nohup starts it
-                 {"pass", 0, SIGINT, 128 + SIGINT},
-                 {"remove", 0, SIGINT, 128 + SIGINT},
-                 {"ignore", SIGINT, SIGTERM, 40 + CTRL_CLOSE_EVENT}};
-    for (const auto& c : cases) {
-        const auto before = std::signal(SIGHUP, c.deafTo == SIGHUP ? SIG_IGN : SIG_DFL);
-        const Child child(nullptr, "platform_child console " + quotedFile + c.what, CREATE_NEW_PROCESS_GROUP);
+    // What the child does, the signal it is deaf to (0: none), the one it gets then, its exit code.
+    const std::tuple<const char*, int, int, DWORD> cases[] = {
+        {"ask", 0, SIGINT, 40 + CTRL_C_EVENT},
+        {"ask", 0, SIGQUIT, 40 + CTRL_BREAK_EVENT},
+        {"ask", 0, SIGHUP, 40 + CTRL_CLOSE_EVENT},
+        {"ask", SIGHUP, SIGTERM, 40 + CTRL_CLOSE_EVENT}, // as nohup starts it
+        {"pass", 0, SIGINT, 128 + SIGINT},
+        {"remove", 0, SIGINT, 128 + SIGINT},
+        {"ignore", SIGINT, SIGTERM, 40 + CTRL_CLOSE_EVENT}};
+    for (const auto& [what, deafTo, signal, code] : cases) {
+        const auto before = std::signal(SIGHUP, deafTo == SIGHUP ? SIG_IGN : SIG_DFL);
+        const Child child(nullptr, ChildLine("console", what), CREATE_NEW_PROCESS_GROUP);
         std::signal(SIGHUP, before);
-        while (!std::filesystem::remove(file)) {
-            ::Sleep(2);
-        }
+        AwaitTold();
         const auto id = static_cast<pid_t>(child.Information().dwProcessId);
-        ::kill(id, c.deafTo);
-        EXPECT_TRUE(!c.deafTo || ::WaitForSingleObject(child.Handle(), 50) == WAIT_TIMEOUT);
-        ::kill(id, c.signal);
-        EXPECT_EQ(child.ExitCode(), c.code) << c.what << ' ' << c.signal;
+        ::kill(id, deafTo);
+        EXPECT_TRUE(!deafTo || ::WaitForSingleObject(child.Handle(), 50) == WAIT_TIMEOUT);
+        ::kill(id, signal);
+        EXPECT_EQ(child.ExitCode(), code) << what << ' ' << signal;
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -44,20 +45,20 @@ TEST(MessageText, EveryNumberOfTheTableHasOne) {
 TEST(MessageText, IsRefusedWithTheReason) {
     char whole[64];
     const DWORD kLength = Format(kFlags, 5, whole, sizeof whole);
-    const struct {
-        DWORD flags, number, size, length, error;
-    } cases[] = {{kFlags, 5, kLength + 1, kLength, kUntouched},
-                 {kFlags, 5, kLength, 0, ERROR_INSUFFICIENT_BUFFER},
-                 {kFlags, 5, 0, 0, ERROR_INSUFFICIENT_BUFFER},
-                 {kFlags, 123456, 64, 0, ERROR_MR_MID_NOT_FOUND},
-                 {kFlags, 0xFFFFFFFF, 0, 0, ERROR_MR_MID_NOT_FOUND},
-                 {FORMAT_MESSAGE_IGNORE_INSERTS, 5, 64, 0, ERROR_INVALID_PARAMETER},
-                 {FORMAT_MESSAGE_FROM_SYSTEM, ERROR_BAD_EXE_FORMAT, 64, 0, ERROR_INVALID_PARAMETER}};
-    for (const auto& c : cases) {
+    // The flags, the number, the buffer's size, the length, the error.
+    const std::array<DWORD, 5> cases[] = {
+        {kFlags, 5, kLength + 1, kLength, kUntouched},
+        {kFlags, 5, kLength, 0, ERROR_INSUFFICIENT_BUFFER},
+        {kFlags, 5, 0, 0, ERROR_INSUFFICIENT_BUFFER},
+        {kFlags, 123456, 64, 0, ERROR_MR_MID_NOT_FOUND},
+        {kFlags, 0xFFFFFFFF, 0, 0, ERROR_MR_MID_NOT_FOUND},
+        {FORMAT_MESSAGE_IGNORE_INSERTS, 5, 64, 0, ERROR_INVALID_PARAMETER},
+        {FORMAT_MESSAGE_FROM_SYSTEM, ERROR_BAD_EXE_FORMAT, 64, 0, ERROR_INVALID_PARAMETER}};
+    for (const auto& [flags, number, size, length, error] : cases) {
         std::string buffer(64, '#');
-        EXPECT_EQ(Format(c.flags, c.number, buffer.data(), c.size), c.length) << c.number << ' ' << c.size;
-        EXPECT_EQ(::GetLastError(), c.error) << c.number << ' ' << c.size;
-        EXPECT_EQ(buffer[c.length], c.length ? '\0' : '#') << c.number << ' ' << c.size;
+        EXPECT_EQ(Format(flags, number, buffer.data(), size), length) << number << ' ' << size;
+        EXPECT_EQ(::GetLastError(), error) << number << ' ' << size;
+        EXPECT_EQ(buffer[length], length ? '\0' : '#') << number << ' ' << size;
     }
 }
 

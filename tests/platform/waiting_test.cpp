@@ -1,5 +1,7 @@
 #include "tests/platform/objects.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -85,11 +87,7 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
                 ::SetEvent(taken.Get());
                 ::Sleep(2);
                 if (round % 8 < 4) {
-#ifdef _WIN32
-                    ::ExitThread(17);
-#else
                     ::pthread_exit(reinterpret_cast<void*>(17));
-#endif
                 }
                 return 17;
             };
@@ -154,12 +152,10 @@ TEST_F(WaitingTest, ASemaphoreCountsUpToItsMaximum) {
 }
 
 TEST_F(WaitingTest, AWaitForAnyTakesTheLowestSignalledOfOneTo64Handles) {
-    std::vector<UniqueHandle> events;
-    std::vector<HANDLE> handles;
-    for (int i = 0; i < 65; ++i) {
-        events.push_back(Event());
-        handles.push_back(events.back().Get());
-    }
+    std::vector<UniqueHandle> events(65);
+    std::ranges::generate(events, [] { return Event(); });
+    std::vector<HANDLE> handles(65);
+    std::ranges::transform(events, handles.begin(), &UniqueHandle::Get);
     const auto wait = [&](DWORD count, DWORD milliseconds) {
         return ::WaitForMultipleObjects(count, handles.data(), FALSE, milliseconds);
     };
@@ -178,24 +174,17 @@ TEST_F(WaitingTest, AWaitForAnyTakesTheLowestSignalledOfOneTo64Handles) {
     }
 }
 
-HANDLE WithLowBits(HANDLE handle) {
-    return reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(handle) | 3);
-}
-
 TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
     const UniqueHandle set = Event(TRUE, TRUE);
-    HANDLE closed = nullptr; // the last of many: Windows gives a low value that is free to whoever asks next
-    {
-        std::vector<UniqueHandle> many;
-        for (int i = 0; i < 100; ++i) {
-            many.push_back(Event(TRUE, TRUE));
-        }
-        closed = many.back().Get();
-    }
-    const HANDLE forged =
-        reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(closed) + (std::uintptr_t{1} << 32));
-    for (const HANDLE handle : {HANDLE{nullptr}, closed, forged, reinterpret_cast<HANDLE>(3), WithLowBits(closed),
-                                reinterpret_cast<HANDLE>(0x7654320)}) {
+    std::vector<UniqueHandle> many(100);
+    std::ranges::generate(many, [] { return Event(TRUE, TRUE); });
+    const HANDLE closed = many.back().Get(); // Windows gives a low value that is free to whoever asks next
+    many.clear();
+    const auto plus = [](HANDLE handle, std::uintptr_t bits) {
+        return reinterpret_cast<HANDLE>(reinterpret_cast<std::uintptr_t>(handle) + bits);
+    };
+    for (const HANDLE handle : {HANDLE{nullptr}, plus(nullptr, 3), plus(nullptr, 0x7654320), closed, plus(closed, 3),
+                                plus(closed, std::uintptr_t{1} << 32)}) {
         const HANDLE both[] = {set.Get(), handle};
         const std::function<bool()> calls[] = {
             [&] { return ::WaitForSingleObject(handle, 0) != WAIT_FAILED; },
@@ -220,7 +209,7 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
     }
 #endif
     EXPECT_EQ(ErrorOf(::SetEvent(Mutex().Get())), DWORD{ERROR_INVALID_HANDLE}) << "an open handle of another kind";
-    EXPECT_TRUE(::SetEvent(WithLowBits(set.Get()))) << "these do not count";
+    EXPECT_TRUE(::SetEvent(plus(set.Get(), 3))) << "these do not count";
 
     const UniqueHandle section = Section(nullptr);
     EXPECT_EQ(ErrorOf(Wait(section) + 1), DWORD{ERROR_ACCESS_DENIED}) << "a section cannot be waited for";
@@ -256,33 +245,23 @@ TEST_F(WaitingTest, ClosingAHandleLeavesItsWaitersToTheirTimeOut) {
     EXPECT_GT(waited, 0);
 }
 
-/// What a thread has just taken while another closed it must not come back as a later object's state.
+/// What a thread owns while another closes it must not come back as a later object's state.
 TEST_F(WaitingTest, AMutexThatIsClosedWhileItIsTakenHarmsNobody) {
-    std::atomic<HANDLE> shared{nullptr};
-    std::atomic<bool> isOver{false};
-    std::thread taker([&] {
-        while (!isOver) {
-            std::thread([&] { // which ends and abandons what it took
-                for (HANDLE taken = nullptr; !isOver && !taken;) {
-                    const HANDLE mutex = shared;
-                    taken = mutex && ::WaitForSingleObject(mutex, 0) == WAIT_OBJECT_0 ? mutex : nullptr;
-                }
-            })
-                .join();
-        }
+    const UniqueHandle taken = Event();
+    const UniqueHandle end = Event();
+    UniqueHandle mutex = Mutex();
+    std::jthread owner([&] { // which abandons it
+        EXPECT_EQ(Wait(mutex), WAIT_OBJECT_0);
+        ::SetEvent(taken.Get());
+        Wait(end, INFINITE);
     });
-    int harmed = 0;
-    for (int round = 0; round < 3000; ++round) {
-        shared = ::CreateMutexA(nullptr, FALSE, nullptr);
-        std::this_thread::yield();
-        ::CloseHandle(shared.exchange(nullptr));
-        const UniqueHandle next = Event();
-        std::this_thread::yield();
-        harmed += Wait(next) != WAIT_TIMEOUT;
-    }
-    isOver = true;
-    taker.join();
-    EXPECT_EQ(harmed, 0);
+    EXPECT_EQ(Wait(taken, INFINITE), WAIT_OBJECT_0);
+    mutex = UniqueHandle();
+    std::vector<UniqueHandle> later(1000);
+    std::ranges::generate(later, [] { return Event(); });
+    ::SetEvent(end.Get());
+    owner.join();
+    EXPECT_TRUE(std::ranges::all_of(later, [](const UniqueHandle& each) { return Wait(each) == kTimeout; }));
 }
 
 /// Two threads hand tokens to others through a semaphore and an event each, and sleep until they are told that the
@@ -297,7 +276,7 @@ TEST_F(WaitingTest, NothingIsLostOrTakenTwiceUnderLoad) {
         const UniqueHandle isOver = Event(TRUE);
         const UniqueHandle mutex = Mutex();
         const HANDLE any[] = {events[0].Get(), events[1].Get(), semaphore.Get(), isOver.Get()};
-        int taken[3] = {};
+        std::array<int, 3> taken{};
         const auto give = [&](int which) {
             for (int i = 0; i < kRounds; ++i) {
                 EXPECT_TRUE(::ReleaseSemaphore(semaphore.Get(), 1, nullptr));
@@ -317,11 +296,9 @@ TEST_F(WaitingTest, NothingIsLostOrTakenTwiceUnderLoad) {
             }
             return 0;
         };
+        const UniqueHandle takers[] = {Start(take), Start(take), Start(take)};
         {
-            const UniqueHandle takers[] = {Start(take), Start(take), Start(take)};
-            std::vector<std::jthread> givers;
-            givers.emplace_back(give, 0);
-            givers.emplace_back(give, 1);
+            const std::jthread givers[] = {std::jthread(give, 0), std::jthread(give, 1)};
             for (int i = 0; i < 500; ++i) {
                 const UniqueHandle& suspended = takers[i % 3];
                 EXPECT_EQ(::SuspendThread(suspended.Get()), 0u);
@@ -332,14 +309,12 @@ TEST_F(WaitingTest, NothingIsLostOrTakenTwiceUnderLoad) {
                     count(got);
                 }
             }
-            givers.clear();
-            ::SetEvent(isOver.Get());
-            for (const UniqueHandle& taker : takers) {
-                EXPECT_EQ(Wait(taker, INFINITE), WAIT_OBJECT_0);
-            }
         }
-        EXPECT_TRUE(taken[0] == kRounds && taken[1] == kRounds && taken[2] == 2 * kRounds)
-            << testing::PrintToString(taken);
+        ::SetEvent(isOver.Get());
+        for (const UniqueHandle& taker : takers) {
+            EXPECT_EQ(Wait(taker, INFINITE), WAIT_OBJECT_0);
+        }
+        EXPECT_EQ(taken, (std::array{kRounds, kRounds, 2 * kRounds}));
     }
 }
 

@@ -40,16 +40,8 @@ private:
 
 /// The names of the machine's shared objects, kept apart from every other test's: on Linux a shared-memory folder of
 /// its own. Windows has no such thing; test programs that use machine-wide names run one at a time there.
-class PrivateNames {
-public:
-    PrivateNames() : m_variable("GAIZIOR_SHM_DIR", m_folder.Path().string().c_str()) {}
-    const std::filesystem::path& Path() const {
-        return m_folder.Path();
-    }
-
-private:
-    ScratchFolder m_folder;
-    ScopedVariable m_variable;
+struct PrivateNames : ScratchFolder {
+    const ScopedVariable variable{"GAIZIOR_SHM_DIR", Path().string().c_str()};
 };
 
 } // namespace gaizior::test

@@ -14,8 +14,6 @@ public:
     explicit SharedView(const char* name)
         : m_mapping(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(Content), name)),
           m_pView(::MapViewOfFile(m_mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, sizeof(Content))) {}
-    SharedView(const SharedView&) = delete;
-    SharedView& operator=(const SharedView&) = delete;
     ~SharedView() {
         ::UnmapViewOfFile(m_pView);
     }
