@@ -63,8 +63,8 @@ struct ThreadState {
 inline constexpr std::uint32_t kWaiting = 0xFFFFFFFF; ///< asleep or about to: may be handed an object
 inline constexpr std::uint32_t kClaimed = 0xFFFFFFFE; ///< looks after itself: must not be handed one
 
-/// The calling thread; reached without a call.
-[[gnu::tls_model("initial-exec")]] extern constinit thread_local ThreadState t_thread;
+/// The calling thread.
+GAIZIOR_REACHED_WITHOUT_A_CALL extern constinit thread_local ThreadState t_thread;
 
 DWORD AskThreadId();
 

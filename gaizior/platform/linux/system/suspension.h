@@ -14,6 +14,13 @@
 /// counts nothing.
 namespace gaizior::platform {
 
+// A thread-local of the shared library is reached by a call unless it says otherwise; one of a program never is.
+#ifdef GAIZIOR_BUILDING
+#define GAIZIOR_REACHED_WITHOUT_A_CALL [[gnu::tls_model("initial-exec")]]
+#else
+#define GAIZIOR_REACHED_WITHOUT_A_CALL
+#endif
+
 class Suspension;
 
 /// What the signal handler knows of the thread that it runs in. Nothing but the thread itself and its handler uses it;
@@ -22,8 +29,7 @@ struct InsideState {
     std::atomic<std::uint32_t> depth{0};           ///< how many calls of the layer hold something
     std::atomic<Suspension*> suspension = nullptr; ///< null for a thread of which nobody has a handle
 };
-/// Reached without a call, also from the handler.
-[[gnu::tls_model("initial-exec")]] extern constinit thread_local InsideState t_inside;
+GAIZIOR_REACHED_WITHOUT_A_CALL extern constinit thread_local InsideState t_inside;
 
 /// How often a thread has been suspended, and its stopping. Kept for the thread by whoever has a handle of it.
 class Suspension {
