@@ -17,11 +17,11 @@
 
 namespace {
 
-using gaizior::platform::NoThrow;
 using gaizior::platform::Fail;
 using gaizior::platform::FailErrno;
 using gaizior::platform::InsideLayer;
 using gaizior::platform::LayerLock;
+using gaizior::platform::NoThrow;
 using gaizior::platform::StartServiceThread;
 using gaizior::platform::UniqueFd;
 
