@@ -12,9 +12,9 @@
 
 namespace {
 
-using gaizior::platform::NoThrow;
 using gaizior::platform::Fail;
 using gaizior::platform::FailErrno;
+using gaizior::platform::NoThrow;
 
 /// Empty, with errno set, when it cannot be told.
 std::string PathOfProgram() {
