@@ -87,7 +87,11 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
                 ::SetEvent(taken.Get());
                 ::Sleep(2);
                 if (round % 8 < 4) {
+#ifdef _WIN32
+                    ::ExitThread(17);
+#else
                     ::pthread_exit(reinterpret_cast<void*>(17));
+#endif
                 }
                 return 17;
             };
