@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -70,28 +69,32 @@ TEST_F(WaitingTest, OnlyItsOwnerReleasesAMutexAndAsOftenAsItTookIt) {
     }
 }
 
+/// Releases a mutex at a thread's very end, when the thread's own storage may be gone already.
+struct LastDestructor {
+    static inline HANDLE s_mutex = nullptr;
+    ~LastDestructor() {
+        EXPECT_TRUE(::ReleaseMutex(s_mutex));
+    }
+};
+
 TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSignalled) {
     const UniqueHandle taken = Event();
     for (const char* name : kUnnamedAndNamed) {
         const UniqueHandle mutex = Mutex(FALSE, name);
         const UniqueHandle second = Mutex();
         const UniqueHandle released = Mutex();
+        LastDestructor::s_mutex = released.Get();
         const HANDLE handles[] = {taken.Get(), mutex.Get()};
         for (int round = 0; round < 50; ++round) {
             std::function<DWORD()> takeAndEnd = [&]() -> DWORD {
                 for (const UniqueHandle* each : {&mutex, &mutex, &second, &released}) {
                     Wait(*each, INFINITE);
                 }
-                thread_local const std::unique_ptr<void, void (*)(HANDLE)> releasedAtTheVeryEnd(
-                    released.Get(), [](HANDLE owned) { EXPECT_TRUE(::ReleaseMutex(owned)); });
+                thread_local const LastDestructor releases;
                 ::SetEvent(taken.Get());
                 ::Sleep(2);
                 if (round % 8 < 4) {
-#ifdef _WIN32
-                    ::ExitThread(17);
-#else
                     ::pthread_exit(reinterpret_cast<void*>(17));
-#endif
                 }
                 return 17;
             };
