@@ -43,10 +43,9 @@ TEST_F(WaitingTest, AnAutoResetEventLetsOneGoAndAManualOneAllEvenIfItIsResetAtOn
             EXPECT_TRUE(::SetEvent(event.Get()));
             EXPECT_TRUE(::ResetEvent(event.Get()));
             EXPECT_EQ(Wait(event), kTimeout);
-            std::vector<std::jthread> waiters;
-            for (int i = 0; i < (manual ? 4 : 0); ++i) {
-                waiters.emplace_back([&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); });
-            }
+            const auto wait = [&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); };
+            std::vector<std::jthread> waiters(manual ? 4 : 0);
+            std::ranges::generate(waiters, [&] { return std::jthread(wait); });
             ::Sleep(5 * kSoon);
             ::SetEvent(event.Get());
             ::ResetEvent(event.Get());
