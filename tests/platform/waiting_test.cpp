@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -44,10 +43,9 @@ TEST_F(WaitingTest, AnAutoResetEventLetsOneGoAndAManualOneAllEvenIfItIsResetAtOn
             EXPECT_TRUE(::SetEvent(event.Get()));
             EXPECT_TRUE(::ResetEvent(event.Get()));
             EXPECT_EQ(Wait(event), kTimeout);
-            std::vector<std::jthread> waiters;
-            for (int i = 0; i < (manual ? 4 : 0); ++i) {
-                waiters.emplace_back([&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); });
-            }
+            const auto wait = [&] { EXPECT_EQ(Wait(event, INFINITE), WAIT_OBJECT_0); };
+            std::vector<std::jthread> waiters(manual ? 4 : 0);
+            std::ranges::generate(waiters, [&] { return std::jthread(wait); });
             ::Sleep(5 * kSoon);
             ::SetEvent(event.Get());
             ::ResetEvent(event.Get());
@@ -70,20 +68,28 @@ TEST_F(WaitingTest, OnlyItsOwnerReleasesAMutexAndAsOftenAsItTookIt) {
     }
 }
 
+/// Releases a mutex at a thread's very end, when the thread's own storage may be gone already.
+struct LastDestructor {
+    static inline HANDLE s_mutex = nullptr;
+    ~LastDestructor() {
+        EXPECT_TRUE(::ReleaseMutex(s_mutex));
+    }
+};
+
 TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSignalled) {
     const UniqueHandle taken = Event();
     for (const char* name : kUnnamedAndNamed) {
         const UniqueHandle mutex = Mutex(FALSE, name);
         const UniqueHandle second = Mutex();
         const UniqueHandle released = Mutex();
+        LastDestructor::s_mutex = released.Get();
         const HANDLE handles[] = {taken.Get(), mutex.Get()};
         for (int round = 0; round < 50; ++round) {
             std::function<DWORD()> takeAndEnd = [&]() -> DWORD {
                 for (const UniqueHandle* each : {&mutex, &mutex, &second, &released}) {
                     Wait(*each, INFINITE);
                 }
-                thread_local const std::unique_ptr<void, void (*)(HANDLE)> releasedAtTheVeryEnd(
-                    released.Get(), [](HANDLE owned) { EXPECT_TRUE(::ReleaseMutex(owned)); });
+                thread_local const LastDestructor releases;
                 ::SetEvent(taken.Get());
                 ::Sleep(2);
                 if (round % 8 < 4) {
