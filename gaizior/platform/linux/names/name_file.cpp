@@ -9,6 +9,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <time.h>
 
 namespace gaizior::platform {
 namespace {
@@ -24,14 +25,41 @@ std::string Folder() {
     return folder && *folder ? folder : "/dev/shm";
 }
 
-/// Tries to change the lock, which belongs to the open file and so ends with its last descriptor, however the process
-/// ends. @returns false with errno set.
-bool SetFileLock(int file, short type) {
+/// What is locked of a name's file, by its byte. A lock belongs to the open file and so ends with its last descriptor,
+/// however the process ends.
+enum class Part : off_t {
+    Door, ///< whoever finds out whether others use the name has it alone: a mere look is never taken for a use
+    Use,  ///< shared by those who use the name; who makes the file has it alone until it is made
+};
+
+/// Tries to change a lock. @returns false with errno set.
+bool SetFileLock(int file, Part part, short type) {
     struct flock lock {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
+    lock.l_start = static_cast<off_t>(part);
     lock.l_len = 1;
     return ::fcntl(file, F_OFD_SETLK, &lock) == 0;
+}
+
+bool IsOthersLock(int error) {
+    return error == EAGAIN || error == EACCES;
+}
+
+/// Takes the door from those who are through it in microseconds. One that was stopped there must not keep this process
+/// from ending. @returns whether it has it.
+bool TakeDoor(int file) {
+    constexpr int kMostTries = 100;
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        if (SetFileLock(file, Part::Door, F_WRLCK)) {
+            return true;
+        }
+        if (!IsOthersLock(errno)) {
+            break;
+        }
+        NapOneMillisecond();
+    }
+    return false;
 }
 
 bool LeadsTo(const std::string& path, int file) {
@@ -42,10 +70,14 @@ bool LeadsTo(const std::string& path, int file) {
 }
 
 void RemoveIfUnused(const std::string& path, int file) {
-    if (SetFileLock(file, F_WRLCK) && LeadsTo(path, file)) {
+    if (!TakeDoor(file)) {
+        return; // the next one that wants the name begins it anew
+    }
+    if (SetFileLock(file, Part::Use, F_WRLCK) && LeadsTo(path, file)) {
         CrashPoint();
         ::unlink(path.c_str());
     }
+    SetFileLock(file, Part::Door, F_UNLCK);
 }
 
 /// A maker that dies before it has undone a restrictive umask leaves a file that its own user may not open.
@@ -134,12 +166,17 @@ Standing BeginAnew(const std::string& path, int file, std::optional<std::size_t>
     return Standing::Passing;
 }
 
-/// Takes the lock of a file that was opened under the path.
-Standing Enter(const std::string& path, int file, std::optional<std::size_t> newSize) {
-    const bool isAlone = SetFileLock(file, F_WRLCK);
-    if (!isAlone && !SetFileLock(file, F_RDLCK)) {
-        return errno == EAGAIN || errno == EACCES ? Standing::Passing : Refuse(ErrorOfErrno(errno));
+Standing PassOrRefuse(int error) {
+    return IsOthersLock(error) ? Standing::Passing : Refuse(ErrorOfErrno(error));
+}
+
+/// Joins those who use the file, or finds that nobody does. Only with the door: others can then but leave. Shared
+/// comes first, since it shuts out a maker, who may die between the two tries.
+Standing Join(const std::string& path, int file, std::optional<std::size_t> newSize) {
+    if (!SetFileLock(file, Part::Use, F_RDLCK)) {
+        return PassOrRefuse(errno);
     }
+    const bool isAlone = SetFileLock(file, Part::Use, F_WRLCK);
     if (!LeadsTo(path, file)) {
         return Standing::Passing;
     }
@@ -147,7 +184,22 @@ Standing Enter(const std::string& path, int file, std::optional<std::size_t> new
     return isAlone ? BeginAnew(path, file, newSize) : Standing::Joining;
 }
 
+/// Tries to use the file that was opened under the path. Where that fails the locks end with the descriptor.
+Standing Enter(const std::string& path, int file, std::optional<std::size_t> newSize) {
+    if (!SetFileLock(file, Part::Door, F_WRLCK)) {
+        return PassOrRefuse(errno);
+    }
+    const Standing standing = Join(path, file, newSize);
+    SetFileLock(file, Part::Door, F_UNLCK);
+    return standing;
+}
+
 } // namespace
+
+void NapOneMillisecond() {
+    const timespec nap{0, 1'000'000};
+    ::nanosleep(&nap, nullptr);
+}
 
 std::string PathOfName(std::string_view name) {
     for (const std::string_view prefix : kNamespaces) {
@@ -207,14 +259,14 @@ bool NameFile::Allocate(std::size_t size) {
 }
 
 bool NameFile::Share() {
-    return SetFileLock(Descriptor(), F_RDLCK) || FailErrno();
+    return SetFileLock(Descriptor(), Part::Use, F_RDLCK) || FailErrno();
 }
 
 void NameFile::GiveUp() {
     if (!m_file || m_path.empty() || m_nProcess != ::getpid()) {
         return;
     }
-    SetFileLock(Descriptor(), F_UNLCK);
+    SetFileLock(Descriptor(), Part::Use, F_UNLCK);
     RemoveIfUnused(m_path, Descriptor());
 }
 
@@ -222,7 +274,7 @@ void NameFile::PrepareFork() {
     char path[32];
     std::snprintf(path, sizeof(path), "/proc/self/fd/%d", Descriptor());
     m_fileForChild = UniqueFd(::open(path, O_RDWR | O_CLOEXEC));
-    if (m_fileForChild && !SetFileLock(m_fileForChild.Get(), F_RDLCK)) {
+    if (m_fileForChild && !SetFileLock(m_fileForChild.Get(), Part::Use, F_RDLCK)) {
         m_fileForChild = UniqueFd();
     }
 }

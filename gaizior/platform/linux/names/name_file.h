@@ -9,9 +9,12 @@
 
 #include <sys/types.h>
 
-/// The file that stands for a name, and how processes agree on who makes and who removes it: by a lock on the open
-/// file. All who use the name share it; who has it alone makes the file or removes it. See docs/platform.md.
+/// The file that stands for a name, and how processes agree on who makes and who removes it: by locks on the open
+/// file. All who use the name share one; who has it alone makes the file or removes it. See docs/platform.md.
 namespace gaizior::platform {
+
+/// Lets another process go on that is about to make or to remove a name.
+void NapOneMillisecond();
 
 /// The path of a name's file; empty, with the last error set, when the name can be no file's.
 std::string PathOfName(std::string_view name);

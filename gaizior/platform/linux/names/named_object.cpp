@@ -11,7 +11,6 @@
 
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <time.h>
 
 namespace gaizior::platform {
 namespace {
@@ -52,11 +51,6 @@ const struct EndOfProcess {
         open.ForEach([](const auto& object) { object->GiveUpName(); });
     }
 } g_endOfProcess;
-
-void NapOneMillisecond() {
-    const timespec nap{0, 1'000'000};
-    ::nanosleep(&nap, nullptr);
-}
 
 /// Whether this is the file of an event or a mutex, of whichever make; then its header is read.
 bool ReadHeader(int file, SyncHeader& header) {
