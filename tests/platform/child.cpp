@@ -79,6 +79,7 @@ int main(int count, char** arguments) {
         Tell(words.at(2), Surroundings());
     } else {
         words.at(1) == "console" ? HandleConsoleEvents(words.at(3)) : Hold(words.at(3), arguments[4]);
+        ::Sleep(1); // GCC's thread sanitizer loses a signal that comes while it prepares a thread's first blocking call
         Tell(words.at(2), {});
         ::Sleep(words.at(1) == "leave" ? 0 : INFINITE);
     }
