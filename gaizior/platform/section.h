@@ -14,6 +14,6 @@ inline constexpr SIZE_T kSectionGranularity = 1;
 /// Maps a section for reading and writing that must have exactly `size` bytes. Any thread.
 /// @returns null with ERROR_ACCESS_DENIED when it is shorter, ERROR_FILE_INVALID when it is longer, else as
 ///          MapViewOfFile.
-void* MapWhole(HANDLE section, SIZE_T size);
+GAIZIOR_API void* MapWhole(HANDLE section, SIZE_T size);
 
 } // namespace gaizior
