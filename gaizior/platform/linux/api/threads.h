@@ -35,9 +35,8 @@ GAIZIOR_API BOOL GetExitCodeThread(HANDLE thread, DWORD* exitCode);
 ///          ERROR_NO_SYSTEM_RESOURCES (no real-time signal is free), or another error of the system's. Any thread.
 GAIZIOR_API DWORD SuspendThread(HANDLE thread);
 /// Takes one suspension back; with the last one the thread goes on.
-/// @returns how often it was suspended before: 0 when it was not, or has ended; 0xFFFFFFFF with ERROR_INVALID_HANDLE,
-/// or
-///          ERROR_NOT_SUPPORTED (the thread of a child process). Any thread.
+/// @returns how often it was suspended before: 0 when it was not, or has ended; 0xFFFFFFFF with ERROR_INVALID_HANDLE
+///          or ERROR_NOT_SUPPORTED (the thread of a child process). Any thread.
 GAIZIOR_API DWORD ResumeThread(HANDLE thread);
 /// The calling thread's id, which no other thread of the machine has while it runs.
 GAIZIOR_API DWORD GetCurrentThreadId();

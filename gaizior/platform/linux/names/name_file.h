@@ -70,7 +70,7 @@ struct Entry {
 };
 
 /// Tries once to use the name with that path. Where nobody does, its file is made to get `newSize` bytes; without a
-/// size it is not made (ERROR_FILE_NOT_FOUND). Never sleeps. Any thread.
+/// size it is not made (ERROR_FILE_NOT_FOUND). Does not wait for others, who may be passing. Any thread.
 Entry EnterName(const std::string& path, std::optional<std::size_t> newSize);
 
 } // namespace gaizior::platform
