@@ -63,7 +63,7 @@ bool FileReplacement::Commit(bool mayReplace) {
 
 bool FileReplacement::IsOther(const File& source) const {
     FileStatus from{}, to{};
-    if (!source.Query(from) || (m_target.file && !file_system::Query(m_target.file, to))) {
+    if (!source.Query(from) || (m_target.file && !(FileCallPasses() && file_system::Query(m_target.file, to)))) {
         return false;
     }
     if (m_target.file && from.device == to.device && from.id == to.id) {

@@ -22,7 +22,7 @@ std::string UniqueName(const std::string& folder) {
     std::array<char, 64> name{};
     std::snprintf(name.data(), name.size(), ".gaizior-%x-%x.tmp", static_cast<unsigned>(::GetCurrentProcessId()),
                   ++s_number);
-    return WithSeparator(folder) + name.data();
+    return folder + name.data();
 }
 
 } // namespace

@@ -36,7 +36,8 @@ public:
     static File OpenToRead(const char* path);
     /// Opens a file, or makes an empty one; each Write goes to its end. Folders are refused (5).
     static File OpenToAppend(const char* path);
-    /// Makes a file to write under a name that nothing else in `folder` has; `path` receives it. The caller removes it.
+    /// Makes a file to write under a name that nothing else in `folder` has, which is empty or ends with a separator;
+    /// `path` receives it. The caller removes it.
     static File CreateUnique(const std::string& folder, FileAccess access, std::string& path);
 
     explicit operator bool() const {

@@ -27,12 +27,4 @@ std::string_view FolderOf(std::string_view path) {
     return path.substr(0, path.find_last_of(kEndsOfFolders) + 1);
 }
 
-std::string WithSeparator(std::string_view folder) {
-    std::string result(folder);
-    if (FolderOf(folder).size() < folder.size()) {
-        result += kSeparator;
-    }
-    return result;
-}
-
 } // namespace gaizior

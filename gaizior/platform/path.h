@@ -11,7 +11,4 @@ std::string ToSystemPath(std::string_view path);
 /// The folder that a system path names its file in, with the separator at its end; empty for a bare name. Any thread.
 std::string_view FolderOf(std::string_view path);
 
-/// A path with a separator at its end, so that a name can be appended; an empty one stays empty. Any thread.
-std::string WithSeparator(std::string_view folder);
-
 } // namespace gaizior

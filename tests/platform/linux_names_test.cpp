@@ -3,6 +3,7 @@
 #include "tests/support/forked_child.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -77,20 +78,27 @@ TEST_F(LinuxNames, ThatCannotBeMadeLeaveNothingBehind) {
     EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
 }
 
-/// A process that was stopped while it made a name keeps the lock, as the test does here.
+/// A process that was stopped while it made a name keeps one lock, at the door another, as the test does here.
 TEST_F(LinuxNames, OneWhoseMakerStandsStillIsBusyAndHoldsUpNoOther) {
-    const int stuck = ::open(names.File("stuck").c_str(), O_RDWR | O_CREAT, 0600);
-    const struct flock lock = {F_WRLCK, SEEK_SET, 0, 1, 0};
-    ASSERT_EQ(::fcntl(stuck, F_OFD_SETLK, &lock), 0);
-    std::atomic<DWORD> error{0};
-    std::jthread opener([&] { error = ErrorOf(Section("stuck")); });
+    const std::array<const char*, 2> stuck = {"at the door", "making"};
+    std::array<int, 2> files{};
+    std::array<std::atomic<DWORD>, 2> errors{};
+    std::array<std::jthread, 2> openers;
+    for (std::size_t i = 0; i < stuck.size(); ++i) {
+        files[i] = ::open(names.File(stuck[i]).c_str(), O_RDWR | O_CREAT, 0600);
+        const struct flock lock = {F_WRLCK, SEEK_SET, static_cast<off_t>(i), 1, 0};
+        ASSERT_EQ(::fcntl(files[i], F_OFD_SETLK, &lock), 0);
+        openers[i] = std::jthread([&, i] { errors[i] = ErrorOf(Section(stuck[i])); });
+    }
     ::Sleep(50);
     EXPECT_TRUE(Section("other"));
-    EXPECT_EQ(error, 0u) << "the other was not waited for";
-    opener.join();
-    EXPECT_EQ(error, ERROR_BUSY);
-    ::close(stuck);
-    EXPECT_TRUE(Section("stuck")) << "it died";
+    EXPECT_EQ(errors[0] + errors[1], 0u) << "the other was not waited for";
+    for (std::size_t i = 0; i < stuck.size(); ++i) {
+        openers[i].join();
+        EXPECT_EQ(errors[i], ERROR_BUSY) << stuck[i];
+        ::close(files[i]);
+        EXPECT_TRUE(Section(stuck[i])) << "it died";
+    }
 }
 
 TEST_F(LinuxNames, WhatKilledMakersLeaveBehindIsBegunAnew) {

@@ -160,6 +160,7 @@ TEST_F(WaitingTest, ASemaphoreCountsUpToItsMaximum) {
     for (int left = 3; left >= 0; --left) {
         EXPECT_EQ(Wait(semaphore), left ? WAIT_OBJECT_0 : kTimeout);
     }
+    EXPECT_TRUE(UniqueHandle(::CreateSemaphoreA(nullptr, 0, 1, ""))) << "an empty name is none";
     for (const auto& [initial, maximum] : {std::pair{0, 0}, {-1, 1}, {2, 1}}) {
         EXPECT_EQ(ErrorOf(Semaphore(initial, maximum)), DWORD{ERROR_INVALID_PARAMETER});
     }

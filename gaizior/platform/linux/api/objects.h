@@ -41,10 +41,10 @@ inline constexpr DWORD MUTEX_ALL_ACCESS = 0x1F0001;
 /// A null or empty `name` makes an object that only this process knows. A name opens the existing object (last error
 /// ERROR_ALREADY_EXISTS, the other arguments are ignored) or makes it. The last error is 0 for a new object.
 /// @returns null with ERROR_INVALID_HANDLE when the name belongs to an object of another kind, ERROR_ACCESS_DENIED
-///          when it belongs to another user, ERROR_BUSY when another process that makes or removes it has stood still
-///          for 5 s, ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, ERROR_TOO_MANY_OPEN_FILES, ERROR_INVALID_NAME for "."
-///          and "..", ERROR_PATH_NOT_FOUND for a name with '/' or '\\' (but "Local\\" and "Global\\" may lead it in),
-///          ERROR_FILENAME_EXCED_RANGE for one that is too long.
+///          when it belongs to another user, ERROR_BUSY when another process that makes, removes or looks at it has
+///          stood still for 5 s, ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, ERROR_TOO_MANY_OPEN_FILES,
+///          ERROR_INVALID_NAME for "." and "..", ERROR_PATH_NOT_FOUND for a name with '/' or '\\' (but "Local\\" and
+///          "Global\\" may lead it in), ERROR_FILENAME_EXCED_RANGE for one that is too long.
 GAIZIOR_API HANDLE CreateEventA(SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initiallySet, const char* name);
 /// Opens an existing named event and leaves the last error alone. @returns null with ERROR_FILE_NOT_FOUND when there is
 /// none, ERROR_INVALID_PARAMETER for a null name, ERROR_INVALID_HANDLE for an empty one, else as CreateEventA.
@@ -60,7 +60,7 @@ GAIZIOR_API HANDLE OpenMutexA(DWORD access, BOOL inherit, const char* name);
 GAIZIOR_API BOOL ReleaseMutex(HANDLE mutex);
 
 /// An unnamed counting semaphore: 0 <= initial <= maximum, 1 <= maximum, else null with ERROR_INVALID_PARAMETER.
-/// `name` must be null: no part of the library shares a semaphore between processes.
+/// `name` must be null or empty: no part of the library shares a semaphore between processes.
 GAIZIOR_API HANDLE CreateSemaphoreA(SECURITY_ATTRIBUTES* attributes, LONG initial, LONG maximum, const char* name);
 /// Adds `count` (1 or more) and stores the count before it. @returns FALSE with ERROR_TOO_MANY_POSTS, nothing
 /// changed, when that would pass the maximum; ERROR_INVALID_PARAMETER for a count below 1.

@@ -68,6 +68,9 @@ bool FindTarget(const std::string& path, Target& target) {
     target.file = FileHandle(
         Retry([&] { return ::open(target.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW); }));
     if (!target.file) {
+        if (errno == ENXIO) {
+            return Fail(ERROR_ACCESS_DENIED); // a FIFO that nobody reads
+        }
         return errno == ENOENT || FailErrno();
     }
     return IsRegular(target.file) || Fail(ERROR_ACCESS_DENIED);

@@ -2,6 +2,8 @@
 
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/suspension.h"
+#include "gaizior/platform/windows_api.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,7 +11,6 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <time.h>
 
 namespace gaizior::platform {
 namespace {
@@ -57,7 +58,7 @@ bool TakeDoor(int file) {
         if (!IsOthersLock(errno)) {
             break;
         }
-        NapOneMillisecond();
+        ::Sleep(1);
     }
     return false;
 }
@@ -162,8 +163,8 @@ Standing BeginAnew(const std::string& path, int file, std::optional<std::size_t>
     if (status.st_size != static_cast<off_t>(*newSize)) {
         return Refuse(ERROR_INVALID_HANDLE); // those who died do not leave such a thing
     }
-    ::unlink(path.c_str()); // and not used again: a view may have outlived its handle
-    return Standing::Passing;
+    // Not used again: a view may have outlived its handle.
+    return ::unlink(path.c_str()) == 0 || errno == ENOENT ? Standing::Passing : Refuse(ErrorOfErrno(errno));
 }
 
 Standing PassOrRefuse(int error) {
@@ -184,22 +185,20 @@ Standing Join(const std::string& path, int file, std::optional<std::size_t> newS
     return isAlone ? BeginAnew(path, file, newSize) : Standing::Joining;
 }
 
-/// Tries to use the file that was opened under the path. Where that fails the locks end with the descriptor.
+/// Tries to use the file that was opened under the path.
 Standing Enter(const std::string& path, int file, std::optional<std::size_t> newSize) {
     if (!SetFileLock(file, Part::Door, F_WRLCK)) {
         return PassOrRefuse(errno);
     }
     const Standing standing = Join(path, file, newSize);
+    if (standing != Standing::First && standing != Standing::Joining) {
+        SetFileLock(file, Part::Use, F_UNLCK); // before the door: the last user must find itself alone
+    }
     SetFileLock(file, Part::Door, F_UNLCK);
     return standing;
 }
 
 } // namespace
-
-void NapOneMillisecond() {
-    const timespec nap{0, 1'000'000};
-    ::nanosleep(&nap, nullptr);
-}
 
 std::string PathOfName(std::string_view name) {
     for (const std::string_view prefix : kNamespaces) {
@@ -263,6 +262,7 @@ bool NameFile::Share() {
 }
 
 void NameFile::GiveUp() {
+    const InsideLayer inside; // a thread that is suspended at the door would keep others out
     if (!m_file || m_path.empty() || m_nProcess != ::getpid()) {
         return;
     }

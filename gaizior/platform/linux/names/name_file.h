@@ -13,9 +13,6 @@
 /// file. All who use the name share one; who has it alone makes the file or removes it. See docs/platform.md.
 namespace gaizior::platform {
 
-/// Lets another process go on that is about to make or to remove a name.
-void NapOneMillisecond();
-
 /// The path of a name's file; empty, with the last error set, when the name can be no file's.
 std::string PathOfName(std::string_view name);
 
@@ -60,7 +57,7 @@ private:
 enum class Standing {
     First,   ///< the file is empty, and nobody else can use it before it is shared
     Joining, ///< others use it
-    Passing, ///< another process is about to make or to remove it
+    Passing, ///< another process is about to make, to remove or to look at it
     Refused, ///< it cannot be used; the last error is set
 };
 
@@ -70,7 +67,7 @@ struct Entry {
 };
 
 /// Tries once to use the name with that path. Where nobody does, its file is made to get `newSize` bytes; without a
-/// size it is not made (ERROR_FILE_NOT_FOUND). Does not wait for others, who may be passing. Any thread.
+/// size it is not made (ERROR_FILE_NOT_FOUND). Does not wait for those who pass. Any thread.
 Entry EnterName(const std::string& path, std::optional<std::size_t> newSize);
 
 } // namespace gaizior::platform

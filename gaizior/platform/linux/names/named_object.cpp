@@ -15,7 +15,7 @@
 namespace gaizior::platform {
 namespace {
 
-/// How long the making or the removal of a name may take another process.
+/// How long another process may take to make, remove or look at a name.
 constexpr DWORD kLongestPassing = 5000; // ms
 
 /// What this process has open, by path, so that all its handles of a name share one object. Nobody sleeps with it.
@@ -77,20 +77,22 @@ std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, cons
         if (deadline.HasPassed()) {
             return FailNull(ERROR_BUSY);
         }
-        NapOneMillisecond();
+        ::Sleep(1);
     }
 }
 
 std::shared_ptr<NamedObject> NamedObject::TryOpen(Kind kind, const std::string& path, const Beginning* beginning,
                                                   Standing& standing) {
     OpenNames& open = OpenNames::Instance();
+    std::shared_ptr<NamedObject> known; // both end without the lock: giving a name up may take a while
+    std::shared_ptr<NamedObject> object;
     const LayerLock lock(open.lock);
     std::erase_if(open.objects, [](const auto& entry) { return entry.second.expired(); });
-    std::weak_ptr<NamedObject>& known = open.objects[path];
-    std::shared_ptr<NamedObject> object = known.lock();
-    if (object && object->m_file.IsCurrent()) {
+    std::weak_ptr<NamedObject>& place = open.objects[path];
+    known = place.lock();
+    if (known && known->m_file.IsCurrent()) {
         standing = Standing::Joining;
-        return object->Adopt(kind) ? object : nullptr;
+        return known->Adopt(kind) ? known : nullptr;
     }
     Entry entry = EnterName(path, beginning ? std::optional(beginning->size) : std::nullopt);
     standing = entry.standing;
@@ -102,7 +104,7 @@ std::shared_ptr<NamedObject> NamedObject::TryOpen(Kind kind, const std::string& 
     if (standing == Standing::First ? !object->Begin(kind, *beginning) : !object->Adopt(kind)) {
         return nullptr;
     }
-    known = object;
+    place = object;
     return object;
 }
 

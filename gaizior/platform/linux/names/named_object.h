@@ -19,7 +19,7 @@ public:
     };
 
     /// Opens the object of that name, or begins it unless `beginning` is null. `existed` tells whether somebody used
-    /// the name already. Waits for another process that is about to make or to remove it, but not for ever.
+    /// the name already. Waits for another process that is about to make, remove or look at it, but not for ever.
     /// @returns null with the last error set: ERROR_INVALID_HANDLE where the name is another kind's, ERROR_BUSY where
     ///          that process did not go on, ERROR_FILE_NOT_FOUND, or what opening and making a file can give.
     static std::shared_ptr<NamedObject> Open(Kind kind, const char* name, const Beginning* beginning, bool& existed);

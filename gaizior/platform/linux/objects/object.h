@@ -12,7 +12,7 @@
 
 /// What stands behind a handle. A handle is an index into one process-wide table and the generation of what was put
 /// there. The place in the table is the object itself: one atomic word holds its generation, kind and state, so that
-/// setting an event or taking what is free is one compare-and-swap, which fails for a closed handle. Places are never
+/// setting an event or taking a free mutex is one compare-and-swap, which fails for a closed handle. Places are never
 /// given back to the system, so a stale handle may look at one at any time.
 namespace gaizior::platform {
 

@@ -4,7 +4,7 @@
 using namespace gaizior::platform;
 
 HANDLE gaizior_windows_api::CreateSemaphoreA(SECURITY_ATTRIBUTES*, LONG initial, LONG maximum, const char* name) {
-    if (name || maximum < 1 || initial < 0 || initial > maximum) {
+    if ((name && *name) || maximum < 1 || initial < 0 || initial > maximum) {
         return FailNull(ERROR_INVALID_PARAMETER);
     }
     Object* const semaphore = NewObject(Kind::Semaphore, initial > 0 ? kSignalled : 0);

@@ -1,7 +1,7 @@
 #include "gaizior/platform/linux/objects/completion.h"
-#include "gaizior/platform/linux/processes/service_thread.h"
 #include "gaizior/platform/linux/system/futex.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/service_thread.h"
 #include "gaizior/platform/linux/system/suspension.h"
 
 #include <algorithm>

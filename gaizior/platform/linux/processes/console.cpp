@@ -1,6 +1,6 @@
-#include "gaizior/platform/linux/processes/service_thread.h"
 #include "gaizior/platform/linux/system/fork.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/service_thread.h"
 #include "gaizior/platform/linux/system/suspension.h"
 #include "gaizior/platform/linux/system/unique_fd.h"
 

@@ -1,7 +1,7 @@
 #include "gaizior/platform/linux/processes/process_watcher.h"
 
-#include "gaizior/platform/linux/processes/service_thread.h"
 #include "gaizior/platform/linux/system/fork.h"
+#include "gaizior/platform/linux/system/service_thread.h"
 #include "gaizior/platform/linux/system/suspension.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "gaizior/platform/linux/processes/service_thread.h"
+#include "gaizior/platform/linux/system/service_thread.h"
 
 #include <csignal>
 
