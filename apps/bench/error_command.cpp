@@ -3,6 +3,7 @@
 #include "apps/support/suggest.h"
 #include "gaizior/errors/error_table.h"
 #include "gaizior/errors/folded_code.h"
+#include "gaizior/values/ascii.h"
 
 #include <algorithm>
 #include <array>
@@ -29,6 +30,8 @@ struct Origin {
     std::uint32_t last;
     const char* name;
 };
+constexpr std::uint32_t kSystemError = gaizior::kSystemErrorFlag;
+constexpr std::uint32_t kRunTimeError = gaizior::kSystemErrorFlag | gaizior::kRunTimeErrorFlag;
 constexpr std::array kOrigins = {
     Origin{0x0000, 0x0013, "general result"},
     Origin{0x0014, 0x012B, "device driver and data transfer"},
@@ -56,8 +59,8 @@ constexpr std::array kOrigins = {
     Origin{0xA000, 0xBFFF, "plate handling system"},
     Origin{0xC000, 0xFFFE, "auto-unloader"},
     Origin{0x10000, 0x1FFFF, "firmware of the recorder"},
-    Origin{gaizior::kSystemErrorFlag, 0x3FFFFFFF, "operating system"},
-    Origin{0x60000000, 0x7FFFFFFF, "C run-time library"},
+    Origin{kSystemError, kRunTimeError - 1, "operating system"},
+    Origin{kRunTimeError, 0x7FFFFFFF, "C run-time library"},
 };
 
 const char* OriginOf(std::uint32_t code) {
@@ -78,9 +81,7 @@ Explanation FromRow(const ZRErrorRowT& row) {
 
 std::string Lower(std::string_view text) {
     std::string lower(text);
-    for (char& c : lower) {
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    }
+    std::ranges::transform(lower, lower.begin(), gaizior::ToLowerAscii);
     return lower;
 }
 

@@ -2,7 +2,7 @@
 
 #include "apps/support/process_events.h"
 #include "gaizior/comms/channel.h"
-#include "gaizior/errors/folded_code.h"
+#include "gaizior/errors/failure.h"
 #include "gaizior/logging/log_stream.h"
 
 #include <array>
@@ -125,7 +125,7 @@ void Server::Send() {
         }
         std::string packet;
         if (const auto code = Encode(next.message, packet); code != ZRErrors::e_General_NoError) {
-            Log(0, "Server::Send(): ", " ERROR: an answer cannot be put into a message: " + ErrorText(code));
+            gaizior::LogError("Server::Send(): ", "an answer cannot be put into a message: ", ErrorText(code));
         } else if (ZcSendMessage(packet.c_str(), 0, next.destination) != ZRErrors::e_General_NoError) {
             return;
         }

@@ -1,5 +1,7 @@
 #include "apps/support/suggest.h"
 
+#include "gaizior/values/ascii.h"
+
 #include <algorithm>
 #include <numeric>
 #include <vector>
@@ -7,9 +9,7 @@
 namespace apps {
 namespace {
 
-char Folded(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
+using gaizior::ToLowerAscii;
 
 /// How many letters must be changed, added, left out or swapped with their neighbour to make one word the other.
 std::size_t Distance(std::string_view a, std::string_view b) {
@@ -20,9 +20,10 @@ std::size_t Distance(std::string_view a, std::string_view b) {
     for (std::size_t i = 1; i <= a.size(); ++i) {
         row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const bool same = Folded(a[i - 1]) == Folded(b[j - 1]);
+            const bool same = ToLowerAscii(a[i - 1]) == ToLowerAscii(b[j - 1]);
             row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
-            if (i > 1 && j > 1 && Folded(a[i - 1]) == Folded(b[j - 2]) && Folded(a[i - 2]) == Folded(b[j - 1])) {
+            if (i > 1 && j > 1 && ToLowerAscii(a[i - 1]) == ToLowerAscii(b[j - 2]) &&
+                ToLowerAscii(a[i - 2]) == ToLowerAscii(b[j - 1])) {
                 row[j] = std::min(row[j], beforeLast[j - 2] + 1);
             }
         }

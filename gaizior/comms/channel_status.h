@@ -51,8 +51,8 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* fi
 GAIZIOR_API ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder);
 
 /// Puts the machine's block in order if it is damaged; a consistent one stays as it is, byte for byte. Waits up to
-/// `timeoutMs` for the mutex. What was found and done is told in `report` of `size` bytes, cut to fit; it is empty when
-/// there was nothing to do. Any thread.
+/// `timeoutMs` for the mutex. What was found and done, and what the takeover from a dead owner found, is told in
+/// `report` of `size` bytes, cut to fit; else it is empty. Any thread.
 /// @returns as ZcSnapshot, and e_Command_Aborted when `report` is null or `size` is 0. A block that is not a channel's
 ///   stays as it is.
 GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs);

@@ -23,7 +23,7 @@ constexpr std::uint32_t DigitValue(char character, std::uint32_t base) {
 /// Reads what "%d" (base 10) or "%x" (base 16) would at `position`: blanks, a sign, digits; base 16 also "0x" before
 /// them, which is no number by itself. A number too large for 32 bits keeps its low 32, as Windows has it. Moves
 /// `position` behind the number.
-/// @returns nothing when there is no number here; `position` then stands somewhere before the text's end.
+/// @returns nothing when there is no number here; `position` then stands not beyond the text's end.
 constexpr std::optional<std::uint32_t> ReadNumber(const char*& position, std::uint32_t base) {
     while (IsScanBlank(*position)) {
         ++position;

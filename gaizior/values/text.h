@@ -6,8 +6,8 @@
 extern "C" {
 
 /// Copies a text that is plain 7-bit ASCII, at most `len` bytes; like the C library's bounded copy it adds no NUL when
-/// the text has `len` or more characters, and fills up with NULs when it has fewer. Null texts copy nothing. Any
-/// thread.
+/// the text has `len` or more characters, and fills up with NULs when it has fewer. Null texts copy
+/// nothing. Any thread.
 /// @returns 0; e_Name_NotAscii at the first byte of 128 or more, then nothing is copied.
 GAIZIOR_API ZRErrors::ZRErrorT TchrToAscii(char* dst, const char* src, unsigned int len);
 

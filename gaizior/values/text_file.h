@@ -15,8 +15,8 @@ extern "C" {
 /// opened once, so that it may be a pipe, which is never Unicode; only a regular file that is opened for nothing but
 /// appending is looked into by a second stream.
 /// @param mode as for fopen: without 'b' Windows writes a narrow file's line feeds as carriage return and line feed,
-/// and
-///        reads such a pair as a line feed. A Unicode file is read and written as if it held 'b'.
+///        and reads such a pair as a line feed. A Unicode file is read and written as if it held 'b', but Windows may
+///        cut a last byte 1A off a file that is opened without 'b' for reading and writing.
 /// @param isUnicode mode without 'w': receives 1 when the file begins with FF FE, else 0 (also for the reversed mark);
 ///        the stream of a Unicode file then stands behind its mark. With 'w': 1 on entry writes the mark. May be null.
 /// @returns the stream, the caller's to close; null (errno tells why, `isUnicode` is left alone) when it cannot be
@@ -25,7 +25,7 @@ GAIZIOR_API std::FILE* FOpen(const char* path, const char* mode, int* isUnicode)
 
 /// Tells by its first two bytes what a file is; the stream stays where it is.
 /// @returns 1 for FF FE, -1 for the reversed mark FE FF, 0 for all else: null, too short, unreadable or without
-/// positions.
+///          positions.
 GAIZIOR_API int FileIsUnicode(std::FILE* file);
 
 /// Reads a line: all up to and including the line feed, n - 1 characters at most. Its last line feed becomes a NUL; a

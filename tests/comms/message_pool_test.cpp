@@ -79,6 +79,7 @@ TEST_F(MessagePoolTest, DamageIsMendedByTheNextOperation) {
         {"all links lost", [](ZcChannel& c) { c.slots[0].next = c.slots[1].next = c.slots[2].prev = 199; }, all},
         {"wrong self", [](ZcChannel& c) { c.slots[2].self = 300; }, all},
         {"count too small", [](ZcChannel& c) { c.nMessages = 2; }, all},
+        {"count out of range", [](ZcChannel& c) { c.nMessages = 0xFFFF; }, all},
         {"count of none", [](ZcChannel& c) { c.nMessages = 0; }, all},
         {"text without end",
          [](ZcChannel& c) { std::memset(c.slots[1].msg, 'x', sizeof(c.slots[1].msg)); },

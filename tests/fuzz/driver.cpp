@@ -82,7 +82,10 @@ int main(int argc, char** argv) {
     std::vector<std::string> seeds;
     for (int i = 3; i < argc; ++i) {
         std::ostringstream seed;
-        seed << std::ifstream(argv[i], std::ios::binary).rdbuf();
+        if (!(seed << std::ifstream(argv[i], std::ios::binary).rdbuf())) {
+            std::fprintf(stderr, "FAILED: cannot read %s\n", argv[i]);
+            return 2;
+        }
         seeds.push_back(seed.str());
     }
     const unsigned long last = std::strtoul(argv[2], nullptr, 10);

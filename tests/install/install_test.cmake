@@ -42,6 +42,8 @@ run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
 build_outside(installed -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_BUILD_TYPE=Release
     -D WARNINGS=${SOURCE}/cmake/Warnings.cmake)
 file(GLOB programs ${root}/installed/example? ${root}/installed/example?.exe)
+list(LENGTH programs found)
+expect("${found}" "^${count}$")
 file(COPY ${programs} DESTINATION ${prefix}/bin)
 file(MAKE_DIRECTORY ${root}/names)
 set(ENV{GAIZIOR_SHM_DIR} ${root}/names)
