@@ -81,6 +81,7 @@ TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {
 
 TEST_F(ForkedChildren, StartProcessesAndSeeTheirParentsEnd) {
     const Child sibling(nullptr, ChildLine("console", "ask"));
+    AwaitTold(); // before the next one tells in the same place
     ForkedChild child([&] {
         EXPECT_EQ(Child(nullptr, ChildLine("arguments")).ExitCode(), 0u);
         EXPECT_TRUE(::TerminateProcess(sibling.Handle(), 7));
