@@ -3,6 +3,7 @@
 #include "gaizior/platform/thread_safety.h"
 
 #include <mutex>
+#include <type_traits>
 
 namespace gaizior {
 
@@ -23,6 +24,7 @@ public:
 private:
     std::mutex m_mutex;
 };
+static_assert(std::is_trivially_destructible_v<Mutex>);
 
 /// Holds a mutex for as long as it lives.
 class GAIZIOR_SCOPED_CAPABILITY MutexLock {

@@ -20,7 +20,6 @@ int Locked(Counter& counter) {
 int LockedByAnother(Counter& counter, Counter& another) {
     const MutexLock lock(another.lock);
     return counter.count; // expected-warning {{reading variable 'count' requires holding mutex 'counter.lock'}}
-                          // expected-note {{near match}}
 }
 
 int NotLockedAnyMore(Counter& counter) {
@@ -41,7 +40,7 @@ void PerhapsLocked(Counter& counter) {
 }
 
 void LockedTwice(Counter& counter) {
-    const MutexLock lock(counter.lock);  // expected-note {{acquired here}}
+    const MutexLock lock(counter.lock);
     const MutexLock again(counter.lock); // expected-warning {{acquiring mutex 'counter.lock' that is already held}}
 }
 
