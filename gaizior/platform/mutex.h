@@ -3,12 +3,10 @@
 #include "gaizior/platform/thread_safety.h"
 
 #include <mutex>
-#include <type_traits>
 
 namespace gaizior {
 
-/// The standard library's mutex, in whose name data is guarded (thread_safety.h). Has no destructor to run: a static
-/// one serves until the very end of the process.
+/// The standard library's mutex, which data can name as its guard (thread_safety.h).
 class GAIZIOR_CAPABILITY("mutex") Mutex {
 public:
     void Lock() GAIZIOR_ACQUIRE() {
@@ -24,7 +22,6 @@ public:
 private:
     std::mutex m_mutex;
 };
-static_assert(std::is_trivially_destructible_v<Mutex>);
 
 /// Holds a mutex for as long as it lives.
 class GAIZIOR_SCOPED_CAPABILITY MutexLock {

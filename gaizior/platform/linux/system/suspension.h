@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
 
 #include <sys/types.h>
 
@@ -110,5 +111,6 @@ private:
     InsideLayer m_inside;
     MutexLock m_lock;
 };
+static_assert(std::is_trivially_destructible_v<Mutex>, "the layer's static mutexes serve until the process has ended");
 
 } // namespace gaizior::platform
