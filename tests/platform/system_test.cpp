@@ -114,6 +114,8 @@ TEST(Dates, ThatDoNotExistAreRefused) {
 }
 
 TEST(Clocks, AgreeAndCountASleepInFull) {
+    LARGE_INTEGER frequency{}, first{}, last{};
+    ::QueryPerformanceCounter(&first);
     const ULONGLONG start = ::GetTickCount64();
     FILETIME before{}, between{}, after{};
     SYSTEMTIME system{};
@@ -125,6 +127,11 @@ TEST(Clocks, AgreeAndCountASleepInFull) {
     EXPECT_LE(Ticks(before) + 450'000, Ticks(between)); // Windows counts in steps of up to 16 ms
     EXPECT_LE(Ticks(between), Ticks(after));
     EXPECT_GE(::GetTickCount64() - start, 45u);
+    ::QueryPerformanceFrequency(&frequency);
+    ::QueryPerformanceCounter(&last);
+    EXPECT_EQ(frequency.QuadPart, 10'000'000);
+    EXPECT_GE(last.QuadPart, first.QuadPart + 450'000);
+    EXPECT_EQ(first.QuadPart, LONGLONG{first.u.HighPart} << 32 | first.LowPart);
 }
 
 TEST(ModulePath, IsWholeOrCutToTheBuffer) {

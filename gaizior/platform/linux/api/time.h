@@ -11,6 +11,10 @@ inline namespace gaizior_windows_api {
 GAIZIOR_API void Sleep(DWORD milliseconds);
 /// Milliseconds since the machine started, those that it was suspended included; never turns back.
 GAIZIOR_API ULONGLONG GetTickCount64();
+/// Counts of QueryPerformanceFrequency in a second, on the same clock; for measuring. Both always succeed. Any thread.
+GAIZIOR_API BOOL QueryPerformanceCounter(LARGE_INTEGER* count);
+/// 10,000,000, as long as the machine runs.
+GAIZIOR_API BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond);
 /// Local time in the machine's (or TZ's) zone; that this was changed is seen within a second.
 GAIZIOR_API void GetLocalTime(SYSTEMTIME* time);
 /// Universal time, as a date and as 100 ns since the beginning of 1601.
