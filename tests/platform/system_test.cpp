@@ -120,7 +120,7 @@ TEST(Clocks, AgreeAndCountASleepInFull) {
     FILETIME before{}, between{}, after{};
     SYSTEMTIME system{};
     ::GetSystemTimeAsFileTime(&before);
-    ::Sleep(60);
+    EXPECT_EQ(::SleepEx(60, TRUE), 0u);
     ::GetSystemTime(&system);
     ::GetSystemTimeAsFileTime(&after);
     ASSERT_TRUE(::SystemTimeToFileTime(&system, &between));

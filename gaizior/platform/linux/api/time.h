@@ -9,6 +9,8 @@ inline namespace gaizior_windows_api {
 
 /// At least `milliseconds`; 0 gives way to other threads, INFINITE never returns.
 GAIZIOR_API void Sleep(DWORD milliseconds);
+/// The same. @returns 0: nothing that Windows ends an alertable sleep for (WAIT_IO_COMPLETION) exists here.
+GAIZIOR_API DWORD SleepEx(DWORD milliseconds, BOOL alertable);
 /// Milliseconds since the machine started, those that it was suspended included; never turns back.
 GAIZIOR_API ULONGLONG GetTickCount64();
 /// Counts of QueryPerformanceFrequency in a second, on the same clock; for measuring. Both always succeed. Any thread.

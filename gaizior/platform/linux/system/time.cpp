@@ -74,6 +74,11 @@ void Sleep(DWORD milliseconds) {
     std::this_thread::sleep_until(end); // goes on after signals
 }
 
+DWORD SleepEx(DWORD milliseconds, BOOL /*alertable*/) {
+    Sleep(milliseconds);
+    return 0;
+}
+
 ULONGLONG GetTickCount64() {
     const timespec now = Now(kRunningClock);
     return static_cast<ULONGLONG>(now.tv_sec) * 1000 + static_cast<ULONGLONG>(now.tv_nsec) / 1'000'000;
