@@ -14,6 +14,8 @@
 #include "gaizior/errors/exception.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/threads/critical_section.h"
+#include "gaizior/threads/thread.h"
 #include "gaizior/values/string.h"
 #include "gaizior/values/text.h"
 #include "gaizior/values/text_file.h"
