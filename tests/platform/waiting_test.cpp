@@ -18,11 +18,7 @@
 namespace gaizior::test {
 namespace {
 
-#ifdef __SANITIZE_THREAD__
-constexpr int kSuspensions = 0; // it keeps a signal from a thread that only calls what it does not watch
-#else
 constexpr int kSuspensions = 500;
-#endif
 constexpr DWORD kSoon = 20;
 
 UniqueHandle Semaphore(LONG initial, LONG maximum) {
@@ -128,9 +124,6 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
 }
 
 TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
-    if (kSuspensions == 0) {
-        GTEST_SKIP();
-    }
     const UniqueHandle event = Event();
     HANDLE self = nullptr;
     std::function<DWORD()> waitAndSuspendItself = [&] {
@@ -255,7 +248,7 @@ TEST_F(WaitingTest, AThreadsStackGrowsToTheDefaultUnlessItsSizeIsReserved) {
         return stack;
     };
     const DWORD usual = started(0, 0);
-    EXPECT_EQ(started(4096, 0), usual);
+    EXPECT_GE(started(4096, 0), usual); // the C library may give one that was another's and is larger
     EXPECT_GE(started(usual * 2, 0), usual * 2);
     const DWORD reserved = started(256 * 1024, STACK_SIZE_PARAM_IS_A_RESERVATION);
     EXPECT_TRUE(reserved >= 256 * 1024 && reserved < usual) << reserved;
