@@ -17,3 +17,4 @@
 #include "gaizior/values/string.h"
 #include "gaizior/values/text.h"
 #include "gaizior/values/text_file.h"
+#include "gaizior/values/time.h"
