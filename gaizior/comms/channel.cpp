@@ -11,7 +11,6 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <vector>
 
@@ -263,25 +262,25 @@ ChannelFailure Channel::CopyBlock() {
     return lock.Failure();
 }
 
-std::mutex g_channelLock;
+Mutex g_channelLock;
 const KeepAcrossFork g_keepChannelLock(g_channelLock);
-std::shared_ptr<Channel> g_channel;
+std::shared_ptr<Channel> g_channel GAIZIOR_GUARDED_BY(g_channelLock);
 
 std::shared_ptr<Channel> CurrentChannel() {
-    const std::lock_guard lock(g_channelLock);
+    const MutexLock lock(g_channelLock);
     return g_channel;
 }
 
 /// @returns what another thread has opened meanwhile.
 std::shared_ptr<Channel> ExchangeChannel(std::shared_ptr<Channel> channel) {
-    const std::lock_guard lock(g_channelLock);
+    const MutexLock lock(g_channelLock);
     g_channel.swap(channel);
     return channel;
 }
 
 /// Another thread may have opened the next one already.
 void Forget(const std::shared_ptr<Channel>& channel) {
-    const std::lock_guard lock(g_channelLock);
+    const MutexLock lock(g_channelLock);
     if (g_channel == channel) {
         g_channel = nullptr;
     }

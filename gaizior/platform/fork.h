@@ -1,6 +1,6 @@
 #pragma once
 
-#include <mutex>
+#include "gaizior/platform/mutex.h"
 
 namespace gaizior {
 
@@ -11,18 +11,18 @@ namespace gaizior {
 class KeepAcrossFork {
 public:
 #ifdef _WIN32
-    explicit KeepAcrossFork(std::mutex& /*lock*/) {}
+    explicit KeepAcrossFork(Mutex& /*lock*/) {}
 #else
-    explicit KeepAcrossFork(std::mutex& lock);
+    explicit KeepAcrossFork(Mutex& lock);
     KeepAcrossFork* Next() const {
         return m_pNext;
     }
-    std::mutex& Lock() const {
+    Mutex& Lock() const GAIZIOR_RETURN_CAPABILITY(m_lock) {
         return m_lock;
     }
 
 private:
-    std::mutex& m_lock;
+    Mutex& m_lock;
     KeepAcrossFork* const m_pNext;
 #endif
 };

@@ -1,5 +1,6 @@
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/file_call.h"
+#include "gaizior/platform/mutex.h"
 #include "gaizior/platform/timing.h"
 
 #ifdef GAIZIOR_SEAMS
@@ -7,7 +8,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 
 namespace gaizior {
@@ -25,17 +25,17 @@ struct StoppedClock {
     int minutesEast;
 };
 
-std::mutex g_clockLock;        // guards all below, and who sets the divisor
-ULONGLONG g_tickAtDivisor = 0; // the real one when the divisor was set
-ULONGLONG g_ticksUpToThere = 0;
-std::optional<StoppedClock> g_stoppedClock;
+Mutex g_clockLock;                                             // who sets the divisor holds it too
+ULONGLONG g_tickAtDivisor GAIZIOR_GUARDED_BY(g_clockLock) = 0; // the real one when the divisor was set
+ULONGLONG g_ticksUpToThere GAIZIOR_GUARDED_BY(g_clockLock) = 0;
+std::optional<StoppedClock> g_stoppedClock GAIZIOR_GUARDED_BY(g_clockLock);
 
-ULONGLONG FastTickCount() {
+ULONGLONG FastTickCount() GAIZIOR_REQUIRES(g_clockLock) {
     const ULONGLONG real = ::GetTickCount64();
     return g_tickAtDivisor == 0 ? real : g_ticksUpToThere + (real - g_tickAtDivisor) * g_timeDivisor;
 }
 
-void RestartTicks(unsigned divisor, ULONGLONG ahead) {
+void RestartTicks(unsigned divisor, ULONGLONG ahead) GAIZIOR_REQUIRES(g_clockLock) {
     g_ticksUpToThere = FastTickCount() + ahead;
     g_tickAtDivisor = ::GetTickCount64();
     g_timeDivisor = divisor;
@@ -46,17 +46,17 @@ void RestartTicks(unsigned divisor, ULONGLONG ahead) {
 namespace seams {
 
 void SetTimeDivisor(unsigned divisor) {
-    const std::lock_guard lock(g_clockLock);
+    const MutexLock lock(g_clockLock);
     RestartTicks(std::max(divisor, 1u), 0);
 }
 
 void SetLocalTime(const SYSTEMTIME* time, int minutesEast) {
-    const std::lock_guard lock(g_clockLock);
+    const MutexLock lock(g_clockLock);
     g_stoppedClock = time ? std::optional(StoppedClock{*time, minutesEast}) : std::nullopt;
 }
 
 void AdvanceTicks(ULONGLONG milliseconds) {
-    const std::lock_guard lock(g_clockLock);
+    const MutexLock lock(g_clockLock);
     RestartTicks(g_timeDivisor, milliseconds);
 }
 
@@ -98,7 +98,7 @@ bool FileCallPasses() {
 }
 
 SYSTEMTIME LocalNow() {
-    const std::lock_guard lock(g_clockLock);
+    const MutexLock lock(g_clockLock);
     SYSTEMTIME now{};
     if (g_stoppedClock) {
         now = g_stoppedClock->local;
@@ -109,7 +109,7 @@ SYSTEMTIME LocalNow() {
 }
 
 FILETIME UtcNow() {
-    const std::lock_guard lock(g_clockLock);
+    const MutexLock lock(g_clockLock);
     FILETIME now{};
     if (!g_stoppedClock) {
         ::GetSystemTimeAsFileTime(&now);
@@ -123,7 +123,7 @@ FILETIME UtcNow() {
 }
 
 ULONGLONG TickCount() {
-    const std::lock_guard lock(g_clockLock);
+    const MutexLock lock(g_clockLock);
     return FastTickCount();
 }
 

@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <map>
-#include <mutex>
 
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -28,7 +27,7 @@ struct OpenNames {
     }
 
     template <class Step>
-    void ForEach(Step step) const {
+    void ForEach(Step step) const GAIZIOR_REQUIRES(s_lock) {
         for (const auto& [path, known] : objects) {
             if (const std::shared_ptr<NamedObject> object = known.lock()) {
                 step(object);
@@ -36,19 +35,18 @@ struct OpenNames {
         }
     }
 
-    std::mutex lock;
-    std::map<std::string, std::weak_ptr<NamedObject>> objects;
+    static inline constinit Mutex s_lock;
+    std::map<std::string, std::weak_ptr<NamedObject>> objects GAIZIOR_GUARDED_BY(s_lock);
 };
 
 /// A process that ends without closing its handles leaves no files behind.
 const struct EndOfProcess {
     ~EndOfProcess() {
-        OpenNames& open = OpenNames::Instance();
-        const std::unique_lock lock(open.lock, std::try_to_lock);
-        if (!lock) {
-            return; // a thread that is still opening a name must not keep the process from ending
+        // A thread that is still opening a name must not keep the process from ending.
+        if (OpenNames::s_lock.TryLock()) {
+            OpenNames::Instance().ForEach([](const auto& object) { object->GiveUpName(); });
+            OpenNames::s_lock.Unlock();
         }
-        open.ForEach([](const auto& object) { object->GiveUpName(); });
     }
 } g_endOfProcess;
 
@@ -86,7 +84,7 @@ std::shared_ptr<NamedObject> NamedObject::TryOpen(Kind kind, const std::string& 
     OpenNames& open = OpenNames::Instance();
     std::shared_ptr<NamedObject> known; // both end without the lock: giving a name up may take a while
     std::shared_ptr<NamedObject> object;
-    const LayerLock lock(open.lock);
+    const LayerLock lock(OpenNames::s_lock);
     std::erase_if(open.objects, [](const auto& entry) { return entry.second.expired(); });
     std::weak_ptr<NamedObject>& place = open.objects[path];
     known = place.lock();
@@ -223,20 +221,17 @@ void NamedObject::ContinueInChild() {
 }
 
 const ForkPart kNamesForkPart = {
-    [] {
-        OpenNames& open = OpenNames::Instance();
-        open.lock.lock();
-        open.ForEach([](const auto& object) { object->PrepareFork(object); });
+    []() GAIZIOR_ACQUIRE(OpenNames::s_lock) {
+        OpenNames::s_lock.Lock();
+        OpenNames::Instance().ForEach([](const auto& object) { object->PrepareFork(object); });
     },
-    [] {
-        OpenNames& open = OpenNames::Instance();
-        open.ForEach([](const auto& object) { object->ContinueInParent(); });
-        open.lock.unlock();
+    []() GAIZIOR_RELEASE(OpenNames::s_lock) {
+        OpenNames::Instance().ForEach([](const auto& object) { object->ContinueInParent(); });
+        OpenNames::s_lock.Unlock();
     },
-    [] {
-        OpenNames& open = OpenNames::Instance();
-        open.ForEach([](const auto& object) { object->ContinueInChild(); });
-        open.lock.unlock();
+    []() GAIZIOR_RELEASE(OpenNames::s_lock) {
+        OpenNames::Instance().ForEach([](const auto& object) { object->ContinueInChild(); });
+        OpenNames::s_lock.Unlock();
     },
 };
 

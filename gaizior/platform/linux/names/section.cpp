@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <map>
-#include <mutex>
 #include <optional>
 
 #include <sys/mman.h>
@@ -17,8 +16,8 @@ namespace gaizior::platform {
 namespace {
 
 /// The sizes of what is mapped. A view keeps its memory; the name goes with the last handle, as on Windows.
-std::mutex g_viewLock;
-std::map<const std::byte*, std::size_t>& Views() {
+Mutex g_viewLock;
+std::map<const std::byte*, std::size_t>& Views() GAIZIOR_REQUIRES(g_viewLock) {
     static auto* const views = new std::map<const std::byte*, std::size_t>;
     return *views;
 }
@@ -90,7 +89,11 @@ HANDLE NewUnnamedSection(std::size_t size) {
 
 } // namespace
 
-const ForkPart kViewsForkPart = {[] { g_viewLock.lock(); }, [] { g_viewLock.unlock(); }, [] { g_viewLock.unlock(); }};
+const ForkPart kViewsForkPart = {
+    []() GAIZIOR_ACQUIRE(g_viewLock) { g_viewLock.Lock(); },
+    []() GAIZIOR_RELEASE(g_viewLock) { g_viewLock.Unlock(); },
+    []() GAIZIOR_RELEASE(g_viewLock) { g_viewLock.Unlock(); },
+};
 
 } // namespace gaizior::platform
 

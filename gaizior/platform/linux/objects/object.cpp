@@ -4,7 +4,6 @@
 #include "gaizior/platform/linux/system/futex.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -31,7 +30,7 @@ public:
         return std::exchange(m_pFirst, m_pFirst->nextFree);
     }
 
-    std::mutex& Lock() {
+    Mutex& Lock() GAIZIOR_RETURN_CAPABILITY(m_lock) {
         return m_lock;
     }
 
@@ -43,7 +42,7 @@ public:
 private:
     static constexpr std::size_t kLeastFree = kPlacesPerChunk;
 
-    bool Grow() {
+    bool Grow() GAIZIOR_REQUIRES(m_lock) {
         Object* const chunk = m_nChunks < kMaximumChunks ? new (std::nothrow) Object[kPlacesPerChunk] : nullptr;
         if (!chunk) {
             return false;
@@ -56,17 +55,17 @@ private:
         return true;
     }
 
-    void Append(Object& object) {
+    void Append(Object& object) GAIZIOR_REQUIRES(m_lock) {
         object.nextFree = nullptr;
         (m_nFree++ ? m_pLast->nextFree : m_pFirst) = &object;
         m_pLast = &object;
     }
 
-    std::mutex m_lock;
-    Object* m_pFirst = nullptr;
-    Object* m_pLast = nullptr;
-    std::size_t m_nFree = 0;
-    std::uint32_t m_nChunks = 0;
+    Mutex m_lock;
+    Object* m_pFirst GAIZIOR_GUARDED_BY(m_lock) = nullptr;
+    Object* m_pLast GAIZIOR_GUARDED_BY(m_lock) = nullptr;
+    std::size_t m_nFree GAIZIOR_GUARDED_BY(m_lock) = 0;
+    std::uint32_t m_nChunks GAIZIOR_GUARDED_BY(m_lock) = 0;
 };
 
 Table& TheTable() {
@@ -98,7 +97,7 @@ DWORD AskThreadId() {
     return static_cast<DWORD>(::gettid());
 }
 
-std::mutex& TableLock() {
+Mutex& TableLock() {
     return TheTable().Lock();
 }
 
@@ -143,17 +142,17 @@ std::uint64_t AwaitUnlocked(const Object& object) {
 
 void ObjectLock::Link(WaitNode& node) {
     node.next = nullptr;
-    node.previous = m_pObject->last;
-    (node.previous ? node.previous->next : m_pObject->first) = &node;
-    m_pObject->last = &node;
+    node.previous = (*this)->last;
+    (node.previous ? node.previous->next : (*this)->first) = &node;
+    (*this)->last = &node;
     node.isLinked.store(true, std::memory_order_relaxed);
     Set(kWaiters);
 }
 
 void ObjectLock::Remove(WaitNode& node) {
-    (node.previous ? node.previous->next : m_pObject->first) = node.next;
-    (node.next ? node.next->previous : m_pObject->last) = node.previous;
-    if (!m_pObject->first) {
+    (node.previous ? node.previous->next : (*this)->first) = node.next;
+    (node.next ? node.next->previous : (*this)->last) = node.previous;
+    if (!(*this)->first) {
         Clear(kWaiters);
     }
 }
@@ -164,12 +163,12 @@ void ObjectLock::Unlink(WaitNode& node) {
 }
 
 bool ObjectLock::HandOver(Woken& woken, std::uint32_t resultBase, bool ownership) {
-    for (WaitNode* node = m_pObject->first; node; node = node->next) {
+    for (WaitNode* node = (*this)->first; node; node = node->next) {
         std::uint32_t expected = kWaiting;
         if (node->thread->result.compare_exchange_strong(expected, resultBase + node->index)) {
             if (ownership) {
-                m_pObject->owner.store(node->thread->id, std::memory_order_relaxed);
-                m_pObject->recursion = 1;
+                (*this)->owner.store(node->thread->id, std::memory_order_relaxed);
+                (*this)->recursion = 1;
             }
             Remove(*node);
             woken.Add(*node);
@@ -185,16 +184,17 @@ void ObjectLock::HandToAll(Woken& woken) {
     }
 }
 
-void ObjectLock::UnlockClosed(Object& object) const {
+void ObjectLock::UnlockClosed() const {
+    Object& object = **this;
     // Whoever has just taken a mutex writes its name down a moment later, so the word alone tells that it is free.
     const bool isFree = GetKind() != Kind::Mutex || (m_word & kSignalled);
-    if (object.first || object.pins > 0 || !isFree) {
+    if ((*this)->first || (*this)->pins > 0 || !isFree) {
         object.word.store(m_word, std::memory_order_release);
         return;
     }
     void* const context = std::exchange(object.context, nullptr);
     const auto release = std::exchange(object.release, nullptr);
-    const std::shared_ptr<NamedObject> named = std::move(object.named);
+    const std::shared_ptr<NamedObject> named = std::move((*this)->named);
     object.word.store(m_word >> kGenerationShift << kGenerationShift);
     TheTable().Free(object);
     if (release) {

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 /// What stands behind a handle. A handle is an index into one process-wide table and the generation of what was put
@@ -105,16 +104,16 @@ private:
     WaitNode** m_pEnd = &m_pFirst;
 };
 
-struct alignas(64) Object {
+struct GAIZIOR_CAPABILITY("object") alignas(64) Object {
     std::atomic<std::uint64_t> word{0};
     std::uint32_t place = 0; ///< in the table
     bool isLockedForFork = false;
     Object* nextFree = nullptr; ///< the place to be used after this one, where both are free
 
-    // Under the lock:
-    WaitNode* first = nullptr;
-    WaitNode* last = nullptr;
-    int pins = 0; ///< references of those who will signal it
+    // Reached through an ObjectLock alone:
+    WaitNode* first GAIZIOR_GUARDED_BY(this) = nullptr;
+    WaitNode* last GAIZIOR_GUARDED_BY(this) = nullptr;
+    int pins GAIZIOR_GUARDED_BY(this) = 0; ///< references of those who will signal it
 
     // A mutex's: `owner` is read by anybody, the rest is the owner's.
     std::atomic<DWORD> owner{0};
@@ -122,17 +121,17 @@ struct alignas(64) Object {
     Object* nextOwned = nullptr;
     Object* previousOwned = nullptr;
 
-    // A semaphore's, under the lock:
-    LONG count = 0;
-    LONG maximum = 0;
+    // A semaphore's, likewise:
+    LONG count GAIZIOR_GUARDED_BY(this) = 0;
+    LONG maximum GAIZIOR_GUARDED_BY(this) = 0;
 
     // A thread's or a process's:
     std::atomic<DWORD> exitCode{STILL_ACTIVE};
     void* context = nullptr;
     void (*release)(void*) = nullptr;
 
-    // A named object's or a section's, under the lock:
-    std::shared_ptr<NamedObject> named;
+    // A named object's or a section's, likewise:
+    std::shared_ptr<NamedObject> named GAIZIOR_GUARDED_BY(this);
 };
 
 /// Makes an object, unlocked, without a waiter, and its handle. Null when memory runs out.
@@ -149,7 +148,7 @@ static_assert(kMaximumChunks * kPlacesPerChunk < 1u << (kGenerationShift - kPlac
 /// The places for objects, so many at a time. Never given back: handles are closed until the very end of the process.
 extern std::array<std::atomic<Object*>, kMaximumChunks> g_chunks;
 /// Guards which places are free. Who holds it takes no other lock but an object's.
-std::mutex& TableLock();
+Mutex& TableLock();
 
 /// Waits until nobody changes the object. @returns its word.
 std::uint64_t AwaitUnlocked(const Object& object);
@@ -198,11 +197,12 @@ private:
     std::uint64_t m_wanted = 0; ///< generation and kOpen; 0 wants whatever is there
 };
 
-/// Holds an object's lock bit. Everything that is not a single change of the word happens under it.
-class ObjectLock {
+/// Holds an object's lock bit. Everything that is not a single change of the word happens under it. To the analysis it
+/// is the lock itself: what it guards is reached by its arrow.
+class GAIZIOR_CAPABILITY("object's lock") ObjectLock {
 public:
     /// Locks what the handle leads to, or nothing when it is closed.
-    explicit ObjectLock(Reference reference) {
+    explicit ObjectLock(Reference reference) GAIZIOR_ACQUIRE() {
         do {
             m_word = reference.Load();
             if (m_word == 0) {
@@ -211,13 +211,13 @@ public:
         } while (!reference->word.compare_exchange_weak(m_word, m_word | kLocked));
         m_pObject = &*reference;
     }
-    explicit ObjectLock(Object& present) : ObjectLock(Reference(present)) {}
+    explicit ObjectLock(Object& present) GAIZIOR_ACQUIRE() : ObjectLock(Reference(present)) {}
     ObjectLock(const ObjectLock&) = delete;
     ObjectLock& operator=(const ObjectLock&) = delete;
     /// Releases the lock; the place is free again when nothing leads to the object any more.
-    ~ObjectLock() {
+    ~ObjectLock() GAIZIOR_RELEASE() {
         if (m_pObject) {
-            (m_word & kOpen) ? m_pObject->word.store(m_word, std::memory_order_release) : UnlockClosed(*m_pObject);
+            (m_word & kOpen) ? m_pObject->word.store(m_word, std::memory_order_release) : UnlockClosed();
         }
     }
     explicit operator bool() const {
@@ -241,17 +241,17 @@ public:
     void Clear(std::uint64_t bits) {
         m_word &= ~bits;
     }
-    void Link(WaitNode& node);
-    void Unlink(WaitNode& node);
+    void Link(WaitNode& node) GAIZIOR_REQUIRES(this);
+    void Unlink(WaitNode& node) GAIZIOR_REQUIRES(this);
     /// Gives the object to the first waiter that can take it, which goes on when `woken` ends. For a mutex `ownership`
     /// makes it the owner. @returns false when there is none.
-    bool HandOver(Woken& woken, std::uint32_t resultBase, bool ownership = false);
+    bool HandOver(Woken& woken, std::uint32_t resultBase, bool ownership = false) GAIZIOR_REQUIRES(this);
     /// Signals the object for good, and lets all go on who wait for it: also those who would find it reset already.
-    void HandToAll(Woken& woken);
+    void HandToAll(Woken& woken) GAIZIOR_REQUIRES(this);
 
 private:
-    void Remove(WaitNode& node);
-    void UnlockClosed(Object& object) const;
+    void Remove(WaitNode& node) GAIZIOR_REQUIRES(this);
+    void UnlockClosed() const GAIZIOR_REQUIRES(this);
 
     InsideLayer m_inside;
     Object* m_pObject = nullptr;

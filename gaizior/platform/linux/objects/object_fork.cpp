@@ -32,19 +32,19 @@ void LockPlace(Object& object) {
     }
 }
 
-void Prepare() {
-    TableLock().lock();
+void Prepare() GAIZIOR_ACQUIRE(TableLock()) {
+    TableLock().Lock();
     ForEachPlace(LockPlace);
 }
 
 /// What has been made since by a thread that already had its place was not locked here.
-void ContinueInParent() {
+void ContinueInParent() GAIZIOR_RELEASE(TableLock()) {
     ForEachPlace([](Object& object) {
         if (std::exchange(object.isLockedForFork, false)) {
             object.word.fetch_and(~kLocked);
         }
     });
-    TableLock().unlock();
+    TableLock().Unlock();
 }
 
 /// A mutex of the forking thread stays that thread's. The other owners do not exist in the child.
@@ -69,8 +69,8 @@ void InheritThread(ObjectLock& thread) {
 }
 
 /// The places are as they were; those who waited for them, with their nodes, are not in the child.
-void ContinueInChild() {
-    TableLock().unlock();
+void ContinueInChild() GAIZIOR_RELEASE(TableLock()) {
+    TableLock().Unlock();
     ThreadState& thread = CurrentThread();
     const DWORD parentThread = std::exchange(thread.id, static_cast<DWORD>(::gettid()));
     thread.namedOwned = 0;
@@ -82,8 +82,8 @@ void ContinueInChild() {
         if (KindOf(object.word.fetch_and(~(kLocked | kWaiters))) == Kind::None) {
             return;
         }
-        object.first = object.last = nullptr;
         ObjectLock lock(object); // gives back the place of what was closed and kept for them
+        lock->first = lock->last = nullptr;
         if (lock.GetKind() == Kind::Mutex) {
             InheritMutex(lock, parentThread);
         } else if (lock.GetKind() == Kind::Thread) {

@@ -184,7 +184,8 @@ private:
 
     static void Dequeue(Waited& waited) {
         if (waited.node.isLinked.load(std::memory_order_acquire)) {
-            ObjectLock(*waited.object).Unlink(waited.node);
+            ObjectLock lock(*waited.object);
+            lock.Unlink(waited.node);
         }
         if (waited.named && waited.hasSlept) {
             waited.named->PassWakeOn(waited.kind);

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -54,7 +53,7 @@ public:
     }
 
     BOOL Add(PHANDLER_ROUTINE handler) {
-        const LayerLock lock(m_lock);
+        const LayerLock lock(s_lock);
         if (!Start()) {
             return FailErrno();
         }
@@ -64,7 +63,7 @@ public:
     }
 
     BOOL Remove(PHANDLER_ROUTINE handler) {
-        const LayerLock lock(m_lock);
+        const LayerLock lock(s_lock);
         const auto found = std::find(m_handlers.rbegin(), m_handlers.rend(), handler);
         if (found == m_handlers.rend()) {
             return Fail(ERROR_INVALID_PARAMETER);
@@ -75,39 +74,41 @@ public:
     }
 
     BOOL IgnoreCtrlC(bool ignore) {
-        const LayerLock lock(m_lock);
+        const LayerLock lock(s_lock);
         m_bIgnoreCtrlC = ignore;
         Apply();
         return TRUE;
     }
 
     /// Signals wait while the process forks: one that the child gets must not reach the parent's handlers.
-    void PrepareFork() {
-        m_lock.lock();
+    static void PrepareFork() GAIZIOR_ACQUIRE(s_lock) {
+        Console& console = Instance(); // made here, since a child must not find it half made
+        s_lock.Lock();
         sigset_t ours;
         ::sigemptyset(&ours);
         for (const ConsoleSignal& signal : kSignals) {
             ::sigaddset(&ours, signal.number);
         }
-        ::pthread_sigmask(SIG_BLOCK, &ours, &m_maskBeforeFork);
+        ::pthread_sigmask(SIG_BLOCK, &ours, &console.m_maskBeforeFork);
     }
 
-    void ContinueAfterFork() {
-        ::pthread_sigmask(SIG_SETMASK, &m_maskBeforeFork, nullptr);
-        m_lock.unlock();
+    static void ContinueAfterFork() GAIZIOR_RELEASE(s_lock) {
+        ::pthread_sigmask(SIG_SETMASK, &Instance().m_maskBeforeFork, nullptr);
+        s_lock.Unlock();
     }
 
     /// A child begins without handlers. Pipe and thread of its own come with the first that it adds.
-    void ContinueInChild() {
-        m_handlers.clear();
-        Apply();
-        ClosePipe(0);
+    static void ContinueInChild() GAIZIOR_RELEASE(s_lock) {
+        Console& console = Instance();
+        console.m_handlers.clear();
+        console.Apply();
+        console.ClosePipe(0);
         ContinueAfterFork();
     }
 
 private:
     /// Makes pipe and thread at the first call. @returns false with errno set.
-    bool Start() {
+    bool Start() GAIZIOR_REQUIRES(s_lock) {
         if (m_pipeOut) {
             return true;
         }
@@ -128,7 +129,7 @@ private:
     }
 
     /// @returns false with that errno value.
-    bool ClosePipe(int error) {
+    bool ClosePipe(int error) GAIZIOR_REQUIRES(s_lock) {
         g_pipeIn = -1;
         m_pipeOut = UniqueFd();
         m_pipeIn = UniqueFd();
@@ -137,7 +138,7 @@ private:
     }
 
     /// Gives each signal the disposition that the handlers and the ignoring of Ctrl-C ask for.
-    void Apply() {
+    void Apply() GAIZIOR_REQUIRES(s_lock) {
         for (std::size_t i = 0; i < std::size(kSignals); ++i) {
             struct sigaction wanted {};
             if (kSignals[i].number == SIGINT && m_bIgnoreCtrlC) {
@@ -161,18 +162,23 @@ private:
         }
     }
 
-    void Restore(std::size_t i) {
+    void Restore(std::size_t i) GAIZIOR_REQUIRES(s_lock) {
         if (m_before[i]) {
             ::sigaction(kSignals[i].number, &*m_before[i], nullptr);
             m_before[i].reset();
         }
     }
 
+    int PipeOut() GAIZIOR_EXCLUDES(s_lock) {
+        const LayerLock lock(s_lock);
+        return m_pipeOut.Get();
+    }
+
     /// Ends only in a child that a handler forks: the pipe is closed there.
     void* Run() {
         for (;;) {
             unsigned char number = 0;
-            const ssize_t count = ::read(m_pipeOut.Get(), &number, 1);
+            const ssize_t count = ::read(PipeOut(), &number, 1);
             if (count == 1 && !Ask(number)) {
                 EndBy(number);
             } else if (count != 1 && errno != EINTR) {
@@ -182,10 +188,10 @@ private:
     }
 
     /// Asks the handlers, the last added first. They may add and remove handlers.
-    bool Ask(int number) {
+    bool Ask(int number) GAIZIOR_EXCLUDES(s_lock) {
         std::vector<PHANDLER_ROUTINE> handlers;
         {
-            const LayerLock lock(m_lock);
+            const LayerLock lock(s_lock);
             handlers = m_handlers;
         }
         const DWORD event = std::ranges::find(kSignals, number, &ConsoleSignal::number)->event;
@@ -203,22 +209,19 @@ private:
         std::raise(number);
     }
 
-    std::mutex m_lock;
-    std::vector<PHANDLER_ROUTINE> m_handlers;
-    std::optional<struct sigaction> m_before[std::size(kSignals)];
-    bool m_bIgnoreCtrlC = false;
-    sigset_t m_maskBeforeFork{};
-    UniqueFd m_pipeOut;
-    UniqueFd m_pipeIn; ///< g_pipeIn's owner
+    static inline constinit gaizior::Mutex s_lock;
+    std::vector<PHANDLER_ROUTINE> m_handlers GAIZIOR_GUARDED_BY(s_lock);
+    std::optional<struct sigaction> m_before[std::size(kSignals)] GAIZIOR_GUARDED_BY(s_lock);
+    bool m_bIgnoreCtrlC GAIZIOR_GUARDED_BY(s_lock) = false;
+    sigset_t m_maskBeforeFork GAIZIOR_GUARDED_BY(s_lock) = {};
+    UniqueFd m_pipeOut GAIZIOR_GUARDED_BY(s_lock);
+    UniqueFd m_pipeIn GAIZIOR_GUARDED_BY(s_lock); ///< g_pipeIn's owner
 };
 
 } // namespace
 
 const gaizior::platform::ForkPart gaizior::platform::kConsoleForkPart = {
-    [] { Console::Instance().PrepareFork(); },
-    [] { Console::Instance().ContinueAfterFork(); },
-    [] { Console::Instance().ContinueInChild(); },
-};
+    &Console::PrepareFork, &Console::ContinueAfterFork, &Console::ContinueInChild};
 
 inline namespace gaizior_windows_api {
 

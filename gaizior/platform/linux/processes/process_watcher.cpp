@@ -68,13 +68,16 @@ ProcessWatcher* ProcessWatcher::Instance() {
 }
 
 bool ProcessWatcher::Start() {
-    const LayerLock lock(m_lock);
+    const LayerLock lock(s_lock);
     if (m_epoll) {
         return true;
     }
     m_epoll = UniqueFd(::epoll_create1(EPOLL_CLOEXEC));
     // A forked child has inherited processes to watch.
-    bool isReady = m_epoll && std::ranges::all_of(m_running, [this](const auto& entry) { return Add(entry.first); });
+    bool isReady = static_cast<bool>(m_epoll);
+    for (auto entry = m_running.begin(); isReady && entry != m_running.end(); ++entry) {
+        isReady = Add(entry->first);
+    }
     if (isReady) {
         const auto run = [](void* watcher) -> void* { static_cast<ProcessWatcher*>(watcher)->Run(); };
         errno = StartServiceThread("process watch", run, this);
@@ -101,7 +104,7 @@ std::shared_ptr<Process> ProcessWatcher::FindRunning(pid_t id) const {
 }
 
 std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
-    const LayerLock lock(m_lock);
+    const LayerLock lock(s_lock);
     ForgetUnobserved();
     if (auto known = FindRunning(id)) {
         return known;
@@ -121,7 +124,7 @@ std::shared_ptr<Process> ProcessWatcher::Watch(pid_t id, bool isChild) {
 }
 
 void ProcessWatcher::ForgetUnobserved() {
-    std::erase_if(m_running, [this](const auto& entry) {
+    std::erase_if(m_running, [this](const auto& entry) GAIZIOR_REQUIRES(s_lock) {
         Process& process = *entry.second;
         std::erase_if(process.m_waiting, [](const CompletionRef& waiting) { return waiting.IsUnobserved(); });
         // A child stays until its exit code is collected, and what a caller is just being given a handle of.
@@ -134,7 +137,7 @@ void ProcessWatcher::ForgetUnobserved() {
 }
 
 void ProcessWatcher::CompleteAtEnd(Process& process, CompletionRef waiting) {
-    const LayerLock lock(m_lock);
+    const LayerLock lock(s_lock);
     if (process.m_bIsOver) {
         waiting.Complete(process.m_dwExitCode);
     } else {
@@ -142,10 +145,16 @@ void ProcessWatcher::CompleteAtEnd(Process& process, CompletionRef waiting) {
     }
 }
 
+int ProcessWatcher::Epoll() const {
+    const LayerLock lock(s_lock);
+    return m_epoll.Get();
+}
+
 void ProcessWatcher::Run() {
+    const int epoll = Epoll();
     for (;;) {
         epoll_event ended[16];
-        const int count = ::epoll_wait(m_epoll.Get(), ended, std::ssize(ended), -1);
+        const int count = ::epoll_wait(epoll, ended, std::ssize(ended), -1);
         for (int i = 0; i < count; ++i) {
             End(ended[i].data.fd);
         }
@@ -153,7 +162,7 @@ void ProcessWatcher::Run() {
 }
 
 void ProcessWatcher::End(int fd) {
-    const LayerLock lock(m_lock);
+    const LayerLock lock(s_lock);
     const auto found = m_running.find(fd);
     if (found == m_running.end() || !found->second->HasEnded()) {
         return; // forgotten a moment ago; the descriptor may be another's by now
@@ -170,11 +179,12 @@ void ProcessWatcher::End(int fd) {
 }
 
 void ProcessWatcher::PrepareFork() {
-    TheOne().m_lock.lock();
+    TheOne(); // made here, since a child must not find it half made
+    s_lock.Lock();
 }
 
 void ProcessWatcher::ContinueInParent() {
-    TheOne().m_lock.unlock();
+    s_lock.Unlock();
 }
 
 /// Its parent's children are not the child's, and neither is the thread. What it watches from now on must not be added
@@ -185,7 +195,7 @@ void ProcessWatcher::ContinueInChild() {
     for (const auto& [fd, process] : watcher.m_running) {
         process->m_bIsChild = false;
     }
-    watcher.m_lock.unlock();
+    s_lock.Unlock();
 }
 
 const ForkPart kWatcherForkPart = {&ProcessWatcher::PrepareFork, &ProcessWatcher::ContinueInParent,

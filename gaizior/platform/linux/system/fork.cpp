@@ -21,22 +21,23 @@ constexpr const ForkPart* kParts[] = {&platform::kConsoleForkPart, &platform::kW
 
 constinit KeepAcrossFork* g_lastKept = nullptr;
 
-/// Those above the layer come first: who holds one calls the layer. A thread is not suspended while it forks.
-void Prepare() {
+/// Those above the layer come first: who holds one calls the layer. A thread is not suspended while it forks. The locks
+/// of a list are more than the analysis can tell apart.
+void Prepare() GAIZIOR_NO_THREAD_SAFETY_ANALYSIS {
     platform::InsideLayer::Enter();
     for (const KeepAcrossFork* kept = g_lastKept; kept; kept = kept->Next()) {
-        kept->Lock().lock();
+        kept->Lock().Lock();
     }
     for (const ForkPart* part : kParts) {
         part->prepare();
     }
 }
 
-void Continue(void (*ForkPart::*continuation)()) {
+void Continue(void (*ForkPart::*continuation)()) GAIZIOR_NO_THREAD_SAFETY_ANALYSIS {
     std::for_each(std::rbegin(kParts), std::rend(kParts),
                   [continuation](const ForkPart* part) { (part->*continuation)(); });
     for (const KeepAcrossFork* kept = g_lastKept; kept; kept = kept->Next()) {
-        kept->Lock().unlock();
+        kept->Lock().Unlock();
     }
     platform::InsideLayer::Leave();
 }
@@ -47,6 +48,6 @@ void Continue(void (*ForkPart::*continuation)()) {
 
 } // namespace
 
-KeepAcrossFork::KeepAcrossFork(std::mutex& lock) : m_lock(lock), m_pNext(std::exchange(g_lastKept, this)) {}
+KeepAcrossFork::KeepAcrossFork(Mutex& lock) : m_lock(lock), m_pNext(std::exchange(g_lastKept, this)) {}
 
 } // namespace gaizior

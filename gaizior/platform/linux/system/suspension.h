@@ -1,10 +1,11 @@
 #pragma once
 
+#include "gaizior/platform/mutex.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
+#include <type_traits>
 
 #include <sys/types.h>
 
@@ -105,13 +106,15 @@ public:
 };
 
 /// Holds one of the layer's own mutexes. A thread that waits for one or holds it is inside the layer.
-class LayerLock {
+class GAIZIOR_SCOPED_CAPABILITY LayerLock {
 public:
-    explicit LayerLock(std::mutex& mutex) : m_lock(mutex) {}
+    explicit LayerLock(Mutex& mutex) GAIZIOR_ACQUIRE(mutex) : m_lock(mutex) {}
+    ~LayerLock() GAIZIOR_RELEASE() = default;
 
 private:
     InsideLayer m_inside;
-    std::lock_guard<std::mutex> m_lock;
+    MutexLock m_lock;
 };
+static_assert(std::is_trivially_destructible_v<Mutex>, "the layer's static mutexes serve until the process has ended");
 
 } // namespace gaizior::platform
