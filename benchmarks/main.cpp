@@ -16,8 +16,14 @@ struct Subject {
 };
 
 constexpr Subject kSubjects[] = {
-    {"errors", &benchmarks::Errors},   {"logging", &benchmarks::Logging}, {"messages", &benchmarks::Messages},
-    {"channel", &benchmarks::Channel}, {"events", &benchmarks::Events}, // the last: it leaves the one thread
+    {"errors", &benchmarks::Errors},
+    {"logging", &benchmarks::Logging},
+    {"messages", &benchmarks::Messages},
+    {"channel", &benchmarks::Channel},
+    {"times", &benchmarks::Times},
+    // The last ones: they leave the one thread.
+    {"threads", &benchmarks::Threads},
+    {"events", &benchmarks::Events},
 };
 
 int Usage() {

@@ -8,5 +8,7 @@ void Logging();
 void Messages();
 void Events();
 void Channel();
+void Threads();
+void Times();
 
 } // namespace benchmarks

@@ -61,21 +61,24 @@ template <class... Pieces>
     return code;
 }
 
+/// A piece of a line as it can be inserted into any stream: a null text, which would end the stream, counts as empty.
+template <class Piece>
+constexpr decltype(auto) OrEmpty(Piece& piece) {
+    if constexpr (std::is_convertible_v<Piece&, const char*>) {
+        const char* const text = piece;
+        return text ? text : "";
+    } else {
+        return (piece);
+    }
+}
+
 /// The pieces as one text; an empty one when memory does not suffice.
 template <class... Pieces>
 std::string Composed(const Pieces&... what) noexcept {
-    constexpr auto orEmpty = [](const auto& piece) -> decltype(auto) {
-        if constexpr (std::is_convertible_v<decltype(piece), const char*>) {
-            const char* const text = piece;
-            return text ? text : "";
-        } else {
-            return (piece);
-        }
-    };
     try {
         std::ostringstream text;
         text.imbue(std::locale::classic());
-        (text << ... << orEmpty(what));
+        (text << ... << OrEmpty(what));
         return std::move(text).str();
     } catch (const std::bad_alloc&) {
         return {};

@@ -38,8 +38,8 @@ inline DWORD WaitFor(HANDLE handle, DWORD milliseconds) {
 inline DWORD WaitForAny(DWORD count, const HANDLE* handles, DWORD milliseconds) {
     return ::WaitForMultipleObjects(count, handles, FALSE, seams::Shortened(milliseconds));
 }
-inline void SleepFor(DWORD milliseconds) {
-    ::Sleep(seams::Shortened(milliseconds));
+inline DWORD SleepFor(DWORD milliseconds, bool alertable = false) {
+    return ::SleepEx(seams::Shortened(milliseconds), alertable);
 }
 
 #else
@@ -68,8 +68,10 @@ inline DWORD WaitFor(HANDLE handle, DWORD milliseconds) {
 inline DWORD WaitForAny(DWORD count, const HANDLE* handles, DWORD milliseconds) {
     return ::WaitForMultipleObjects(count, handles, FALSE, milliseconds);
 }
-inline void SleepFor(DWORD milliseconds) {
-    ::Sleep(milliseconds);
+/// Sleeps; an alertable sleep may be ended by the completion of an operation that the calling thread began.
+/// @returns 0 after the whole time, WAIT_IO_COMPLETION when it was ended.
+inline DWORD SleepFor(DWORD milliseconds, bool alertable = false) {
+    return ::SleepEx(milliseconds, alertable);
 }
 
 #endif

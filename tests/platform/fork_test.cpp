@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include <sys/resource.h>
+
 namespace gaizior::test {
 namespace {
 
@@ -28,8 +30,9 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     const UniqueHandle free = Mutex(FALSE, "free");
     const UniqueHandle taken = Event();
     const UniqueHandle end = Event(TRUE);
+    DWORD id = 0;
     const UniqueHandle thread(::CreateThread(
-        nullptr, 0, [](void* until) { return ::WaitForSingleObject(until, INFINITE); }, end.Get(), 0, nullptr));
+        nullptr, 0, [](void* until) { return ::WaitForSingleObject(until, INFINITE); }, end.Get(), 0, &id));
     std::thread other([&] {
         EXPECT_EQ(Wait(others), WAIT_OBJECT_0);
         ::SetEvent(taken.Get());
@@ -42,6 +45,8 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
         EXPECT_EQ(Wait(named), kTimeout);
         EXPECT_EQ(Wait(others), kAbandoned);
         EXPECT_EQ(Wait(thread), WAIT_OBJECT_0) << "it is not there, and nobody need wait for it";
+        EXPECT_TRUE(::SetThreadPriority(thread.Get(), THREAD_PRIORITY_LOWEST));
+        EXPECT_EQ(::getpriority(PRIO_PROCESS, id), ::getpriority(PRIO_PROCESS, 0)) << "it is the parent's";
         for (const UniqueHandle* mutex : {&mine, &others, &free}) {
             EXPECT_EQ(Wait(*mutex), WAIT_OBJECT_0);
             EXPECT_TRUE(::ReleaseMutex(mutex->Get()));

@@ -10,15 +10,15 @@
 #include <vector>
 
 #include <pthread.h>
+#ifndef _WIN32
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
 
 namespace gaizior::test {
 namespace {
 
-#ifdef __SANITIZE_THREAD__
-constexpr int kSuspensions = 0; // it keeps a signal from a thread that only calls what it does not watch
-#else
 constexpr int kSuspensions = 500;
-#endif
 constexpr DWORD kSoon = 20;
 
 UniqueHandle Semaphore(LONG initial, LONG maximum) {
@@ -29,10 +29,13 @@ DWORD Call(void* function) {
     return (*static_cast<std::function<DWORD()>*>(function))();
 }
 /// Runs the function, which must live as long, on a thread of its own.
-UniqueHandle Start(std::function<DWORD()>& function) {
+UniqueHandle Start(std::function<DWORD()>& function, DWORD* tellId = nullptr) {
     DWORD id = 0;
     UniqueHandle thread(::CreateThread(nullptr, 100'000, &Call, &function, 0, &id));
     EXPECT_TRUE(id != 0 && id != ::GetCurrentThreadId());
+    if (tellId) {
+        *tellId = id;
+    }
     return thread;
 }
 
@@ -121,9 +124,6 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
 }
 
 TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
-    if (kSuspensions == 0) {
-        GTEST_SKIP();
-    }
     const UniqueHandle event = Event();
     HANDLE self = nullptr;
     std::function<DWORD()> waitAndSuspendItself = [&] {
@@ -149,6 +149,109 @@ TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
     EXPECT_EQ(Wait(event), kTimeout) << "what came while it was suspended it has taken";
     EXPECT_EQ(ErrorOf(::SuspendThread(thread.Get()) + 1), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_EQ(::ResumeThread(thread.Get()), 0u);
+}
+
+#ifdef _WIN32
+bool MayHave(int) {
+    return true;
+}
+bool HasNiceness(DWORD, int) {
+    return true;
+}
+SIZE_T StackSize() {
+    ULONG_PTR low = 0, high = 0;
+    ::GetCurrentThreadStackLimits(&low, &high);
+    return high - low;
+}
+#else
+int NicenessOf(DWORD thread) {
+    return ::getpriority(PRIO_PROCESS, thread);
+}
+/// The niceness that is so far from the process's.
+int Niceness(int step) {
+    return std::clamp(NicenessOf(static_cast<DWORD>(::getpid())) + step, -20, 19);
+}
+/// Whether the system lets a thread that has the lowest priority up to there.
+bool MayHave(int step) {
+    bool may = false;
+    std::jthread([&] {
+        may = ::setpriority(PRIO_PROCESS, 0, 19) == 0 && ::setpriority(PRIO_PROCESS, 0, Niceness(step)) == 0;
+    }).join();
+    return may;
+}
+bool HasNiceness(DWORD thread, int step) {
+    return NicenessOf(thread) == Niceness(step);
+}
+SIZE_T StackSize() {
+    pthread_attr_t attributes;
+    SIZE_T size = 0;
+    ::pthread_getattr_np(::pthread_self(), &attributes);
+    ::pthread_attr_getstacksize(&attributes, &size);
+    ::pthread_attr_destroy(&attributes);
+    return size;
+}
+#endif
+
+TEST_F(WaitingTest, AThreadHasThePriorityThatWasSetLastAndBeginsWithTheOrdinaryOne) {
+    const UniqueHandle event = Event();
+    std::function<DWORD()> waits = [&] { return Wait(event, INFINITE); };
+    std::function<DWORD()> startsAnother = [&] {
+        Wait(event, INFINITE);
+        DWORD id = 0;
+        const UniqueHandle other = Start(waits, &id);
+        EXPECT_EQ(::GetThreadPriority(other.Get()), THREAD_PRIORITY_NORMAL);
+        EXPECT_TRUE(HasNiceness(id, 0) || !MayHave(0));
+        ::SetEvent(event.Get());
+        return Wait(other, INFINITE);
+    };
+    DWORD id = 0;
+    const UniqueHandle thread = Start(startsAnother, &id);
+    struct Case {
+        int priority;
+        int niceness; ///< counted from the process's
+        bool isKnown = true;
+    };
+    Case last{THREAD_PRIORITY_NORMAL, 0};
+    for (const Case& next : {Case{0, 0},
+                             {-1, 5},
+                             {-2, 10},
+                             {-15, 39},
+                             {1, -5},
+                             {2, -10},
+                             {15, -39},
+                             {0, 0},
+                             {-2, 10},
+                             {-16, 0, false},
+                             {-3, 0, false},
+                             {3, 0, false},
+                             {16, 0, false}}) {
+        const DWORD refusal = next.isKnown ? ERROR_ACCESS_DENIED : ERROR_INVALID_PARAMETER;
+        const bool takes = next.isKnown && (next.priority <= last.priority || MayHave(next.niceness));
+        EXPECT_EQ(ErrorOf(::SetThreadPriority(thread.Get(), next.priority)), takes ? ~DWORD{0} : refusal);
+        last = takes ? next : last;
+        EXPECT_EQ(::GetThreadPriority(thread.Get()), last.priority) << next.priority;
+        EXPECT_TRUE(HasNiceness(id, last.niceness)) << next.priority;
+    }
+    ::SetEvent(event.Get());
+    EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_TRUE(::SetThreadPriority(thread.Get(), THREAD_PRIORITY_HIGHEST)) << "it has ended";
+    EXPECT_EQ(::GetThreadPriority(thread.Get()), THREAD_PRIORITY_HIGHEST);
+}
+
+TEST_F(WaitingTest, AThreadsStackGrowsToTheDefaultUnlessItsSizeIsReserved) {
+    const auto started = [](SIZE_T size, DWORD flags) {
+        std::function<DWORD()> tell = [] { return static_cast<DWORD>(StackSize()); };
+        const UniqueHandle thread(::CreateThread(nullptr, size, &Call, &tell, flags, nullptr));
+        EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+        DWORD stack = 0;
+        EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &stack));
+        return stack;
+    };
+    const DWORD usual = started(0, 0);
+    EXPECT_GE(started(4096, 0), usual); // the C library may give one that was another's and is larger
+    EXPECT_GE(started(usual * 2, 0), usual * 2);
+    const DWORD reserved = started(256 * 1024, STACK_SIZE_PARAM_IS_A_RESERVATION);
+    EXPECT_TRUE(reserved >= 256 * 1024 && reserved < usual) << reserved;
 }
 
 TEST_F(WaitingTest, ASemaphoreCountsUpToItsMaximum) {
@@ -211,6 +314,8 @@ TEST_F(WaitingTest, AHandleThatIsNotOpenIsRefused) {
             [&] { return ::CloseHandle(handle); },
             [&] { return ::SuspendThread(handle) + 1; },
             [&] { return ::ResumeThread(handle) + 1; },
+            [&] { return ::SetThreadPriority(handle, 99); },
+            [&] { return ::GetThreadPriority(handle) != THREAD_PRIORITY_ERROR_RETURN; },
         };
         for (const auto& call : calls) {
             ::SetLastError(0);

@@ -11,8 +11,10 @@ using LPTHREAD_START_ROUTINE = DWORD (*)(void*);
 
 inline constexpr DWORD STACK_SIZE_PARAM_IS_A_RESERVATION = 0x00010000;
 
-/// Starts a thread that runs `start(argument)`; `stackSize` in bytes, 0 for the default, and `threadId`, which may be
-/// null, gets its id. `attributes` are ignored, of the flags only STACK_SIZE_PARAM_IS_A_RESERVATION is taken.
+/// Starts a thread that runs `start(argument)`; `threadId`, which may be null, gets its id. `attributes` are ignored.
+/// `stackSize` in bytes is what the stack begins with: it grows to the system's default size (`ulimit -s`, mostly
+/// 8 MiB) where that is more. With STACK_SIZE_PARAM_IS_A_RESERVATION, the only flag that is taken, `stackSize` is
+/// all it needs to hold. 0 is the default.
 /// The handle is signalled when the thread has ended: its thread_local destructors have run, and the mutexes that it
 /// still owned are abandoned. The caller closes it, before or after. The thread is detached or joined by the library,
 /// never by anybody else.
@@ -38,6 +40,25 @@ GAIZIOR_API DWORD SuspendThread(HANDLE thread);
 /// @returns how often it was suspended before: 0 when it was not, or has ended; 0xFFFFFFFF with ERROR_INVALID_HANDLE
 ///          or ERROR_NOT_SUPPORTED (the thread of a child process). Any thread.
 GAIZIOR_API DWORD ResumeThread(HANDLE thread);
+inline constexpr int THREAD_PRIORITY_IDLE = -15;
+inline constexpr int THREAD_PRIORITY_LOWEST = -2;
+inline constexpr int THREAD_PRIORITY_BELOW_NORMAL = -1;
+inline constexpr int THREAD_PRIORITY_NORMAL = 0;
+inline constexpr int THREAD_PRIORITY_ABOVE_NORMAL = 1;
+inline constexpr int THREAD_PRIORITY_HIGHEST = 2;
+inline constexpr int THREAD_PRIORITY_TIME_CRITICAL = 15;
+inline constexpr int THREAD_PRIORITY_ERROR_RETURN = 0x7FFFFFFF;
+
+/// Gives a thread of this process one of the priorities above: a niceness that is higher than the process's own by 10
+/// (LOWEST) or 5, lower by 5 or 10 (HIGHEST), 19 (IDLE) or -20 (TIME_CRITICAL). A thread begins at NORMAL, whoever
+/// starts it. One that has ended takes any priority and does nothing with it.
+/// @returns FALSE, with nothing changed, with ERROR_INVALID_HANDLE, ERROR_NOT_SUPPORTED (the thread of a child
+///          process), ERROR_INVALID_PARAMETER (another number), ERROR_ACCESS_DENIED (the system does not let this user
+///          raise a thread so far, not even back to NORMAL). Any thread.
+GAIZIOR_API BOOL SetThreadPriority(HANDLE thread, int priority);
+/// The priority that was last set, THREAD_PRIORITY_NORMAL before.
+/// @returns THREAD_PRIORITY_ERROR_RETURN with ERROR_INVALID_HANDLE or ERROR_NOT_SUPPORTED. Any thread.
+GAIZIOR_API int GetThreadPriority(HANDLE thread);
 /// The calling thread's id, which no other thread of the machine has while it runs.
 GAIZIOR_API DWORD GetCurrentThreadId();
 

@@ -35,6 +35,19 @@ struct SECURITY_ATTRIBUTES {
 
 inline constexpr DWORD STILL_ACTIVE = 259; ///< the exit code of what has not ended
 
+/// A number of 64 bits, whole or in halves.
+union LARGE_INTEGER {
+    __extension__ struct {
+        DWORD LowPart;
+        LONG HighPart;
+    };
+    struct {
+        DWORD LowPart;
+        LONG HighPart;
+    } u;
+    LONGLONG QuadPart;
+};
+
 struct FILETIME {
     DWORD dwLowDateTime;
     DWORD dwHighDateTime;

@@ -32,6 +32,9 @@ public:
         return m_pObject != nullptr;
     }
     bool Is(CompletionKind kind) const;
+    ObjectLock Lock() const {
+        return ObjectLock(*m_pObject);
+    }
     void* Context() const {
         return m_pObject->context;
     }

@@ -1,6 +1,7 @@
 #include "gaizior/platform/linux/objects/completion.h"
 #include "gaizior/platform/linux/system/futex.h"
 #include "gaizior/platform/linux/system/last_error.h"
+#include "gaizior/platform/linux/system/niceness.h"
 #include "gaizior/platform/linux/system/service_thread.h"
 #include "gaizior/platform/linux/system/suspension.h"
 
@@ -30,7 +31,8 @@ struct StartedThread {
     std::atomic<DWORD> id{0}; ///< set when all the rest is
     pthread_t thread{};
     Suspension suspension;
-    std::optional<DWORD> exitCode; ///< nothing as long as it runs, and when it leaves by pthread_exit
+    int priority = THREAD_PRIORITY_NORMAL; ///< under the lock of the thread's object
+    std::optional<DWORD> exitCode;         ///< nothing as long as it runs, and when it leaves by pthread_exit
 };
 
 namespace {
@@ -68,6 +70,7 @@ void* CompleteAfterEnd(void* given) {
 /// the kernel abandons when it has ended, or has not told its exit code, another thread waits for that.
 void EndThread(StartedThread& thread) {
     thread.suspension.End();
+    thread.completion.Lock(); // who sets the priority of a thread that has not ended does so before its id is another's
     const bool isDone = CurrentThread().namedOwned == 0 && thread.exitCode;
     if (isDone || StartServiceThread("thread end", &CompleteAfterEnd, &thread) != 0) {
         ::pthread_detach(thread.thread);
@@ -94,6 +97,7 @@ void* RunThread(void* given) {
     ArmEndOfThread();
     thread.thread = ::pthread_self();
     thread.suspension.Adopt();
+    BeginAtNormalPriority();
     thread.id = ::GetCurrentThreadId();
     FutexWake(thread.id, 1, false);
     const DWORD exitCode = thread.run(thread.argument);
@@ -107,11 +111,20 @@ std::size_t UsableStack(std::size_t size) {
     return (std::max(size, static_cast<std::size_t>(PTHREAD_STACK_MIN) * 4) + page - 1) / page * page;
 }
 
+/// Asks for a stack that may grow to so many bytes, or, where these are only what it begins with, is not smaller.
+/// @returns 0 or an errno value.
+int SetStack(pthread_attr_t& attributes, std::size_t size, bool isLimit) {
+    std::size_t usual = 0;
+    ::pthread_attr_getstacksize(&attributes, &usual);
+    const bool fits = size == 0 || (!isLimit && size <= usual);
+    return fits ? 0 : ::pthread_attr_setstacksize(&attributes, UsableStack(size));
+}
+
 /// The thread detaches itself, or has itself joined, when it ends. @returns 0 or an errno value.
-int StartRunning(std::size_t stackSize, StartedThread& started) {
+int StartRunning(std::size_t stackSize, bool isLimit, StartedThread& started) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
-    int error = stackSize ? ::pthread_attr_setstacksize(&attributes, UsableStack(stackSize)) : 0;
+    int error = SetStack(attributes, stackSize, isLimit);
     if (error == 0) {
         pthread_t thread;
         error = ::pthread_create(&thread, &attributes, &RunThread, &started);
@@ -130,8 +143,27 @@ CompletionRef ReferToThread(HANDLE handle) {
     return {};
 }
 
+StartedThread& StartedOf(const CompletionRef& thread) {
+    return *static_cast<StartedThread*>(thread.Context());
+}
+
 Suspension& SuspensionOf(const CompletionRef& thread) {
-    return static_cast<StartedThread*>(thread.Context())->suspension;
+    return StartedOf(thread).suspension;
+}
+
+/// @returns 0 or an error. A thread that has ended, or was lost in a fork, has no niceness to change.
+DWORD SetPriority(const CompletionRef& thread, int priority) {
+    if (!IsThreadPriority(priority)) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    StartedThread& started = StartedOf(thread);
+    const ObjectLock lock = thread.Lock();
+    const pid_t id = lock.Word() & kSignalled ? 0 : started.suspension.RunningThread();
+    const DWORD error = id ? SetNiceness(id, priority) : ERROR_SUCCESS;
+    if (error == ERROR_SUCCESS) {
+        started.priority = priority;
+    }
+    return error;
 }
 
 constexpr DWORD kRefused = 0xFFFFFFFF; // what calls give that else give a count
@@ -163,7 +195,7 @@ HANDLE gaizior_windows_api::CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackSize,
     }
     StartedThread& thread = *owned.release();
     thread.completion = ReferToCompletion(handle);
-    if (const int error = StartRunning(stackSize, thread)) {
+    if (const int error = StartRunning(stackSize, flags != 0, thread)) {
         thread.completion = CompletionRef();
         ::CloseHandle(handle);
         return FailNull(ErrorOfErrno(error));
@@ -203,4 +235,19 @@ DWORD gaizior_windows_api::SuspendThread(HANDLE handle) {
 DWORD gaizior_windows_api::ResumeThread(HANDLE handle) {
     const CompletionRef thread = ReferToThread(handle);
     return thread ? SuspensionOf(thread).Resume() : kRefused;
+}
+
+BOOL gaizior_windows_api::SetThreadPriority(HANDLE handle, int priority) {
+    const CompletionRef thread = ReferToThread(handle);
+    const DWORD error = thread ? SetPriority(thread, priority) : ::GetLastError();
+    return error == ERROR_SUCCESS || Fail(error);
+}
+
+int gaizior_windows_api::GetThreadPriority(HANDLE handle) {
+    const CompletionRef thread = ReferToThread(handle);
+    if (!thread) {
+        return THREAD_PRIORITY_ERROR_RETURN;
+    }
+    const ObjectLock lock = thread.Lock();
+    return StartedOf(thread).priority;
 }

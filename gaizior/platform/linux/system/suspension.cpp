@@ -46,13 +46,14 @@ void Sleep(const std::atomic<std::uint32_t>& word, std::uint32_t value) {
 } // namespace
 
 void Suspension::Adopt() {
-    m_nThread = ::gettid();
+    m_nThread = static_cast<pid_t>(::GetCurrentThreadId());
     t_inside.suspension = this;
     // A host that handles signals on a thread of its own starts all others with signals blocked.
     sigset_t mine;
     ::sigemptyset(&mine);
     ::sigaddset(&mine, SuspendSignal());
     ::pthread_sigmask(SIG_UNBLOCK, &mine, nullptr);
+    LetSignalsIn();
 }
 
 DWORD Suspension::Suspend(DWORD& previous) {

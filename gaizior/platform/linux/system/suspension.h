@@ -48,6 +48,10 @@ public:
     bool IsSuspended() const {
         return (m_word.load(std::memory_order_relaxed) & kCount) != 0;
     }
+    /// The id of the thread, its own and nobody else's until it has ended; 0 from then on.
+    pid_t RunningThread() const {
+        return m_word.load() & kEnded ? 0 : m_nThread;
+    }
     /// Stops the calling thread, which this belongs to, for as long as it is suspended. Keeps errno.
     void Stop();
     /// Ends it all: nobody suspends the calling thread any more. Stops first if it is suspended.

@@ -16,9 +16,11 @@ using gaizior::platform::Fail;
 using gaizior::platform::ToFileTime;
 using gaizior::platform::ToTicks;
 
-using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>; // a FILETIME counts 100 ns
+using Ticks =
+    std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>; // a FILETIME counts 100 ns, as the counter does
 
 constexpr std::chrono::sys_days kFileTimeEpoch = std::chrono::year(1601) / 1 / 1;
+constexpr clockid_t kRunningClock = CLOCK_BOOTTIME; // goes on while the machine is suspended, as on Windows
 constexpr WORD kLastYear = 30827; // Windows takes no later one, though its file times reach into 30828
 
 timespec Now(clockid_t clock) {
@@ -72,9 +74,25 @@ void Sleep(DWORD milliseconds) {
     std::this_thread::sleep_until(end); // goes on after signals
 }
 
+DWORD SleepEx(DWORD milliseconds, BOOL /*alertable*/) {
+    Sleep(milliseconds);
+    return 0;
+}
+
 ULONGLONG GetTickCount64() {
-    const timespec now = Now(CLOCK_BOOTTIME); // goes on while the machine is suspended, as on Windows
+    const timespec now = Now(kRunningClock);
     return static_cast<ULONGLONG>(now.tv_sec) * 1000 + static_cast<ULONGLONG>(now.tv_nsec) / 1'000'000;
+}
+
+BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
+    const timespec now = Now(kRunningClock);
+    count->QuadPart = now.tv_sec * Ticks::period::den + now.tv_nsec / 100;
+    return TRUE;
+}
+
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond) {
+    countsPerSecond->QuadPart = Ticks::period::den;
+    return TRUE;
 }
 
 void GetLocalTime(SYSTEMTIME* time) {

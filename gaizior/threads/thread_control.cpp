@@ -1,0 +1,324 @@
+#include "gaizior/threads/thread_control.h"
+
+#include "gaizior/errors/failure.h"
+#include "gaizior/platform/timing.h"
+
+#include <algorithm>
+#include <array>
+
+namespace gaizior {
+
+using ZRErrors::ZRErrorT;
+
+namespace {
+
+constexpr SIZE_T kStackSize = 4096; // what is committed at first; the system's default is what it may grow to
+constexpr DWORD kLongestSleep = 10000;
+constexpr DWORD kStopStep = 200;
+constexpr unsigned kStopStepsPerLine = 10;
+constexpr unsigned kStartRounds = 100;
+constexpr DWORD kStartStep = 100;
+constexpr DWORD kEndAsked = 0xFFFFFFFF; // what a sleep answers that the end event ended
+constexpr DWORD kRefused = 0xFFFFFFFF;  // what a call answers that failed
+constexpr unsigned kTraceLevel = 20;
+
+SharedHandle Share(HANDLE handle) {
+    return handle ? SharedHandle(handle, &::CloseHandle) : SharedHandle();
+}
+
+/// A thread's id in a line.
+struct Hex {
+    unsigned int value;
+
+    friend ZRLogStreamC& operator<<(ZRLogStreamC& log, Hex hex) {
+        return log << std::hex << hex.value << std::dec;
+    }
+};
+
+/// The handles of a wait in a line.
+struct Listed {
+    std::span<void* const> handles;
+
+    friend ZRLogStreamC& operator<<(ZRLogStreamC& log, const Listed& listed) {
+        const char* before = "";
+        for (const void* const handle : listed.handles) {
+            log << before << handle;
+            before = ", ";
+        }
+        return log;
+    }
+};
+
+/// What ended a wait for any of `count` objects.
+struct Outcome {
+    DWORD result;
+    std::size_t count;
+
+    friend ZRLogStreamC& operator<<(ZRLogStreamC& log, const Outcome& outcome) {
+        const DWORD index = outcome.result % WAIT_ABANDONED_0;
+        if (outcome.result < outcome.count) {
+            return log << " Object " << unsigned{index} << " was signalled ";
+        }
+        if (outcome.result - WAIT_ABANDONED_0 < outcome.count) {
+            return log << " Object " << unsigned{index} << " was abandoned ";
+        }
+        return log << (outcome.result == WAIT_TIMEOUT ? " Timed out " : " Failed ");
+    }
+};
+
+/// Why a wait for all ended.
+const char* ReasonOf(DWORD result) {
+    switch (result) {
+    case WAIT_OBJECT_0:
+        return "all were signalled";
+    case WAIT_OBJECT_0 + 1:
+        return "end event";
+    case WAIT_ABANDONED_0:
+        return "abandoned";
+    case WAIT_TIMEOUT:
+        return "timed out";
+    default:
+        return "failed";
+    }
+}
+
+/// Waits for one object or the end event, where there is one.
+DWORD WaitOrEnd(HANDLE handle, HANDLE endEvent, DWORD milliseconds) {
+    const std::array<HANDLE, 2> handles = {handle, endEvent};
+    return gaizior::WaitForAny(endEvent ? 2 : 1, handles.data(), milliseconds);
+}
+
+/// What is left of a time-out that began at `begin`.
+DWORD TimeLeft(ULONGLONG begin, DWORD milliseconds) {
+    const ULONGLONG spent = TickCount() - begin;
+    if (milliseconds == INFINITE) {
+        return INFINITE;
+    }
+    return spent < milliseconds ? milliseconds - static_cast<DWORD>(spent) : 0;
+}
+
+} // namespace
+
+ThreadControl::ThreadControl(const char* name, unsigned long stopTimeout, bool isAutoDelete)
+    : m_dwStopTimeout(ToTimeout(stopTimeout)), m_pName(name), m_bAutoDelete(isAutoDelete) {}
+
+void ThreadControl::CopyFrom(const ThreadControl& other) {
+    const SharedHandle thread = other.Thread();
+    const SharedHandle event = other.EndEvent();
+    const std::lock_guard lock(m_lock);
+    m_hThread = thread;
+    m_hEndEvent = event;
+    m_nThreadID = other.m_nThreadID.load();
+    m_dwStopTimeout = other.m_dwStopTimeout.load();
+    m_pName = other.m_pName.load();
+    m_bAutoDelete = other.m_bAutoDelete.load();
+    m_bDeleting = other.m_bDeleting.load();
+    m_bFinished = other.m_bFinished.load();
+    m_bIsStarter = false;
+}
+
+SharedHandle ThreadControl::Thread() const {
+    const std::lock_guard lock(m_lock);
+    return m_hThread;
+}
+
+SharedHandle ThreadControl::EndEvent() const {
+    const std::lock_guard lock(m_lock);
+    return m_hEndEvent;
+}
+
+bool ThreadControl::IsEndEventSignalled() const {
+    const SharedHandle event = EndEvent();
+    return ::WaitForSingleObject(event.get(), 0) != WAIT_TIMEOUT;
+}
+
+ZRErrorT ThreadControl::MakeEndEvent() {
+    const std::lock_guard lock(m_lock);
+    if (!m_hEndEvent) {
+        m_hEndEvent = Share(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    }
+    return m_hEndEvent ? ZRErrors::e_General_NoError
+                       : Fail("ZRThreadC::start(): ", ZRErrors::e_Resource_AllocationFailed,
+                              "while creating m_hEndEvent: ", CodeText(LastSystemError()));
+}
+
+ZRErrorT ThreadControl::Launch(LPTHREAD_START_ROUTINE body, void* argument, bool& isStarted) {
+    const std::lock_guard lock(m_lock);
+    isStarted = !IsAlive(m_hThread);
+    if (!isStarted) {
+        return ZRErrors::e_General_NoError;
+    }
+    m_bFinished = 0;
+    ::ResetEvent(m_hEndEvent.get());
+    DWORD id = 0;
+    m_hThread = Share(::CreateThread(nullptr, kStackSize, body, argument, 0, &id));
+    if (!m_hThread) {
+        const ZRErrorT error = LastSystemError();
+        isStarted = false;
+        m_bFinished = 1;
+        return Fail("ZRThreadC::start(): ", ZRErrors::e_Resource_AllocationFailed,
+                    "_beginthreadex() failed: ", CodeText(error));
+    }
+    m_bIsStarter = true;
+    m_nThreadID = id;
+    return ZRErrors::e_General_NoError;
+}
+
+ZRErrorT ThreadControl::AwaitStart() const {
+    constexpr const char* kFunction = "ZRThreadC::start(): ";
+    const unsigned int id = m_nThreadID;
+    LogAt(1, kFunction, "_beginthreadex() succeeded for Thread: ", Name(), ", id = 0x", Hex{id});
+    LogAt(kTraceLevel, kFunction, "waiting for thread: ", Name(), ", id = 0x", Hex{id}, " to begin.");
+    const SharedHandle thread = Thread();
+    for (unsigned round = 0; round < kStartRounds; ++round) {
+        if (m_bFinished || IsAlive(thread)) {
+            return ZRErrors::e_General_NoError;
+        }
+        SleepEx(kStartStep, false);
+    }
+    if (m_bFinished) {
+        return ZRErrors::e_General_NoError;
+    }
+    return Fail(kFunction, ZRErrors::e_Thread_StartFailed, "thread ", Name(), ", id = 0x", Hex{id}, " failed to start");
+}
+
+DWORD ThreadControl::SleepEx(DWORD milliseconds, bool alertable) const {
+    while (milliseconds > kLongestSleep) {
+        const DWORD result = SleepFor(kLongestSleep, alertable);
+        if (IsEndEventSignalled()) {
+            return kEndAsked;
+        }
+        if (result == WAIT_IO_COMPLETION) {
+            return result;
+        }
+        if (milliseconds != INFINITE) {
+            milliseconds -= kLongestSleep;
+        }
+    }
+    const DWORD result = SleepFor(milliseconds, alertable);
+    return IsEndEventSignalled() ? kEndAsked : result;
+}
+
+DWORD ThreadControl::WaitForSingleObject(HANDLE handle, DWORD milliseconds) const {
+    return WaitOrEnd(handle, EndEvent().get(), milliseconds);
+}
+
+DWORD ThreadControl::WaitForAny(std::span<void* const> handles, DWORD milliseconds) const {
+    constexpr const char* kFunction = "ZRThreadC::WaitForMultipleObjects( ANY ): ";
+    std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> all{};
+    const SharedHandle endEvent = EndEvent();
+    const std::size_t count = handles.size() + (endEvent ? 1 : 0);
+    if (count > all.size()) {
+        ::SetLastError(ERROR_INVALID_PARAMETER);
+        return WAIT_FAILED;
+    }
+    std::ranges::copy(handles, all.begin());
+    if (endEvent) {
+        all[handles.size()] = endEvent.get();
+    }
+    const Listed waited{std::span(all).first(count)};
+    LogAt(kTraceLevel, kFunction, Name(), ", id=0x", Hex{m_nThreadID}, " waiting on ", count, " objects[", waited,
+          "], timeout = ", milliseconds);
+    const DWORD result = gaizior::WaitForAny(static_cast<DWORD>(count), all.data(), milliseconds);
+    LogAt(kTraceLevel, kFunction, "returning: ", Outcome{result, count}, ", Objects[", waited, "]");
+    return result;
+}
+
+DWORD ThreadControl::WaitForAll(std::span<void* const> handles, DWORD milliseconds) const {
+    constexpr const char* kFunction = "ZRThreadC::WaitForMultipleObjects( ALL ): ";
+    const SharedHandle endEvent = EndEvent();
+    LogAt(kTraceLevel, kFunction, "waiting on ", handles.size() + (endEvent ? 1 : 0), " objects: ", Listed{handles});
+    const ULONGLONG begin = TickCount();
+    DWORD result = WAIT_OBJECT_0;
+    for (std::size_t i = 0; i < handles.size() && result == WAIT_OBJECT_0; ++i) {
+        result = WaitOrEnd(handles[i], endEvent.get(), TimeLeft(begin, milliseconds));
+    }
+    LogAt(kTraceLevel, kFunction, "returning: ", result, " Reason: ", ReasonOf(result));
+    return result;
+}
+
+DWORD ThreadControl::SuspendThread() const {
+    const SharedHandle thread = Thread();
+    const DWORD before = ::SuspendThread(thread.get());
+    if (before == kRefused) {
+        LogError("ZRThreadC::SuspendThread(): ", "suspend failed on thread: ", Name(), ": ",
+                 CodeText(LastSystemError()));
+    }
+    return before;
+}
+
+DWORD ThreadControl::ResumeThread() const {
+    const SharedHandle thread = Thread();
+    const DWORD before = ::ResumeThread(thread.get());
+    if (before == kRefused) {
+        LogError("ZRThreadC::ResumeThread(): ", "resume failed on thread: ", Name(), ": ", CodeText(LastSystemError()));
+    }
+    return before;
+}
+
+ZRErrorT ThreadControl::NotifyEnd() const {
+    constexpr const char* kFunction = "ZRThreadC::NotifyEnd(): ";
+    const SharedHandle event = EndEvent();
+    if (!event) {
+        return Fail(kFunction, ZRErrors::e_Resource_AllocationFailed, "m_hEndEvent = ", "invalid handle.");
+    }
+    if (!::SetEvent(event.get())) {
+        const ZRErrorT error = LastSystemError();
+        return Fail(kFunction, ZRErrors::e_Event_SetFailed, "m_hEndEvent = ", event.get(), CodeText(error));
+    }
+    DWORD before = kRefused;
+    while (Thread() && before > 1) {
+        before = ResumeThread();
+        if (before == kRefused) {
+            return ZRErrors::e_Thread_ResumeFailed;
+        }
+        LogAt(kTraceLevel, kFunction, "suspendCount for :", Name(), " is: ", static_cast<unsigned int>(before));
+    }
+    return ZRErrors::e_General_NoError;
+}
+
+void ThreadControl::AwaitEnd(const SharedHandle& thread) const {
+    constexpr const char* kFunction = "ZRThreadC::stop(): ";
+    const ULONGLONG begin = TickCount();
+    for (unsigned round = 1; !m_bDeleting && IsAlive(thread); ++round) {
+        SleepFor(kStopStep);
+        if (round % kStopStepsPerLine == 0) {
+            LogAt(1, kFunction, "Waiting for thread ", Name(), " id 0x", Hex{m_nThreadID}, " to die...");
+        }
+        const DWORD limit = m_dwStopTimeout;
+        if (limit != INFINITE && TickCount() - begin > limit && IsAlive(thread)) {
+            // Both lines are older than the decision to kill nothing, and stay as operators know them.
+            LogError("", "ZRThreadC::stop(): ERROR: Could not stop thread. Thread being killed, this could "
+                         "leave dangling resources.");
+            LogError("", "ZRThreadC::stop(): DON'T KNOW HOW TO KILL THREADS!!!!!!!");
+            return;
+        }
+    }
+}
+
+ZRErrorT ThreadControl::Stop() {
+    const SharedHandle thread = m_bIsStarter ? Thread() : SharedHandle();
+    if (IsAlive(thread)) {
+        if (const ZRErrorT code = NotifyEnd()) {
+            return code;
+        }
+        AwaitEnd(thread);
+    }
+    const std::lock_guard lock(m_lock);
+    if (thread && m_hThread == thread) { // else another stop was first, or a new thread was started
+        m_hThread.reset();
+        ::ResetEvent(m_hEndEvent.get());
+    }
+    return ZRErrors::e_General_NoError;
+}
+
+void ThreadControl::Close() {
+    const std::lock_guard lock(m_lock);
+    if (m_bIsStarter && !m_bFinished) {
+        ::SetEvent(m_hEndEvent.get());
+    }
+    m_hThread.reset();
+    m_hEndEvent.reset();
+}
+
+} // namespace gaizior

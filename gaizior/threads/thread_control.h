@@ -1,0 +1,118 @@
+#pragma once
+
+#include "gaizior/errors/error_codes.h"
+#include "gaizior/logging/log_stream.h"
+#include "gaizior/platform/windows_api.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <span>
+
+class ZRThreadC;
+
+namespace gaizior {
+
+/// A handle that the last of its users closes.
+using SharedHandle = std::shared_ptr<void>;
+
+/// The state of a ZRThreadC: the platform's thread, the end event and the waits that it ends. The object, the thread
+/// itself and whoever stops it refer to it, so that each of them may be gone first; whoever waits keeps the handles
+/// that it waits for. Functions log under ZRThreadC's names and answer as its own do. Any thread.
+class ThreadControl {
+public:
+    ThreadControl(const char* name, unsigned long stopTimeout, bool isAutoDelete);
+
+    /// Takes another's state, sharing its handles, as that of an object that started nothing.
+    void CopyFrom(const ThreadControl& other);
+
+    const char* Name() const {
+        const char* const name = m_pName;
+        return name ? name : "Unknown";
+    }
+    /// The object; null when it is gone, which changes under the list's lock.
+    ZRThreadC* Object() const {
+        return m_pObject;
+    }
+    void SetObject(ZRThreadC* object) {
+        m_pObject = object;
+    }
+    unsigned int Id() const {
+        return m_nThreadID;
+    }
+    SharedHandle Thread() const;
+    SharedHandle EndEvent() const;
+    static bool IsAlive(const SharedHandle& thread) {
+        return thread && ::WaitForSingleObject(thread.get(), 0) == WAIT_TIMEOUT;
+    }
+    bool IsEndEventSignalled() const;
+    bool IsAutoDelete() const {
+        return m_bAutoDelete;
+    }
+    bool IsDeleting() const {
+        return m_bDeleting;
+    }
+    /// Whether the caller is the body. An id that has been given to another thread since does not count.
+    bool IsSelf() const {
+        return m_nThreadID == ::GetCurrentThreadId() && !m_bFinished;
+    }
+
+    ZRErrors::ZRErrorT MakeEndEvent();
+    /// Has a new thread run `body(argument)` unless one is alive. @returns as ZRThreadC::start; `isStarted` tells
+    /// whether `argument` is the new thread's.
+    ZRErrors::ZRErrorT Launch(LPTHREAD_START_ROUTINE body, void* argument, bool& isStarted);
+    ZRErrors::ZRErrorT AwaitStart() const;
+    /// The new thread says that it is there, and that its body has ended.
+    void Begin() {
+        m_nThreadID = ::GetCurrentThreadId();
+    }
+    void Finish() {
+        m_bFinished = 1;
+    }
+    /// The thread says that it is about to delete its object.
+    void BeginDeletion() {
+        m_bDeleting = 1;
+        m_bFinished = 1;
+    }
+
+    DWORD SleepEx(DWORD milliseconds, bool alertable) const;
+    DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) const;
+    DWORD WaitForAny(std::span<void* const> handles, DWORD milliseconds) const;
+    DWORD WaitForAll(std::span<void* const> handles, DWORD milliseconds) const;
+    DWORD SuspendThread() const;
+    DWORD ResumeThread() const;
+    ZRErrors::ZRErrorT NotifyEnd() const;
+
+    /// Asks the thread to end, where the object started it and it is alive, waits for that and closes the handle.
+    ZRErrors::ZRErrorT Stop();
+    /// Lets go of the handles, as the object is destroyed. A body that did not end in time finds its waits ended.
+    void Close();
+
+private:
+    void AwaitEnd(const SharedHandle& thread) const;
+
+    std::atomic<ZRThreadC*> m_pObject{nullptr};
+    std::atomic<unsigned int> m_nThreadID{0};
+    std::atomic<DWORD> m_dwStopTimeout;
+    std::atomic<const char*> m_pName;
+    std::atomic<bool> m_bAutoDelete;
+    std::atomic<int> m_bDeleting{0};
+    std::atomic<int> m_bFinished{1};
+    std::atomic<bool> m_bIsStarter{false}; ///< the object started the thread that it has a handle of
+
+    mutable std::mutex m_lock; ///< guards the handles; held while the thread is being started
+    SharedHandle m_hThread;
+    SharedHandle m_hEndEvent;
+};
+
+/// A line of ZRThreadC's at a level; nothing is formatted where that does not pass.
+template <class... Pieces>
+void LogAt(unsigned level, const char* function, const Pieces&... what) {
+    if (ZRLogStreamC::IsLevelEnabled(level)) {
+        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+        log << ZRLevel(level) << function;
+        (log << ... << what) << std::endl;
+    }
+}
+
+} // namespace gaizior
