@@ -105,7 +105,7 @@ ThreadControl::ThreadControl(const char* name, unsigned long stopTimeout, bool i
 void ThreadControl::CopyFrom(const ThreadControl& other) {
     const SharedHandle thread = other.Thread();
     const SharedHandle event = other.EndEvent();
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     m_hThread = thread;
     m_hEndEvent = event;
     m_nThreadID = other.m_nThreadID.load();
@@ -118,12 +118,12 @@ void ThreadControl::CopyFrom(const ThreadControl& other) {
 }
 
 SharedHandle ThreadControl::Thread() const {
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     return m_hThread;
 }
 
 SharedHandle ThreadControl::EndEvent() const {
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     return m_hEndEvent;
 }
 
@@ -133,7 +133,7 @@ bool ThreadControl::IsEndEventSignalled() const {
 }
 
 ZRErrorT ThreadControl::MakeEndEvent() {
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     if (!m_hEndEvent) {
         m_hEndEvent = Share(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
     }
@@ -143,7 +143,7 @@ ZRErrorT ThreadControl::MakeEndEvent() {
 }
 
 ZRErrorT ThreadControl::Launch(LPTHREAD_START_ROUTINE body, void* argument, bool& isStarted) {
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     isStarted = !IsAlive(m_hThread);
     if (!isStarted) {
         return ZRErrors::e_General_NoError;
@@ -304,7 +304,7 @@ ZRErrorT ThreadControl::Stop() {
         }
         AwaitEnd(thread);
     }
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     if (thread && m_hThread == thread) { // else another stop was first, or a new thread was started
         m_hThread.reset();
         ::ResetEvent(m_hEndEvent.get());
@@ -313,7 +313,7 @@ ZRErrorT ThreadControl::Stop() {
 }
 
 void ThreadControl::Close() {
-    const std::lock_guard lock(m_lock);
+    const MutexLock lock(m_lock);
     if (m_bIsStarter && !m_bFinished) {
         ::SetEvent(m_hEndEvent.get());
     }

@@ -2,11 +2,11 @@
 
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/platform/mutex.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <span>
 
 class ZRThreadC;
@@ -100,9 +100,9 @@ private:
     std::atomic<int> m_bFinished{1};
     std::atomic<bool> m_bIsStarter{false}; ///< the object started the thread that it has a handle of
 
-    mutable std::mutex m_lock; ///< guards the handles; held while the thread is being started
-    SharedHandle m_hThread;
-    SharedHandle m_hEndEvent;
+    mutable Mutex m_lock; ///< also held while the thread is being started
+    SharedHandle m_hThread GAIZIOR_GUARDED_BY(m_lock);
+    SharedHandle m_hEndEvent GAIZIOR_GUARDED_BY(m_lock);
 };
 
 /// A line of ZRThreadC's at a level; nothing is formatted where that does not pass.

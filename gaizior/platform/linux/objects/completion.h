@@ -32,8 +32,9 @@ public:
         return m_pObject != nullptr;
     }
     bool Is(CompletionKind kind) const;
-    ObjectLock Lock() const {
-        return ObjectLock(*m_pObject);
+    /// What an ObjectLock takes.
+    Object& Pinned() const {
+        return *m_pObject;
     }
     void* Context() const {
         return m_pObject->context;

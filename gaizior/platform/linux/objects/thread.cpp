@@ -70,7 +70,10 @@ void* CompleteAfterEnd(void* given) {
 /// the kernel abandons when it has ended, or has not told its exit code, another thread waits for that.
 void EndThread(StartedThread& thread) {
     thread.suspension.End();
-    thread.completion.Lock(); // who sets the priority of a thread that has not ended does so before its id is another's
+    {
+        // Who sets the priority of a thread that has not ended does so before its id is another's.
+        const ObjectLock lock(thread.completion.Pinned());
+    }
     const bool isDone = CurrentThread().namedOwned == 0 && thread.exitCode;
     if (isDone || StartServiceThread("thread end", &CompleteAfterEnd, &thread) != 0) {
         ::pthread_detach(thread.thread);
@@ -157,7 +160,7 @@ DWORD SetPriority(const CompletionRef& thread, int priority) {
         return ERROR_INVALID_PARAMETER;
     }
     StartedThread& started = StartedOf(thread);
-    const ObjectLock lock = thread.Lock();
+    const ObjectLock lock(thread.Pinned());
     const pid_t id = lock.Word() & kSignalled ? 0 : started.suspension.RunningThread();
     const DWORD error = id ? SetNiceness(id, priority) : ERROR_SUCCESS;
     if (error == ERROR_SUCCESS) {
@@ -248,6 +251,6 @@ int gaizior_windows_api::GetThreadPriority(HANDLE handle) {
     if (!thread) {
         return THREAD_PRIORITY_ERROR_RETURN;
     }
-    const ObjectLock lock = thread.Lock();
+    const ObjectLock lock(thread.Pinned());
     return StartedOf(thread).priority;
 }
