@@ -208,7 +208,7 @@ DWORD UseStack(SIZE_T pages) {
 TEST_F(WaitingTest, AThreadsStackGrowsAsFarAsTheDefaultAndAsItsSize) {
     for (const auto& [size, flags, used] : {std::tuple{4096, DWORD{0}, 100},
                                             {40'000'000, DWORD{0}, 5000},
-                                            {1'000'000, DWORD{STACK_SIZE_PARAM_IS_A_RESERVATION}, 100}}) {
+                                            {3'000'000, DWORD{STACK_SIZE_PARAM_IS_A_RESERVATION}, 100}}) {
         std::function<DWORD()> use = [pages = static_cast<SIZE_T>(used)] { return UseStack(pages); };
         const UniqueHandle thread(::CreateThread(nullptr, static_cast<SIZE_T>(size), &Call, &use, flags, nullptr));
         EXPECT_EQ(ExitCode(thread), static_cast<DWORD>(used));
