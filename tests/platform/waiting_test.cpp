@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -29,14 +30,18 @@ DWORD Call(void* function) {
     return (*static_cast<std::function<DWORD()>*>(function))();
 }
 /// Runs the function, which must live as long, on a thread of its own.
-UniqueHandle Start(std::function<DWORD()>& function, DWORD* tellId = nullptr) {
+UniqueHandle Start(std::function<DWORD()>& function) {
     DWORD id = 0;
-    UniqueHandle thread(::CreateThread(nullptr, 100'000, &Call, &function, 0, &id));
+    UniqueHandle thread(::CreateThread(nullptr, 4096, &Call, &function, 0, &id));
     EXPECT_TRUE(id != 0 && id != ::GetCurrentThreadId());
-    if (tellId) {
-        *tellId = id;
-    }
     return thread;
+}
+
+/// Waits for the thread.
+DWORD ExitCode(const UniqueHandle& thread) {
+    DWORD exitCode = STILL_ACTIVE;
+    EXPECT_TRUE(Wait(thread, INFINITE) == WAIT_OBJECT_0 && ::GetExitCodeThread(thread.Get(), &exitCode));
+    return exitCode;
 }
 
 using WaitingTest = ObjectTest;
@@ -114,11 +119,9 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
             EXPECT_TRUE(::ReleaseMutex(mutex.Get()));
             EXPECT_EQ(Wait(second, INFINITE), kAbandoned);
             EXPECT_TRUE(::ReleaseMutex(second.Get()));
-            EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+            EXPECT_EQ(ExitCode(thread), 17u);
             EXPECT_EQ(Wait(released), WAIT_OBJECT_0) << round;
             EXPECT_TRUE(::ReleaseMutex(released.Get()));
-            DWORD exitCode = 0;
-            EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &exitCode) && exitCode == 17);
         }
     }
 }
@@ -151,107 +154,65 @@ TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
     EXPECT_EQ(::ResumeThread(thread.Get()), 0u);
 }
 
-#ifdef _WIN32
-bool MayHave(int) {
-    return true;
-}
-bool HasNiceness(DWORD, int) {
-    return true;
-}
-SIZE_T StackSize() {
-    ULONG_PTR low = 0, high = 0;
-    ::GetCurrentThreadStackLimits(&low, &high);
-    return high - low;
-}
-#else
-int NicenessOf(DWORD thread) {
-    return ::getpriority(PRIO_PROCESS, thread);
-}
-/// The niceness that is so far from the process's.
-int Niceness(int step) {
-    return std::clamp(NicenessOf(static_cast<DWORD>(::getpid())) + step, -20, 19);
-}
-/// Whether the system lets a thread that has the lowest priority up to there.
-bool MayHave(int step) {
-    bool may = false;
-    std::jthread([&] {
-        may = ::setpriority(PRIO_PROCESS, 0, 19) == 0 && ::setpriority(PRIO_PROCESS, 0, Niceness(step)) == 0;
-    }).join();
-    return may;
-}
-bool HasNiceness(DWORD thread, int step) {
-    return NicenessOf(thread) == Niceness(step);
-}
-SIZE_T StackSize() {
-    pthread_attr_t attributes;
-    SIZE_T size = 0;
-    ::pthread_getattr_np(::pthread_self(), &attributes);
-    ::pthread_attr_getstacksize(&attributes, &size);
-    ::pthread_attr_destroy(&attributes);
-    return size;
-}
+/// Whether a thread has so much more niceness than its process.
+bool HasNiceness([[maybe_unused]] DWORD thread, [[maybe_unused]] int more) {
+#ifndef _WIN32
+    const int ofProcess = ::getpriority(PRIO_PROCESS, static_cast<id_t>(::getpid()));
+    return ::getpriority(PRIO_PROCESS, thread) == std::clamp(ofProcess + more, -20, 19);
 #endif
+    return true;
+}
 
 TEST_F(WaitingTest, AThreadHasThePriorityThatWasSetLastAndBeginsWithTheOrdinaryOne) {
+    constexpr int kUnknown = 99;
     const UniqueHandle event = Event();
-    std::function<DWORD()> waits = [&] { return Wait(event, INFINITE); };
+    std::function<DWORD()> isOrdinary = [] { return HasNiceness(::GetCurrentThreadId(), 0); };
     std::function<DWORD()> startsAnother = [&] {
         Wait(event, INFINITE);
-        DWORD id = 0;
-        const UniqueHandle other = Start(waits, &id);
-        EXPECT_EQ(::GetThreadPriority(other.Get()), THREAD_PRIORITY_NORMAL);
-        EXPECT_TRUE(HasNiceness(id, 0) || !MayHave(0));
-        ::SetEvent(event.Get());
-        return Wait(other, INFINITE);
+        return ExitCode(Start(isOrdinary));
     };
     DWORD id = 0;
-    const UniqueHandle thread = Start(startsAnother, &id);
-    struct Case {
-        int priority;
-        int niceness; ///< counted from the process's
-        bool isKnown = true;
-    };
-    Case last{THREAD_PRIORITY_NORMAL, 0};
-    for (const Case& next : {Case{0, 0},
+    const UniqueHandle thread(::CreateThread(nullptr, 0, &Call, &startsAnother, 0, &id));
+    std::pair last{THREAD_PRIORITY_NORMAL, 0};
+    for (const auto& next : {std::pair{15, -39},
+                             {2, -10},
+                             {1, -5},
+                             {0, 0},
+                             {-3, kUnknown},
+                             {3, kUnknown},
+                             {16, kUnknown},
                              {-1, 5},
                              {-2, 10},
-                             {-15, 39},
-                             {1, -5},
-                             {2, -10},
-                             {15, -39},
-                             {0, 0},
-                             {-2, 10},
-                             {-16, 0, false},
-                             {-3, 0, false},
-                             {3, 0, false},
-                             {16, 0, false}}) {
-        const DWORD refusal = next.isKnown ? ERROR_ACCESS_DENIED : ERROR_INVALID_PARAMETER;
-        const bool takes = next.isKnown && (next.priority <= last.priority || MayHave(next.niceness));
-        EXPECT_EQ(ErrorOf(::SetThreadPriority(thread.Get(), next.priority)), takes ? ~DWORD{0} : refusal);
-        last = takes ? next : last;
-        EXPECT_EQ(::GetThreadPriority(thread.Get()), last.priority) << next.priority;
-        EXPECT_TRUE(HasNiceness(id, last.niceness)) << next.priority;
+                             {-15, 39}}) {
+        if (::SetThreadPriority(thread.Get(), next.first)) {
+            last = next;
+        } else {
+            EXPECT_EQ(::GetLastError(), next.second == kUnknown ? 87u : 5u) << next.first;
+        }
+        EXPECT_EQ(::GetThreadPriority(thread.Get()), last.first);
+        EXPECT_TRUE(HasNiceness(id, last.second)) << next.first;
     }
+    EXPECT_EQ(last.first, THREAD_PRIORITY_IDLE) << "everybody may go down";
+    const BOOL mayReturn = ::SetThreadPriority(thread.Get(), 0) && ::SetThreadPriority(thread.Get(), -2);
     ::SetEvent(event.Get());
-    EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(::SetThreadPriority(thread.Get(), THREAD_PRIORITY_HIGHEST)) << "it has ended";
-    EXPECT_EQ(::GetThreadPriority(thread.Get()), THREAD_PRIORITY_HIGHEST);
+    EXPECT_EQ(ExitCode(thread), static_cast<DWORD>(mayReturn));
+    EXPECT_TRUE(::SetThreadPriority(thread.Get(), 2) && ::GetThreadPriority(thread.Get()) == 2) << "it has ended";
 }
 
-TEST_F(WaitingTest, AThreadsStackGrowsToTheDefaultUnlessItsSizeIsReserved) {
-    const auto started = [](SIZE_T size, DWORD flags) {
-        std::function<DWORD()> tell = [] { return static_cast<DWORD>(StackSize()); };
-        const UniqueHandle thread(::CreateThread(nullptr, size, &Call, &tell, flags, nullptr));
-        EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
-        DWORD stack = 0;
-        EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &stack));
-        return stack;
-    };
-    const DWORD usual = started(0, 0);
-    EXPECT_GE(started(4096, 0), usual); // the C library may give one that was another's and is larger
-    EXPECT_GE(started(usual * 2, 0), usual * 2);
-    const DWORD reserved = started(256 * 1024, STACK_SIZE_PARAM_IS_A_RESERVATION);
-    EXPECT_TRUE(reserved >= 256 * 1024 && reserved < usual) << reserved;
+DWORD UseStack(SIZE_T pages) {
+    volatile DWORD page[1024];
+    page[0] = 1;
+    return pages == 0 ? 0 : UseStack(pages - 1) + page[0];
+}
+
+TEST_F(WaitingTest, AThreadsStackGrowsAsFarAsTheDefaultAndAsItsSize) {
+    for (const auto& [size, flags, used] : {std::tuple{4096, DWORD{0}, 100},
+                                            {40'000'000, DWORD{0}, 5000},
+                                            {3'000'000, DWORD{STACK_SIZE_PARAM_IS_A_RESERVATION}, 100}}) {
+        std::function<DWORD()> use = [pages = static_cast<SIZE_T>(used)] { return UseStack(pages); };
+        const UniqueHandle thread(::CreateThread(nullptr, static_cast<SIZE_T>(size), &Call, &use, flags, nullptr));
+        EXPECT_EQ(ExitCode(thread), static_cast<DWORD>(used));
+    }
 }
 
 TEST_F(WaitingTest, ASemaphoreCountsUpToItsMaximum) {
