@@ -10,13 +10,13 @@
 /// The base of what several threads of a process share, connections and queues for instance: a name for the log, a
 /// recursive lock that tells who holds it, and a count of the ZRCommObjectPtrC that refer to it.
 ///
-/// The lock is made by the first Lock. An object without a mutex is free; "abort" is the abort event:
+/// The lock is made by the first Lock, until which it is free:
 ///
 /// | state | Lock | Unlock | its holder ends |
 /// |---|---|---|---|
 /// | free | held once | 0x20000000 + 288 (6 before the first Lock) | |
 /// | held by the caller n times | held n + 1 times | held n - 1 times, free at 0 | abandoned |
-/// | held by another thread | waits: 2013 at the time-out, 2049 at the abort | 0x20000000 + 288 | abandoned |
+/// | held by another thread | waits: 2013 at its time-out, 2049 at its abort event | 0x20000000 + 288 | abandoned |
 /// | abandoned | 0x20000000 + the last error as it stands, and is held once all the same | 0x20000000 + 288 | |
 ///
 /// Each Unlock, also one that fails and an inner one, forgets the holder's name. Failures are logged and returned, not
@@ -95,6 +95,7 @@ public:
     ZRCommObjectC& GetObject() const {
         return *m_pObject;
     }
+    /// The names that <windows.h> makes of it.
     ZRCommObjectC& GetObjectA() const {
         return GetObject();
     }
