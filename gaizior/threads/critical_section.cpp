@@ -13,6 +13,7 @@ using ZRErrors::ZRErrorT;
 
 constexpr unsigned int kNoTag = 0xFFFFFFFF;
 constexpr std::uint32_t kMostLocks = 0xFFFFFFFF;
+constexpr const char* kNoMemory = "there is no memory for this message";
 constexpr const char* kEnter = "ZRCriticalSectionC::EnterCriticalSection(): ";
 constexpr const char* kLeave = "ZRCriticalSectionC::LeaveCriticalSection(): ";
 
@@ -28,7 +29,7 @@ ZRCriticalSectionC::ZRCriticalSectionC(int messageBoxLogging)
 ZRCriticalSectionC::ZRCriticalSectionC(const ZRCriticalSectionC& other)
     : m_lSectionLock(other.m_lSectionLock.load()), m_hSemaphore(other.m_hSemaphore),
       m_dwCurrentOwnerTID(other.m_dwCurrentOwnerTID.load()), m_nLockCount(other.m_nLockCount.load()),
-      m_pOwnerName(other.m_pOwnerName.load()), m_nOwnerTag(other.m_nOwnerTag),
+      m_pOwnerName(other.m_pOwnerName.load()), m_nOwnerTag(other.m_nOwnerTag.load()),
       m_bMessageBoxLogging(other.m_bMessageBoxLogging), m_bIsShared(true) {
     other.m_bIsShared = true;
 }
@@ -62,9 +63,9 @@ ZRErrorT ZRCriticalSectionC::EnterCriticalSection(const char* const locker, void
 }
 
 /// Takes the lock word if it is free; an owner that enters again has it, and only reads. An owner id that another
-/// thread is changing is never the caller's.
+/// thread is changing is never the caller's. The word is read in the one order in which waiters are counted.
 bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
-    std::int32_t before = m_lSectionLock.load(std::memory_order_relaxed);
+    std::int32_t before = m_lSectionLock.load();
     if (before == 0 && m_lSectionLock.compare_exchange_strong(before, 1)) {
         return true;
     }
@@ -129,7 +130,7 @@ ZRErrorT ZRCriticalSectionC::Hold(std::uint32_t self, const char* locker, unsign
                ", additional enter attempted with non-original owner : ", GetSafeOwnerName());
     }
     m_pOwnerName.store(locker, std::memory_order_relaxed);
-    m_nOwnerTag = nTag;
+    m_nOwnerTag.store(nTag, std::memory_order_relaxed);
     m_nLockCount.store(count + 1, std::memory_order_relaxed);
     return ZRErrors::e_General_NoError;
 }
@@ -195,10 +196,17 @@ ZRErrorT ZRCriticalSectionC::Wake() {
 template <class... Pieces>
 void ZRCriticalSectionC::Report(void (ZRCriticalSectionC::*log)(std::strstream&), Pieces&&... pieces) {
     const gaizior::ErrorKeeper keeper;
-    std::strstream text;
-    text.imbue(std::locale::classic());
-    (text << ... << gaizior::OrEmpty(pieces)) << std::ends;
-    (this->*log)(text);
+    try {
+        std::strstream text;
+        text.imbue(std::locale::classic());
+        (text << ... << gaizior::OrEmpty(pieces)) << std::ends;
+        (this->*log)(text);
+    } catch (const std::bad_alloc&) {
+        std::array<char, 64> buffer{};
+        std::strstream text(buffer.data(), buffer.size(), std::ios_base::out);
+        text << kNoMemory << std::ends;
+        (this->*log)(text);
+    }
 }
 
 void ZRCriticalSectionC::LogError(std::strstream& text) {
@@ -215,7 +223,7 @@ void ZRCriticalSectionC::LogWarning(std::strstream& text) {
 
 void ZRCriticalSectionC::Tell(std::strstream& text, unsigned level, std::ostream& (*mark)(std::ostream&),
                               const char* caption) {
-    const char* const line = text ? text.str() : "there is no memory for this message";
+    const char* const line = text ? text.str() : kNoMemory;
     if (m_bMessageBoxLogging) {
         ::MessageBoxA(nullptr, line, caption, MB_OK | MB_TASKMODAL);
     } else {
@@ -338,10 +346,17 @@ ZRErrorT ZRDestroyCriticalSection(void** cell) {
 }
 
 unsigned int ZRCriticalSectionToString(void** cell, char* buffer, unsigned int size) {
-    const std::string text = cell ? gaizior::Composed(*cell) : "Invalid (NULL pointer).";
-    const auto length = static_cast<unsigned int>(text.size() + 1); // with the zero that std::string keeps behind it
+    std::array<char, 64> text{};
+    std::strstream stream(text.data(), text.size(), std::ios_base::out);
+    if (cell) {
+        stream << *cell;
+    } else {
+        stream << "Invalid (NULL pointer).";
+    }
+    stream << std::ends;
+    const auto length = static_cast<unsigned int>(stream.pcount());
     if (buffer) {
-        std::copy_n(text.c_str(), std::min(size, length), buffer);
+        std::copy_n(text.data(), std::min(size, length), buffer);
         std::fill(buffer + std::min(size, length), buffer + size, static_cast<char>(0xFF));
     }
     return length;

@@ -123,7 +123,7 @@ private:
     // Written by who holds the section only.
     std::atomic<std::uint32_t> m_nLockCount{0};
     std::atomic<const char*> m_pOwnerName{nullptr};
-    std::uint32_t m_nOwnerTag = 0xFFFFFFFF;
+    std::atomic<std::uint32_t> m_nOwnerTag{0xFFFFFFFF};
     int m_bMessageBoxLogging = 0;
 
     /// How many threads wait or are about to: a leave that finds none wakes nobody.
