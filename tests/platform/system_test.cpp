@@ -88,6 +88,29 @@ TEST(Dates, GoBothWaysAndComputeTheWeekDay) {
     }
 }
 
+TEST(Dates, FollowEachOtherFromTheFirstDayToTheLast) {
+    const auto isLeap = [](int year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); };
+    const auto length = [&](const SYSTEMTIME& date) {
+        const bool isShort = date.wMonth == 4 || date.wMonth == 6 || date.wMonth == 9 || date.wMonth == 11;
+        return date.wMonth == 2 ? 28 + isLeap(date.wYear) : 31 - isShort;
+    };
+    SYSTEMTIME day{1601, 1, 1, 1, 23, 59, 59, 999};
+    for (std::uint64_t ticks = 863'999'990'000; day.wYear < 30828; ticks += 864'000'000'000) {
+        const FILETIME expected = ToFileTime(ticks);
+        SYSTEMTIME date{};
+        FILETIME back{};
+        ASSERT_TRUE(::FileTimeToSystemTime(&expected, &date) && ::SystemTimeToFileTime(&day, &back));
+        ASSERT_TRUE(std::memcmp(&date, &day, sizeof day) == 0 && Ticks(back) == ticks)
+            << day.wYear << '-' << day.wMonth;
+        day.wDayOfWeek = static_cast<WORD>((day.wDayOfWeek + 1) % 7);
+        if (day.wDay++ == length(day)) {
+            day.wDay = 1;
+            day.wYear += day.wMonth / 12;
+            day.wMonth = day.wMonth % 12 + 1;
+        }
+    }
+}
+
 TEST(Dates, ThatDoNotExistAreRefused) {
     const SYSTEMTIME wrong[] = {
         {1600, 12, 0, 31, 23, 59, 59, 999}, {65535, 1, 0, 1, 0, 0, 0, 0},  {2024, 0, 0, 1, 0, 0, 0, 0},

@@ -18,11 +18,7 @@
 namespace gaizior::test {
 namespace {
 
-#ifdef __SANITIZE_THREAD__
-constexpr int kSuspensions = 0; // it keeps a signal from a thread that only calls what it does not watch
-#else
 constexpr int kSuspensions = 500;
-#endif
 constexpr DWORD kSoon = 20;
 
 UniqueHandle Semaphore(LONG initial, LONG maximum) {
@@ -128,9 +124,6 @@ TEST_F(WaitingTest, AThreadHasAbandonedItsMutexToWhoeverWaitsWhenItsHandleIsSign
 }
 
 TEST_F(WaitingTest, ASuspendedThreadGoesOnWhenItIsResumedAsOften) {
-    if (kSuspensions == 0) {
-        GTEST_SKIP();
-    }
     const UniqueHandle event = Event();
     HANDLE self = nullptr;
     std::function<DWORD()> waitAndSuspendItself = [&] {
@@ -165,6 +158,11 @@ bool MayHave(int) {
 bool HasNiceness(DWORD, int) {
     return true;
 }
+SIZE_T StackSize() {
+    ULONG_PTR low = 0, high = 0;
+    ::GetCurrentThreadStackLimits(&low, &high);
+    return high - low;
+}
 #else
 int NicenessOf(DWORD thread) {
     return ::getpriority(PRIO_PROCESS, thread);
@@ -183,6 +181,14 @@ bool MayHave(int step) {
 }
 bool HasNiceness(DWORD thread, int step) {
     return NicenessOf(thread) == Niceness(step);
+}
+SIZE_T StackSize() {
+    pthread_attr_t attributes;
+    SIZE_T size = 0;
+    ::pthread_getattr_np(::pthread_self(), &attributes);
+    ::pthread_attr_getstacksize(&attributes, &size);
+    ::pthread_attr_destroy(&attributes);
+    return size;
 }
 #endif
 
@@ -230,6 +236,22 @@ TEST_F(WaitingTest, AThreadHasThePriorityThatWasSetLastAndBeginsWithTheOrdinaryO
     EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
     EXPECT_TRUE(::SetThreadPriority(thread.Get(), THREAD_PRIORITY_HIGHEST)) << "it has ended";
     EXPECT_EQ(::GetThreadPriority(thread.Get()), THREAD_PRIORITY_HIGHEST);
+}
+
+TEST_F(WaitingTest, AThreadsStackGrowsToTheDefaultUnlessItsSizeIsReserved) {
+    const auto started = [](SIZE_T size, DWORD flags) {
+        std::function<DWORD()> tell = [] { return static_cast<DWORD>(StackSize()); };
+        const UniqueHandle thread(::CreateThread(nullptr, size, &Call, &tell, flags, nullptr));
+        EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+        DWORD stack = 0;
+        EXPECT_TRUE(::GetExitCodeThread(thread.Get(), &stack));
+        return stack;
+    };
+    const DWORD usual = started(0, 0);
+    EXPECT_GE(started(4096, 0), usual); // the C library may give one that was another's and is larger
+    EXPECT_GE(started(usual * 2, 0), usual * 2);
+    const DWORD reserved = started(256 * 1024, STACK_SIZE_PARAM_IS_A_RESERVATION);
+    EXPECT_TRUE(reserved >= 256 * 1024 && reserved < usual) << reserved;
 }
 
 TEST_F(WaitingTest, ASemaphoreCountsUpToItsMaximum) {

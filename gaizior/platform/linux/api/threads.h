@@ -11,8 +11,10 @@ using LPTHREAD_START_ROUTINE = DWORD (*)(void*);
 
 inline constexpr DWORD STACK_SIZE_PARAM_IS_A_RESERVATION = 0x00010000;
 
-/// Starts a thread that runs `start(argument)`; `stackSize` in bytes, 0 for the default, and `threadId`, which may be
-/// null, gets its id. `attributes` are ignored, of the flags only STACK_SIZE_PARAM_IS_A_RESERVATION is taken.
+/// Starts a thread that runs `start(argument)`; `threadId`, which may be null, gets its id. `attributes` are ignored.
+/// `stackSize` in bytes is what the stack begins with: it grows to the system's default size (`ulimit -s`, mostly
+/// 8 MiB) where that is more. With STACK_SIZE_PARAM_IS_A_RESERVATION, the only flag that is taken, `stackSize` is
+/// all it needs to hold. 0 is the default.
 /// The handle is signalled when the thread has ended: its thread_local destructors have run, and the mutexes that it
 /// still owned are abandoned. The caller closes it, before or after. The thread is detached or joined by the library,
 /// never by anybody else.

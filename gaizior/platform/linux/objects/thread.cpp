@@ -111,11 +111,20 @@ std::size_t UsableStack(std::size_t size) {
     return (std::max(size, static_cast<std::size_t>(PTHREAD_STACK_MIN) * 4) + page - 1) / page * page;
 }
 
+/// Asks for a stack that may grow to so many bytes, or, where these are only what it begins with, is not smaller.
+/// @returns 0 or an errno value.
+int SetStack(pthread_attr_t& attributes, std::size_t size, bool isLimit) {
+    std::size_t usual = 0;
+    ::pthread_attr_getstacksize(&attributes, &usual);
+    const bool fits = size == 0 || (!isLimit && size <= usual);
+    return fits ? 0 : ::pthread_attr_setstacksize(&attributes, UsableStack(size));
+}
+
 /// The thread detaches itself, or has itself joined, when it ends. @returns 0 or an errno value.
-int StartRunning(std::size_t stackSize, StartedThread& started) {
+int StartRunning(std::size_t stackSize, bool isLimit, StartedThread& started) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
-    int error = stackSize ? ::pthread_attr_setstacksize(&attributes, UsableStack(stackSize)) : 0;
+    int error = SetStack(attributes, stackSize, isLimit);
     if (error == 0) {
         pthread_t thread;
         error = ::pthread_create(&thread, &attributes, &RunThread, &started);
@@ -186,7 +195,7 @@ HANDLE gaizior_windows_api::CreateThread(SECURITY_ATTRIBUTES*, SIZE_T stackSize,
     }
     StartedThread& thread = *owned.release();
     thread.completion = ReferToCompletion(handle);
-    if (const int error = StartRunning(stackSize, thread)) {
+    if (const int error = StartRunning(stackSize, flags != 0, thread)) {
         thread.completion = CompletionRef();
         ::CloseHandle(handle);
         return FailNull(ErrorOfErrno(error));

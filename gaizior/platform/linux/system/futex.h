@@ -37,6 +37,10 @@ struct FutexWord {
 /// Sleeps until one of the words (1 to 65) changes and is woken, or the deadline; may return for no reason at all.
 void FutexWait(std::span<const FutexWord> words, const Deadline& deadline);
 
+/// The thread sanitizer keeps a signal from a thread until that makes a call which the sanitizer watches, and loses one
+/// that comes before the first of those: this is such a call, which waits make often. Nothing in other builds.
+void LetSignalsIn();
+
 /// Sets bits (at most the lowest 11) of a word that processes share and wakes all who sleep on it, in one step: a death
 /// leaves both undone or none.
 void FutexSetAndWake(std::atomic<std::uint32_t>& word, std::uint32_t bits);

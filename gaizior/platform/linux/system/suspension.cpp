@@ -53,6 +53,7 @@ void Suspension::Adopt() {
     ::sigemptyset(&mine);
     ::sigaddset(&mine, SuspendSignal());
     ::pthread_sigmask(SIG_UNBLOCK, &mine, nullptr);
+    LetSignalsIn();
 }
 
 DWORD Suspension::Suspend(DWORD& previous) {
