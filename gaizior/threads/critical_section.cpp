@@ -13,6 +13,7 @@ using ZRErrors::ZRErrorT;
 
 constexpr unsigned int kNoTag = 0xFFFFFFFF;
 constexpr std::uint32_t kMostLocks = 0xFFFFFFFF;
+constexpr int kLooksBeforeWait = 100;
 constexpr const char* kNoMemory = "there is no memory for this message";
 constexpr const char* kEnter = "ZRCriticalSectionC::EnterCriticalSection(): ";
 constexpr const char* kLeave = "ZRCriticalSectionC::LeaveCriticalSection(): ";
@@ -54,12 +55,11 @@ const char* ZRCriticalSectionC::GetSafeOwnerName() const {
 ZRErrorT ZRCriticalSectionC::EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout,
                                                   int bLogTimeOut, unsigned int nTag) {
     const std::uint32_t self = ::GetCurrentThreadId();
-    if (!TryTake(self)) {
-        if (const ZRErrorT code = WaitUntilTaken(self, locker, hKillEvent, dwTimeout, bLogTimeOut)) {
-            return code;
-        }
+    if (TryTake(self)) [[likely]] {
+        return Hold(self, locker, nTag);
     }
-    return Hold(self, locker, nTag);
+    const ZRErrorT code = WaitUntilTaken(self, locker, hKillEvent, dwTimeout, bLogTimeOut);
+    return code == ZRErrors::e_General_NoError ? Hold(self, locker, nTag) : code;
 }
 
 /// Takes the lock word if it is free; an owner that enters again has it, and only reads. An owner id that another
@@ -74,6 +74,11 @@ bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
 
 ZRErrorT ZRCriticalSectionC::WaitUntilTaken(std::uint32_t self, const char* locker, void* hKillEvent,
                                             unsigned long dwTimeout, int bLogTimeOut) {
+    for (int looks = 0; looks < kLooksBeforeWait && dwTimeout != 0; ++looks) {
+        if (TryTake(self)) {
+            return ZRErrors::e_General_NoError;
+        }
+    }
     // Counted before the next look at the lock word, as a leave looks for waiters after it has freed that: one of the
     // two sees the other.
     struct Counted {
@@ -129,10 +134,14 @@ ZRErrorT ZRCriticalSectionC::Hold(std::uint32_t self, const char* locker, unsign
         Report(&ZRCriticalSectionC::LogWarning, kEnter, "locker: ", locker ? locker : "unknown",
                ", additional enter attempted with non-original owner : ", GetSafeOwnerName());
     }
+    Record(locker, nTag, count + 1);
+    return ZRErrors::e_General_NoError;
+}
+
+void ZRCriticalSectionC::Record(const char* locker, unsigned int nTag, std::uint32_t count) {
     m_pOwnerName.store(locker, std::memory_order_relaxed);
     m_nOwnerTag.store(nTag, std::memory_order_relaxed);
-    m_nLockCount.store(count + 1, std::memory_order_relaxed);
-    return ZRErrors::e_General_NoError;
+    m_nLockCount.store(count, std::memory_order_relaxed);
 }
 
 ZRErrorT ZRCriticalSectionC::LeaveCriticalSection(const char* const locker, unsigned int* const pnLockCount,
@@ -175,8 +184,7 @@ ZRErrorT ZRCriticalSectionC::CheckLeave(std::uint32_t self, const char* locker, 
 ZRErrorT ZRCriticalSectionC::Release() {
     ZRErrorT result = ZRErrors::e_General_NoError;
     m_dwCurrentOwnerTID.store(0, std::memory_order_relaxed);
-    std::int32_t before = 1;
-    if (!m_lSectionLock.compare_exchange_strong(before, 0)) {
+    if (m_lSectionLock.exchange(0) != 1) {
         Report(&ZRCriticalSectionC::LogError, kLeave, "failed releasing m_lSectionLock: ");
         result = ZRErrors::e_CriticalSection_SectionLockReleaseFailed;
     }
@@ -276,6 +284,13 @@ ZRErrorT ZRCriticalSectionC::ZRCriticalSectionUserC::RollbackLockCount() {
     if (!m_pSection) {
         return ZRErrors::e_CriticalSectionUser_InvalidSection;
     }
+    unsigned int count = m_pSection->GetLockCount();
+    if (m_nFirstLockCount != 0 && count >= m_nFirstLockCount && count != kMostLocks &&
+        m_pSection->GetOwnerTID() == ::GetCurrentThreadId()) {
+        // As a rule it is the caller's, and all that follows comes to this.
+        m_pSection->Record(kFunction, kNoTag, m_nFirstLockCount - 1);
+        return m_nFirstLockCount == 1 ? m_pSection->Release() : ZRErrors::e_General_NoError;
+    }
     ZRErrorT code = m_pSection->EnterCriticalSection(kFunction, 0, TRUE, kNoTag);
     if (code == ZRErrors::e_CriticalSection_TimeOut) {
         return ZRErrors::e_General_NoError;
@@ -285,7 +300,7 @@ ZRErrorT ZRCriticalSectionC::ZRCriticalSectionUserC::RollbackLockCount() {
                            " ) non-zero but we do not have ownership");
         return ZRErrors::e_CriticalSection_RollbackNotOwner;
     }
-    unsigned int count = m_pSection->GetLockCount();
+    count = m_pSection->GetLockCount();
     while (count >= m_nFirstLockCount) {
         code = m_pSection->LeaveCriticalSection(kFunction, &count, kNoTag);
         if (code != ZRErrors::e_General_NoError) {
