@@ -13,6 +13,8 @@ using ZRErrors::ZRErrorT;
 
 constexpr unsigned int kNoTag = 0xFFFFFFFF;
 constexpr std::uint32_t kMostLocks = 0xFFFFFFFF;
+constexpr int kLooksBeforeWait = 100;
+constexpr const char* kNoMemory = "there is no memory for this message";
 constexpr const char* kEnter = "ZRCriticalSectionC::EnterCriticalSection(): ";
 constexpr const char* kLeave = "ZRCriticalSectionC::LeaveCriticalSection(): ";
 
@@ -28,7 +30,7 @@ ZRCriticalSectionC::ZRCriticalSectionC(int messageBoxLogging)
 ZRCriticalSectionC::ZRCriticalSectionC(const ZRCriticalSectionC& other)
     : m_lSectionLock(other.m_lSectionLock.load()), m_hSemaphore(other.m_hSemaphore),
       m_dwCurrentOwnerTID(other.m_dwCurrentOwnerTID.load()), m_nLockCount(other.m_nLockCount.load()),
-      m_pOwnerName(other.m_pOwnerName.load()), m_nOwnerTag(other.m_nOwnerTag),
+      m_pOwnerName(other.m_pOwnerName.load()), m_nOwnerTag(other.m_nOwnerTag.load()),
       m_bMessageBoxLogging(other.m_bMessageBoxLogging), m_bIsShared(true) {
     other.m_bIsShared = true;
 }
@@ -53,18 +55,17 @@ const char* ZRCriticalSectionC::GetSafeOwnerName() const {
 ZRErrorT ZRCriticalSectionC::EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout,
                                                   int bLogTimeOut, unsigned int nTag) {
     const std::uint32_t self = ::GetCurrentThreadId();
-    if (!TryTake(self)) {
-        if (const ZRErrorT code = WaitUntilTaken(self, locker, hKillEvent, dwTimeout, bLogTimeOut)) {
-            return code;
-        }
+    if (TryTake(self)) [[likely]] {
+        return Hold(self, locker, nTag);
     }
-    return Hold(self, locker, nTag);
+    const ZRErrorT code = WaitUntilTaken(self, locker, hKillEvent, dwTimeout, bLogTimeOut);
+    return code == ZRErrors::e_General_NoError ? Hold(self, locker, nTag) : code;
 }
 
 /// Takes the lock word if it is free; an owner that enters again has it, and only reads. An owner id that another
-/// thread is changing is never the caller's.
+/// thread is changing is never the caller's. The word is read in the one order in which waiters are counted.
 bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
-    std::int32_t before = m_lSectionLock.load(std::memory_order_relaxed);
+    std::int32_t before = m_lSectionLock.load();
     if (before == 0 && m_lSectionLock.compare_exchange_strong(before, 1)) {
         return true;
     }
@@ -73,6 +74,11 @@ bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
 
 ZRErrorT ZRCriticalSectionC::WaitUntilTaken(std::uint32_t self, const char* locker, void* hKillEvent,
                                             unsigned long dwTimeout, int bLogTimeOut) {
+    for (int looks = 0; looks < kLooksBeforeWait && dwTimeout != 0; ++looks) {
+        if (TryTake(self)) {
+            return ZRErrors::e_General_NoError;
+        }
+    }
     // Counted before the next look at the lock word, as a leave looks for waiters after it has freed that: one of the
     // two sees the other.
     struct Counted {
@@ -128,10 +134,14 @@ ZRErrorT ZRCriticalSectionC::Hold(std::uint32_t self, const char* locker, unsign
         Report(&ZRCriticalSectionC::LogWarning, kEnter, "locker: ", locker ? locker : "unknown",
                ", additional enter attempted with non-original owner : ", GetSafeOwnerName());
     }
-    m_pOwnerName.store(locker, std::memory_order_relaxed);
-    m_nOwnerTag = nTag;
-    m_nLockCount.store(count + 1, std::memory_order_relaxed);
+    Record(locker, nTag, count + 1);
     return ZRErrors::e_General_NoError;
+}
+
+void ZRCriticalSectionC::Record(const char* locker, unsigned int nTag, std::uint32_t count) {
+    m_pOwnerName.store(locker, std::memory_order_relaxed);
+    m_nOwnerTag.store(nTag, std::memory_order_relaxed);
+    m_nLockCount.store(count, std::memory_order_relaxed);
 }
 
 ZRErrorT ZRCriticalSectionC::LeaveCriticalSection(const char* const locker, unsigned int* const pnLockCount,
@@ -174,8 +184,7 @@ ZRErrorT ZRCriticalSectionC::CheckLeave(std::uint32_t self, const char* locker, 
 ZRErrorT ZRCriticalSectionC::Release() {
     ZRErrorT result = ZRErrors::e_General_NoError;
     m_dwCurrentOwnerTID.store(0, std::memory_order_relaxed);
-    std::int32_t before = 1;
-    if (!m_lSectionLock.compare_exchange_strong(before, 0)) {
+    if (m_lSectionLock.exchange(0) != 1) {
         Report(&ZRCriticalSectionC::LogError, kLeave, "failed releasing m_lSectionLock: ");
         result = ZRErrors::e_CriticalSection_SectionLockReleaseFailed;
     }
@@ -195,10 +204,17 @@ ZRErrorT ZRCriticalSectionC::Wake() {
 template <class... Pieces>
 void ZRCriticalSectionC::Report(void (ZRCriticalSectionC::*log)(std::strstream&), Pieces&&... pieces) {
     const gaizior::ErrorKeeper keeper;
-    std::strstream text;
-    text.imbue(std::locale::classic());
-    (text << ... << gaizior::OrEmpty(pieces)) << std::ends;
-    (this->*log)(text);
+    try {
+        std::strstream text;
+        text.imbue(std::locale::classic());
+        (text << ... << gaizior::OrEmpty(pieces)) << std::ends;
+        (this->*log)(text);
+    } catch (const std::bad_alloc&) {
+        std::array<char, 64> buffer{};
+        std::strstream text(buffer.data(), buffer.size(), std::ios_base::out);
+        text << kNoMemory << std::ends;
+        (this->*log)(text);
+    }
 }
 
 void ZRCriticalSectionC::LogError(std::strstream& text) {
@@ -215,7 +231,7 @@ void ZRCriticalSectionC::LogWarning(std::strstream& text) {
 
 void ZRCriticalSectionC::Tell(std::strstream& text, unsigned level, std::ostream& (*mark)(std::ostream&),
                               const char* caption) {
-    const char* const line = text ? text.str() : "there is no memory for this message";
+    const char* const line = text ? text.str() : kNoMemory;
     if (m_bMessageBoxLogging) {
         ::MessageBoxA(nullptr, line, caption, MB_OK | MB_TASKMODAL);
     } else {
@@ -268,6 +284,13 @@ ZRErrorT ZRCriticalSectionC::ZRCriticalSectionUserC::RollbackLockCount() {
     if (!m_pSection) {
         return ZRErrors::e_CriticalSectionUser_InvalidSection;
     }
+    unsigned int count = m_pSection->GetLockCount();
+    if (m_nFirstLockCount != 0 && count >= m_nFirstLockCount && count != kMostLocks &&
+        m_pSection->GetOwnerTID() == ::GetCurrentThreadId()) {
+        // As a rule it is the caller's, and all that follows comes to this.
+        m_pSection->Record(kFunction, kNoTag, m_nFirstLockCount - 1);
+        return m_nFirstLockCount == 1 ? m_pSection->Release() : ZRErrors::e_General_NoError;
+    }
     ZRErrorT code = m_pSection->EnterCriticalSection(kFunction, 0, TRUE, kNoTag);
     if (code == ZRErrors::e_CriticalSection_TimeOut) {
         return ZRErrors::e_General_NoError;
@@ -277,7 +300,7 @@ ZRErrorT ZRCriticalSectionC::ZRCriticalSectionUserC::RollbackLockCount() {
                            " ) non-zero but we do not have ownership");
         return ZRErrors::e_CriticalSection_RollbackNotOwner;
     }
-    unsigned int count = m_pSection->GetLockCount();
+    count = m_pSection->GetLockCount();
     while (count >= m_nFirstLockCount) {
         code = m_pSection->LeaveCriticalSection(kFunction, &count, kNoTag);
         if (code != ZRErrors::e_General_NoError) {
@@ -338,10 +361,17 @@ ZRErrorT ZRDestroyCriticalSection(void** cell) {
 }
 
 unsigned int ZRCriticalSectionToString(void** cell, char* buffer, unsigned int size) {
-    const std::string text = cell ? gaizior::Composed(*cell) : "Invalid (NULL pointer).";
-    const auto length = static_cast<unsigned int>(text.size() + 1); // with the zero that std::string keeps behind it
+    std::array<char, 64> text{};
+    std::strstream stream(text.data(), text.size(), std::ios_base::out);
+    if (cell) {
+        stream << *cell;
+    } else {
+        stream << "Invalid (NULL pointer).";
+    }
+    stream << std::ends;
+    const auto length = static_cast<unsigned int>(stream.pcount());
     if (buffer) {
-        std::copy_n(text.c_str(), std::min(size, length), buffer);
+        std::copy_n(text.data(), std::min(size, length), buffer);
         std::fill(buffer + std::min(size, length), buffer + size, static_cast<char>(0xFF));
     }
     return length;

@@ -103,6 +103,7 @@ private:
     ZRErrors::ZRErrorT WaitUntilTaken(std::uint32_t self, const char* locker, void* hKillEvent, unsigned long dwTimeout,
                                       int bLogTimeOut);
     ZRErrors::ZRErrorT Hold(std::uint32_t self, const char* locker, unsigned int nTag);
+    void Record(const char* locker, unsigned int nTag, std::uint32_t count);
     ZRErrors::ZRErrorT CheckLeave(std::uint32_t self, const char* locker, const unsigned int* pnLockCount);
     ZRErrors::ZRErrorT Release();
     ZRErrors::ZRErrorT Wake();
@@ -123,7 +124,7 @@ private:
     // Written by who holds the section only.
     std::atomic<std::uint32_t> m_nLockCount{0};
     std::atomic<const char*> m_pOwnerName{nullptr};
-    std::uint32_t m_nOwnerTag = 0xFFFFFFFF;
+    std::atomic<std::uint32_t> m_nOwnerTag{0xFFFFFFFF};
     int m_bMessageBoxLogging = 0;
 
     /// How many threads wait or are about to: a leave that finds none wakes nobody.

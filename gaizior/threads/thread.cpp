@@ -1,5 +1,6 @@
 #include "gaizior/threads/thread.h"
 
+#include "gaizior/errors/exception.h"
 #include "gaizior/errors/failure.h"
 #include "gaizior/platform/timing.h"
 #include "gaizior/threads/thread_control.h"
@@ -30,24 +31,20 @@ void GiveWay() {
 
 } // namespace
 
-/// What a new thread is given, and owns.
-struct ZRThreadC::EntryT {
-    ZRThreadC* thread;
-    ControlPtrT control;
-};
-
 ZRThreadC* ZRThreadC::m_pThreads = nullptr;
-ZRCriticalSectionC& ZRThreadC::m_PoolCS = *new ZRCriticalSectionC;
+
+/// Made when it is first needed and never destroyed, as threads may be static objects anywhere.
+ZRCriticalSectionC& ZRThreadC::PoolCS() {
+    static ZRCriticalSectionC& m_PoolCS = *new ZRCriticalSectionC;
+    return m_PoolCS;
+}
 
 /// Holds the list's lock within a scope. Who does not get it in time goes on without, as a decision of this system: it
 /// is logged who holds it, and a list that nobody can change any more would stop every application.
 class ZRThreadC::PoolUserC {
 public:
-    explicit PoolUserC(const char* locker) : m_user(&m_PoolCS) {
+    explicit PoolUserC(const char* locker) : m_user(&PoolCS()) {
         m_user.EnterCriticalSection(locker, kPoolTimeout);
-    }
-    ZRErrorT Leave(const char* locker) {
-        return m_user.LeaveCriticalSection(locker);
     }
 
 private:
@@ -63,15 +60,19 @@ ZRThreadC::ZRThreadC(const char* const name, ZRThreadC* const parent, unsigned l
 }
 
 ZRThreadC::ZRThreadC(const ZRThreadC& other)
-    : m_pParent(other.m_pParent.load()), m_pControl(std::make_shared<gaizior::ThreadControl>(nullptr, 0, false)) {
+    : m_pParent(other.m_pParent.load()), m_pControl(std::make_shared<gaizior::ThreadControl>(*other.m_pControl)) {
     m_pControl->SetObject(this);
-    m_pControl->CopyFrom(*other.m_pControl);
 }
 
 ZRThreadC& ZRThreadC::operator=(const ZRThreadC& other) {
     if (this != &other) {
+        const auto control = std::make_shared<gaizior::ThreadControl>(*other.m_pControl);
+        control->SetObject(this);
+        const PoolUserC user("ZRThreadC::operator=(): ");
+        m_pControl->SetObject(nullptr);
+        m_pControl->Close();
         m_pParent = other.m_pParent.load();
-        m_pControl->CopyFrom(*other.m_pControl);
+        m_pControl = control;
     }
     return *this;
 }
@@ -101,26 +102,12 @@ ZRErrorT ZRThreadC::run() {
 
 /// The object is not looked at once the thread is started: it may delete itself at any time.
 ZRErrorT ZRThreadC::start() {
-    const ControlPtrT control = m_pControl;
-    if (const ZRErrorT code = control->MakeEndEvent()) {
-        return code;
-    }
-    std::unique_ptr<EntryT> entry(new (std::nothrow) EntryT{this, control});
-    if (!entry) {
-        return gaizior::Fail("ZRThreadC::start(): ", ZRErrors::e_Resource_AllocationFailed);
-    }
-    bool isStarted = false;
-    const ZRErrorT code =
-        control->Launch([](void* given) -> DWORD { return ThreadWrapper(given); }, entry.get(), isStarted);
-    if (isStarted) {
-        static_cast<void>(entry.release());
-    }
-    return code == ZRErrors::e_General_NoError ? control->AwaitStart() : code;
+    return ControlPtrT(m_pControl)->Start([](void* control) -> DWORD { return ThreadWrapper(control); });
 }
 
 std::uint32_t ZRThreadC::ThreadWrapper(void* given) {
-    const std::unique_ptr<const EntryT> entry(static_cast<EntryT*>(given));
-    gaizior::ThreadControl& control = *entry->control;
+    const std::unique_ptr<const ControlPtrT> mine(static_cast<ControlPtrT*>(given));
+    gaizior::ThreadControl& control = **mine;
     control.Begin();
     struct Finish { // however the body is left
         explicit Finish(gaizior::ThreadControl& finished) : control(finished) {}
@@ -132,28 +119,36 @@ std::uint32_t ZRThreadC::ThreadWrapper(void* given) {
         gaizior::ThreadControl& control;
     } const finish(control);
 
-    const ZRErrorT result = entry->thread->CallRun();
+    ZRThreadC* const thread = control.Object();
+    if (!thread) { // its stop did not wait until this began
+        return ZRErrors::e_Command_Aborted;
+    }
+    const ZRErrorT result = thread->CallRun();
     if (control.IsAutoDelete() && control.Object()) {
         gaizior::LogAt(kTraceLevel,
                        "ZRThreadC::ThreadWrapper(): ", "automatically deleting thread object: ", control.Name());
         control.BeginDeletion();
-        delete entry->thread;
+        delete thread;
     }
     return result;
 }
 
 ZRErrorT ZRThreadC::CallRun() {
-    constexpr const char* kFunction = "ZRThreadC::CallRun(): ";
     const ControlPtrT control = m_pControl;
+    const auto logThrown = [&](const auto& text) {
+        gaizior::LogError("ZRThreadC::CallRun(): ", "the body of ", control->Name(), " threw: ", text);
+    };
     control->SleepEx(0, false);
     try {
         return run();
     } catch (const std::exception& exception) {
-        gaizior::LogError(kFunction, "the body of ", control->Name(), " threw: ", exception.what());
+        logThrown(exception.what());
+    } catch (const ZRExceptionC& exception) {
+        logThrown(gaizior::CodeText(exception.GetError()));
     } catch (const abi::__forced_unwind&) {
         throw; // a thread that is ended in the middle of its body
     } catch (...) {
-        gaizior::LogError(kFunction, "the body of ", control->Name(), " threw what is no std::exception");
+        logThrown("what is no exception of the language or the library");
     }
     return ZRErrors::e_Command_Aborted;
 }
@@ -225,8 +220,7 @@ ZRErrorT ZRThreadC::stopAll() {
 }
 
 ZRErrorT ZRThreadC::RemoveThread(int) {
-    constexpr const char* kFunction = "ZRThreadC::RemoveThread(): ";
-    PoolUserC user(kFunction);
+    const PoolUserC user("ZRThreadC::RemoveThread(): ");
     ZRThreadC** link = &m_pThreads;
     while (*link && *link != this) {
         link = &(*link)->m_pNextThread;
@@ -234,8 +228,7 @@ ZRErrorT ZRThreadC::RemoveThread(int) {
     if (*link) {
         *link = std::exchange(m_pNextThread, nullptr);
     }
-    const ZRErrorT code = user.Leave(kFunction);
-    return code ? gaizior::Fail(kFunction, code, "leaving m_PoolCS: ", gaizior::CodeText(code)) : code;
+    return ZRErrors::e_General_NoError;
 }
 
 ZRThreadC* ZRThreadC::FindChild(ZRThreadC* const after) {
@@ -262,11 +255,11 @@ unsigned int ZRThreadC::GetThreadID() {
 }
 
 void* ZRThreadC::GetThread() {
-    return m_pControl->Thread().get();
+    return gaizior::HandleOf(m_pControl->Thread());
 }
 
 void* ZRThreadC::GetEndEvent() {
-    return m_pControl->EndEvent().get();
+    return m_pControl->EndEvent();
 }
 
 bool ZRThreadC::IsAlive() {
@@ -275,7 +268,7 @@ bool ZRThreadC::IsAlive() {
 
 bool ZRThreadC::IsDead() {
     const gaizior::SharedHandle thread = m_pControl->Thread();
-    return thread && ::WaitForSingleObject(thread.get(), 0) == WAIT_OBJECT_0;
+    return thread && ::WaitForSingleObject(thread->Get(), 0) == WAIT_OBJECT_0;
 }
 
 int ZRThreadC::IsEndEventSignalled() {
@@ -311,7 +304,7 @@ unsigned long ZRThreadC::ResumeThread() {
 }
 
 int ZRThreadC::SetThreadPriority(int priority) {
-    return SetThreadPriority(m_pControl->Thread().get(), priority);
+    return SetThreadPriority(gaizior::HandleOf(m_pControl->Thread()), priority);
 }
 
 int ZRThreadC::SetThreadPriority(void* hThread, int priority) {

@@ -41,6 +41,8 @@ public:
     /// A copy shares the handles, the last of those who do closes them; it stands in no list, and only the object that
     /// started a thread stops it.
     ZRThreadC(const ZRThreadC& other);
+    /// The same; its place in the list stays. Nobody else uses the object meanwhile. A thread that it has started is
+    /// asked to end, and belongs to no object any more.
     ZRThreadC& operator=(const ZRThreadC& other);
     /// Takes the object from the list, stops it unless it is deleting itself, and lets go of its handles; threads
     /// whose parent it was become top-level.
@@ -63,7 +65,7 @@ public:
     /// Stops every thread of the process that has no parent. @returns as stop().
     static ZRErrors::ZRErrorT stopAll();
     /// Takes this thread from the list; the number is not looked at, callers give 0.
-    /// @returns 0, also where it is not in the list; the code of a failed leave of the list's lock, which is logged.
+    /// @returns 0, also where it is not in the list.
     ZRErrors::ZRErrorT RemoveThread(int);
 
     /// The next thread of the list behind `after` (null: from the head) whose parent is this one; null when there is
@@ -128,11 +130,10 @@ protected:
     ZRErrors::ZRErrorT NotifyEnd();
 
 private:
-    struct EntryT;
     class PoolUserC;
     using ControlPtrT = std::shared_ptr<gaizior::ThreadControl>;
 
-    static std::uint32_t ThreadWrapper(void* entry);
+    static std::uint32_t ThreadWrapper(void* control);
     ZRErrors::ZRErrorT CallRun();
     int IsStopping() {
         return IsEndEventSignalled() && IsAlive();
@@ -142,8 +143,8 @@ private:
     void Disown();
 
     static ZRThreadC* m_pThreads;
-    /// Guards the list; never destroyed, as threads may be static objects anywhere.
-    static ZRCriticalSectionC& m_PoolCS;
+    /// Guards the list.
+    static ZRCriticalSectionC& PoolCS();
 
     ZRThreadC* m_pNextThread = nullptr;
     std::atomic<ZRThreadC*> m_pParent;

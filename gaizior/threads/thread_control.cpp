@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
+#include <utility>
 
 namespace gaizior {
 
@@ -21,10 +23,7 @@ constexpr DWORD kStartStep = 100;
 constexpr DWORD kEndAsked = 0xFFFFFFFF; // what a sleep answers that the end event ended
 constexpr DWORD kRefused = 0xFFFFFFFF;  // what a call answers that failed
 constexpr unsigned kTraceLevel = 20;
-
-SharedHandle Share(HANDLE handle) {
-    return handle ? SharedHandle(handle, &::CloseHandle) : SharedHandle();
-}
+constexpr const char* kStart = "ZRThreadC::start(): ";
 
 /// A thread's id in a line.
 struct Hex {
@@ -102,19 +101,14 @@ DWORD TimeLeft(ULONGLONG begin, DWORD milliseconds) {
 ThreadControl::ThreadControl(const char* name, unsigned long stopTimeout, bool isAutoDelete)
     : m_dwStopTimeout(ToTimeout(stopTimeout)), m_pName(name), m_bAutoDelete(isAutoDelete) {}
 
-void ThreadControl::CopyFrom(const ThreadControl& other) {
-    const SharedHandle thread = other.Thread();
-    const SharedHandle event = other.EndEvent();
-    const MutexLock lock(m_lock);
-    m_hThread = thread;
-    m_hEndEvent = event;
-    m_nThreadID = other.m_nThreadID.load();
-    m_dwStopTimeout = other.m_dwStopTimeout.load();
-    m_pName = other.m_pName.load();
-    m_bAutoDelete = other.m_bAutoDelete.load();
-    m_bDeleting = other.m_bDeleting.load();
-    m_bFinished = other.m_bFinished.load();
-    m_bIsStarter = false;
+ThreadControl::ThreadControl(const ThreadControl& other)
+    : std::enable_shared_from_this<ThreadControl>(), m_dwStopTimeout(other.m_dwStopTimeout), m_pName(other.m_pName),
+      m_bAutoDelete(other.m_bAutoDelete), m_nThreadID(other.m_nThreadID.load()), m_bDeleting(other.m_bDeleting.load()),
+      m_bFinished(other.m_bFinished.load()) {
+    const MutexLock lock(other.m_lock);
+    m_pEndEvent = other.m_pEndEvent;
+    m_hEndEvent = HandleOf(m_pEndEvent);
+    m_hThread = other.m_hThread;
 }
 
 SharedHandle ThreadControl::Thread() const {
@@ -122,54 +116,74 @@ SharedHandle ThreadControl::Thread() const {
     return m_hThread;
 }
 
-SharedHandle ThreadControl::EndEvent() const {
-    const MutexLock lock(m_lock);
-    return m_hEndEvent;
+bool ThreadControl::IsEndEventSignalled() const {
+    return ::WaitForSingleObject(EndEvent(), 0) != WAIT_TIMEOUT;
 }
 
-bool ThreadControl::IsEndEventSignalled() const {
-    const SharedHandle event = EndEvent();
-    return ::WaitForSingleObject(event.get(), 0) != WAIT_TIMEOUT;
+ZRErrorT ThreadControl::Start(LPTHREAD_START_ROUTINE body) {
+    try {
+        SharedHandle thread;
+        ZRErrorT code = MakeEndEvent();
+        if (code == ZRErrors::e_General_NoError) {
+            code = Launch(body, thread);
+        }
+        return code == ZRErrors::e_General_NoError ? AwaitStart(thread) : code;
+    } catch (const std::bad_alloc&) { // before anything was started
+        return Fail(kStart, ZRErrors::e_Resource_AllocationFailed);
+    }
 }
 
 ZRErrorT ThreadControl::MakeEndEvent() {
-    const MutexLock lock(m_lock);
-    if (!m_hEndEvent) {
-        m_hEndEvent = Share(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
-    }
-    return m_hEndEvent ? ZRErrors::e_General_NoError
-                       : Fail("ZRThreadC::start(): ", ZRErrors::e_Resource_AllocationFailed,
-                              "while creating m_hEndEvent: ", CodeText(LastSystemError()));
-}
-
-ZRErrorT ThreadControl::Launch(LPTHREAD_START_ROUTINE body, void* argument, bool& isStarted) {
-    const MutexLock lock(m_lock);
-    isStarted = !IsAlive(m_hThread);
-    if (!isStarted) {
+    if (EndEvent()) {
         return ZRErrors::e_General_NoError;
     }
-    m_bFinished = 0;
-    ::ResetEvent(m_hEndEvent.get());
-    DWORD id = 0;
-    m_hThread = Share(::CreateThread(nullptr, kStackSize, body, argument, 0, &id));
-    if (!m_hThread) {
+    auto event = std::make_shared<UniqueHandle>(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
+    if (!*event) {
         const ZRErrorT error = LastSystemError();
-        isStarted = false;
-        m_bFinished = 1;
-        return Fail("ZRThreadC::start(): ", ZRErrors::e_Resource_AllocationFailed,
-                    "_beginthreadex() failed: ", CodeText(error));
+        return Fail(kStart, ZRErrors::e_Resource_AllocationFailed, "while creating m_hEndEvent: ", CodeText(error));
     }
-    m_bIsStarter = true;
-    m_nThreadID = id;
+    const MutexLock lock(m_lock);
+    if (!m_pEndEvent) { // else another start was first
+        m_pEndEvent = std::move(event);
+        m_hEndEvent = HandleOf(m_pEndEvent);
+    }
     return ZRErrors::e_General_NoError;
 }
 
-ZRErrorT ThreadControl::AwaitStart() const {
-    constexpr const char* kFunction = "ZRThreadC::start(): ";
+/// `thread` receives the handle of the one that runs.
+ZRErrorT ThreadControl::Launch(LPTHREAD_START_ROUTINE body, SharedHandle& thread) {
+    auto created = std::make_shared<UniqueHandle>();
+    auto self = std::make_unique<std::shared_ptr<ThreadControl>>(shared_from_this());
+    ZRErrorT error = ZRErrors::e_General_NoError;
+    {
+        const MutexLock lock(m_lock);
+        if (!IsAlive(m_hThread)) {
+            m_bFinished = 0;
+            ::ResetEvent(EndEvent());
+            DWORD id = 0;
+            *created = UniqueHandle(::CreateThread(nullptr, kStackSize, body, self.get(), 0, &id));
+            if (*created) {
+                static_cast<void>(self.release());
+                m_bIsStarter = true;
+                m_nThreadID = id;
+                m_hThread = std::move(created);
+            } else {
+                error = LastSystemError();
+                m_bFinished = 1;
+                m_hThread.reset();
+            }
+        }
+        thread = m_hThread;
+    }
+    return error == ZRErrors::e_General_NoError
+               ? error
+               : Fail(kStart, ZRErrors::e_Resource_AllocationFailed, "_beginthreadex() failed: ", CodeText(error));
+}
+
+ZRErrorT ThreadControl::AwaitStart(const SharedHandle& thread) const {
     const unsigned int id = m_nThreadID;
-    LogAt(1, kFunction, "_beginthreadex() succeeded for Thread: ", Name(), ", id = 0x", Hex{id});
-    LogAt(kTraceLevel, kFunction, "waiting for thread: ", Name(), ", id = 0x", Hex{id}, " to begin.");
-    const SharedHandle thread = Thread();
+    LogAt(1, kStart, "_beginthreadex() succeeded for Thread: ", Name(), ", id = 0x", Hex{id});
+    LogAt(kTraceLevel, kStart, "waiting for thread: ", Name(), ", id = 0x", Hex{id}, " to begin.");
     for (unsigned round = 0; round < kStartRounds; ++round) {
         if (m_bFinished || IsAlive(thread)) {
             return ZRErrors::e_General_NoError;
@@ -179,7 +193,7 @@ ZRErrorT ThreadControl::AwaitStart() const {
     if (m_bFinished) {
         return ZRErrors::e_General_NoError;
     }
-    return Fail(kFunction, ZRErrors::e_Thread_StartFailed, "thread ", Name(), ", id = 0x", Hex{id}, " failed to start");
+    return Fail(kStart, ZRErrors::e_Thread_StartFailed, "thread ", Name(), ", id = 0x", Hex{id}, " failed to start");
 }
 
 DWORD ThreadControl::SleepEx(DWORD milliseconds, bool alertable) const {
@@ -200,13 +214,13 @@ DWORD ThreadControl::SleepEx(DWORD milliseconds, bool alertable) const {
 }
 
 DWORD ThreadControl::WaitForSingleObject(HANDLE handle, DWORD milliseconds) const {
-    return WaitOrEnd(handle, EndEvent().get(), milliseconds);
+    return WaitOrEnd(handle, EndEvent(), milliseconds);
 }
 
 DWORD ThreadControl::WaitForAny(std::span<void* const> handles, DWORD milliseconds) const {
     constexpr const char* kFunction = "ZRThreadC::WaitForMultipleObjects( ANY ): ";
     std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> all{};
-    const SharedHandle endEvent = EndEvent();
+    const HANDLE endEvent = EndEvent();
     const std::size_t count = handles.size() + (endEvent ? 1 : 0);
     if (count > all.size()) {
         ::SetLastError(ERROR_INVALID_PARAMETER);
@@ -214,7 +228,7 @@ DWORD ThreadControl::WaitForAny(std::span<void* const> handles, DWORD millisecon
     }
     std::ranges::copy(handles, all.begin());
     if (endEvent) {
-        all[handles.size()] = endEvent.get();
+        all[handles.size()] = endEvent;
     }
     const Listed waited{std::span(all).first(count)};
     LogAt(kTraceLevel, kFunction, Name(), ", id=0x", Hex{m_nThreadID}, " waiting on ", count, " objects[", waited,
@@ -226,30 +240,39 @@ DWORD ThreadControl::WaitForAny(std::span<void* const> handles, DWORD millisecon
 
 DWORD ThreadControl::WaitForAll(std::span<void* const> handles, DWORD milliseconds) const {
     constexpr const char* kFunction = "ZRThreadC::WaitForMultipleObjects( ALL ): ";
-    const SharedHandle endEvent = EndEvent();
+    const HANDLE endEvent = EndEvent();
     LogAt(kTraceLevel, kFunction, "waiting on ", handles.size() + (endEvent ? 1 : 0), " objects: ", Listed{handles});
     const ULONGLONG begin = TickCount();
     DWORD result = WAIT_OBJECT_0;
     for (std::size_t i = 0; i < handles.size() && result == WAIT_OBJECT_0; ++i) {
-        result = WaitOrEnd(handles[i], endEvent.get(), TimeLeft(begin, milliseconds));
+        result = WaitOrEnd(handles[i], endEvent, TimeLeft(begin, milliseconds));
     }
     LogAt(kTraceLevel, kFunction, "returning: ", result, " Reason: ", ReasonOf(result));
     return result;
 }
 
 DWORD ThreadControl::SuspendThread() const {
-    const SharedHandle thread = Thread();
-    const DWORD before = ::SuspendThread(thread.get());
+    DWORD before = 0;
+    ZRErrorT error = ZRErrors::e_General_NoError;
+    const auto suspend = [&](const SharedHandle& thread) {
+        before = ::SuspendThread(HandleOf(thread));
+        error = LastSystemError();
+    };
+    if (IsSelf()) {
+        suspend(Thread());
+    } else {
+        // Held until the thread has stopped, which therefore does not hold it: who lets it go on needs it.
+        const MutexLock lock(m_lock);
+        suspend(m_hThread);
+    }
     if (before == kRefused) {
-        LogError("ZRThreadC::SuspendThread(): ", "suspend failed on thread: ", Name(), ": ",
-                 CodeText(LastSystemError()));
+        LogError("ZRThreadC::SuspendThread(): ", "suspend failed on thread: ", Name(), ": ", CodeText(error));
     }
     return before;
 }
 
-DWORD ThreadControl::ResumeThread() const {
-    const SharedHandle thread = Thread();
-    const DWORD before = ::ResumeThread(thread.get());
+DWORD ThreadControl::ResumeThread(const SharedHandle& thread) const {
+    const DWORD before = ::ResumeThread(HandleOf(thread));
     if (before == kRefused) {
         LogError("ZRThreadC::ResumeThread(): ", "resume failed on thread: ", Name(), ": ", CodeText(LastSystemError()));
     }
@@ -258,17 +281,17 @@ DWORD ThreadControl::ResumeThread() const {
 
 ZRErrorT ThreadControl::NotifyEnd() const {
     constexpr const char* kFunction = "ZRThreadC::NotifyEnd(): ";
-    const SharedHandle event = EndEvent();
+    const HANDLE event = EndEvent();
     if (!event) {
         return Fail(kFunction, ZRErrors::e_Resource_AllocationFailed, "m_hEndEvent = ", "invalid handle.");
     }
-    if (!::SetEvent(event.get())) {
+    if (!::SetEvent(event)) {
         const ZRErrorT error = LastSystemError();
-        return Fail(kFunction, ZRErrors::e_Event_SetFailed, "m_hEndEvent = ", event.get(), CodeText(error));
+        return Fail(kFunction, ZRErrors::e_Event_SetFailed, "m_hEndEvent = ", event, ": ", CodeText(error));
     }
-    DWORD before = kRefused;
-    while (Thread() && before > 1) {
-        before = ResumeThread();
+    const SharedHandle thread = Thread();
+    for (DWORD before = 2; thread && before > 1;) {
+        before = ResumeThread(thread);
         if (before == kRefused) {
             return ZRErrors::e_Thread_ResumeFailed;
         }
@@ -280,13 +303,13 @@ ZRErrorT ThreadControl::NotifyEnd() const {
 void ThreadControl::AwaitEnd(const SharedHandle& thread) const {
     constexpr const char* kFunction = "ZRThreadC::stop(): ";
     const ULONGLONG begin = TickCount();
-    for (unsigned round = 1; !m_bDeleting && IsAlive(thread); ++round) {
+    const auto isOver = [&] { return m_bDeleting || !IsAlive(thread); };
+    for (unsigned round = 1; !isOver(); ++round) {
         SleepFor(kStopStep);
-        if (round % kStopStepsPerLine == 0) {
+        if (round % kStopStepsPerLine == 0 && !isOver()) {
             LogAt(1, kFunction, "Waiting for thread ", Name(), " id 0x", Hex{m_nThreadID}, " to die...");
         }
-        const DWORD limit = m_dwStopTimeout;
-        if (limit != INFINITE && TickCount() - begin > limit && IsAlive(thread)) {
+        if (m_dwStopTimeout != INFINITE && TickCount() - begin > m_dwStopTimeout && !isOver()) {
             // Both lines are older than the decision to kill nothing, and stay as operators know them.
             LogError("", "ZRThreadC::stop(): ERROR: Could not stop thread. Thread being killed, this could "
                          "leave dangling resources.");
@@ -307,7 +330,7 @@ ZRErrorT ThreadControl::Stop() {
     const MutexLock lock(m_lock);
     if (thread && m_hThread == thread) { // else another stop was first, or a new thread was started
         m_hThread.reset();
-        ::ResetEvent(m_hEndEvent.get());
+        ::ResetEvent(EndEvent());
     }
     return ZRErrors::e_General_NoError;
 }
@@ -315,10 +338,9 @@ ZRErrorT ThreadControl::Stop() {
 void ThreadControl::Close() {
     const MutexLock lock(m_lock);
     if (m_bIsStarter && !m_bFinished) {
-        ::SetEvent(m_hEndEvent.get());
+        ::SetEvent(EndEvent());
     }
     m_hThread.reset();
-    m_hEndEvent.reset();
 }
 
 } // namespace gaizior

@@ -3,6 +3,7 @@
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/platform/mutex.h"
+#include "gaizior/platform/unique_handle.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <atomic>
@@ -14,21 +15,24 @@ class ZRThreadC;
 namespace gaizior {
 
 /// A handle that the last of its users closes.
-using SharedHandle = std::shared_ptr<void>;
+using SharedHandle = std::shared_ptr<const UniqueHandle>;
+
+inline HANDLE HandleOf(const SharedHandle& shared) {
+    return shared ? shared->Get() : nullptr;
+}
 
 /// The state of a ZRThreadC: the platform's thread, the end event and the waits that it ends. The object, the thread
 /// itself and whoever stops it refer to it, so that each of them may be gone first; whoever waits keeps the handles
 /// that it waits for. Functions log under ZRThreadC's names and answer as its own do. Any thread.
-class ThreadControl {
+class ThreadControl : public std::enable_shared_from_this<ThreadControl> {
 public:
     ThreadControl(const char* name, unsigned long stopTimeout, bool isAutoDelete);
-
-    /// Takes another's state, sharing its handles, as that of an object that started nothing.
-    void CopyFrom(const ThreadControl& other);
+    /// That of an object that started nothing, with the other's state and sharing its handles.
+    ThreadControl(const ThreadControl& other);
+    ThreadControl& operator=(const ThreadControl&) = delete;
 
     const char* Name() const {
-        const char* const name = m_pName;
-        return name ? name : "Unknown";
+        return m_pName ? m_pName : "Unknown";
     }
     /// The object; null when it is gone, which changes under the list's lock.
     ZRThreadC* Object() const {
@@ -41,9 +45,12 @@ public:
         return m_nThreadID;
     }
     SharedHandle Thread() const;
-    SharedHandle EndEvent() const;
+    /// Null before the first start; it stays open as long as this lives.
+    HANDLE EndEvent() const {
+        return m_hEndEvent;
+    }
     static bool IsAlive(const SharedHandle& thread) {
-        return thread && ::WaitForSingleObject(thread.get(), 0) == WAIT_TIMEOUT;
+        return thread && ::WaitForSingleObject(thread->Get(), 0) == WAIT_TIMEOUT;
     }
     bool IsEndEventSignalled() const;
     bool IsAutoDelete() const {
@@ -57,11 +64,9 @@ public:
         return m_nThreadID == ::GetCurrentThreadId() && !m_bFinished;
     }
 
-    ZRErrors::ZRErrorT MakeEndEvent();
-    /// Has a new thread run `body(argument)` unless one is alive. @returns as ZRThreadC::start; `isStarted` tells
-    /// whether `argument` is the new thread's.
-    ZRErrors::ZRErrorT Launch(LPTHREAD_START_ROUTINE body, void* argument, bool& isStarted);
-    ZRErrors::ZRErrorT AwaitStart() const;
+    /// Has a new thread run `body`, with a new std::shared_ptr to this that is the thread's, unless one is alive.
+    /// @returns as ZRThreadC::start.
+    ZRErrors::ZRErrorT Start(LPTHREAD_START_ROUTINE body);
     /// The new thread says that it is there, and that its body has ended.
     void Begin() {
         m_nThreadID = ::GetCurrentThreadId();
@@ -80,29 +85,38 @@ public:
     DWORD WaitForAny(std::span<void* const> handles, DWORD milliseconds) const;
     DWORD WaitForAll(std::span<void* const> handles, DWORD milliseconds) const;
     DWORD SuspendThread() const;
-    DWORD ResumeThread() const;
+    DWORD ResumeThread() const {
+        return ResumeThread(Thread());
+    }
     ZRErrors::ZRErrorT NotifyEnd() const;
 
     /// Asks the thread to end, where the object started it and it is alive, waits for that and closes the handle.
     ZRErrors::ZRErrorT Stop();
-    /// Lets go of the handles, as the object is destroyed. A body that did not end in time finds its waits ended.
+    /// Lets go of the thread, as the object is gone. A body that did not end in time finds its waits ended.
     void Close();
 
 private:
+    ZRErrors::ZRErrorT MakeEndEvent();
+    ZRErrors::ZRErrorT Launch(LPTHREAD_START_ROUTINE body, SharedHandle& thread);
+    ZRErrors::ZRErrorT AwaitStart(const SharedHandle& thread) const;
     void AwaitEnd(const SharedHandle& thread) const;
+    DWORD ResumeThread(const SharedHandle& thread) const;
 
+    const DWORD m_dwStopTimeout;
+    const char* const m_pName;
+    const bool m_bAutoDelete;
     std::atomic<ZRThreadC*> m_pObject{nullptr};
     std::atomic<unsigned int> m_nThreadID{0};
-    std::atomic<DWORD> m_dwStopTimeout;
-    std::atomic<const char*> m_pName;
-    std::atomic<bool> m_bAutoDelete;
     std::atomic<int> m_bDeleting{0};
     std::atomic<int> m_bFinished{1};
     std::atomic<bool> m_bIsStarter{false}; ///< the object started the thread that it has a handle of
+    /// Set once and read without the lock: a body that is suspended while it looks at its end event holds nothing that
+    /// those need who let it go on.
+    std::atomic<HANDLE> m_hEndEvent{nullptr};
 
-    mutable Mutex m_lock; ///< also held while the thread is being started
+    mutable Mutex m_lock; ///< also held while the thread is being started or suspended
+    SharedHandle m_pEndEvent GAIZIOR_GUARDED_BY(m_lock); ///< who closes m_hEndEvent
     SharedHandle m_hThread GAIZIOR_GUARDED_BY(m_lock);
-    SharedHandle m_hEndEvent GAIZIOR_GUARDED_BY(m_lock);
 };
 
 /// A line of ZRThreadC's at a level; nothing is formatted where that does not pass.

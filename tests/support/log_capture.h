@@ -3,8 +3,8 @@
 #include "gaizior/logging/log_stream.h"
 
 #include <cstdio>
+#include <mutex>
 #include <string>
-#include <utility>
 
 namespace gaizior::test {
 
@@ -14,17 +14,25 @@ class LogCapture {
 public:
     LogCapture() {
         s_lines.clear();
-        ZRLogStrstreambufC::SetDBFn([](unsigned level, int, char* line) { s_lines += std::to_string(level) + line; });
+        s_lines.reserve(10'000); // lines are told where memory fails, too
+        ZRLogStrstreambufC::SetDBFn([](unsigned level, int, char* line) {
+            const std::lock_guard lock(s_lock);
+            s_lines.append(std::to_string(level)).append(line);
+        });
     }
     ~LogCapture() {
         ZRLogStrstreambufC::SetDBFn([](unsigned, int, char* line) { std::fputs(line, stderr); });
     }
     /// The lines since the last call.
     std::string Take() {
-        return std::exchange(s_lines, {});
+        const std::lock_guard lock(s_lock);
+        std::string taken = s_lines;
+        s_lines.clear();
+        return taken;
     }
 
 private:
+    static inline std::mutex s_lock;
     static inline std::string s_lines;
 };
 

@@ -1,0 +1,432 @@
+#include "gaizior/threads/thread.h"
+
+#include "gaizior/errors/error_text.h"
+#include "gaizior/errors/exception.h"
+#include "gaizior/platform/timing.h"
+#include "gaizior/platform/unique_handle.h"
+#include "tests/support/allocation_failure.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/watchdog.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace gaizior::test {
+namespace {
+
+using namespace ZRErrors;
+
+constexpr unsigned long kForever = 0xFFFFFFFF;
+constexpr unsigned long kFailed = 0xFFFFFFFF;
+const std::string kError = "0 ERROR: ZRThreadC::";
+
+struct Worker : ZRThreadC {
+    using BodyT = std::function<ZRErrorT(Worker&)>;
+
+    explicit Worker(BodyT toRun = &UntilAsked, ZRThreadC* parent = nullptr, unsigned long stopTimeout = kForever,
+                    int autoDelete = 0)
+        : ZRThreadC("Worker", parent, stopTimeout, autoDelete), body(std::move(toRun)) {
+        ++s_living;
+    }
+    Worker(const Worker& other) : ZRThreadC(other), body(other.body) {
+        ++s_living;
+    }
+    Worker& operator=(const Worker&) = default;
+    ~Worker() override {
+        stop();
+        --s_living;
+    }
+    ZRErrorT run() override {
+        return body(*this);
+    }
+    static ZRErrorT UntilAsked(Worker& self) {
+        EXPECT_EQ(self.WaitForMultipleObjects(0, nullptr, 0, kForever), 0u);
+        return e_General_NoError;
+    }
+    static ZRErrorT Nothing(Worker&) {
+        return e_General_NoError;
+    }
+    DWORD ExitCode() {
+        EXPECT_EQ(::WaitForSingleObject(GetThread(), INFINITE), WAIT_OBJECT_0);
+        DWORD code = 0;
+        EXPECT_TRUE(::GetExitCodeThread(GetThread(), &code));
+        return code;
+    }
+    using ZRThreadC::bIsParent;
+    using ZRThreadC::GetEndEvent;
+    using ZRThreadC::NotifyEnd;
+    using ZRThreadC::Sleep;
+    using ZRThreadC::SleepEx;
+
+    static inline std::atomic<int> s_living{0};
+    BodyT body;
+};
+
+/// Static, and still running when the process ends.
+Worker g_static;
+
+struct ThreadTest : testing::Test {
+    ThreadTest() {
+        seams::SetTimeDivisor(100);
+    }
+    ~ThreadTest() override {
+        seams::SetTimeDivisor(1);
+        EXPECT_EQ(Worker::s_living, 1);
+    }
+    /// Waits for a line.
+    void Await(const std::string& line) {
+        for (std::string lines; lines.find(line) == std::string::npos; ::Sleep(1)) {
+            lines += log.Take();
+        }
+    }
+
+    const Watchdog watchdog;
+    LogCapture log;
+};
+
+UniqueHandle Event() {
+    return UniqueHandle(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
+}
+std::string Id(ZRThreadC& thread) {
+    std::ostringstream text;
+    text << "0x" << std::hex << thread.GetThreadID();
+    return text.str();
+}
+std::string SystemError(DWORD error) {
+    return ZRErrToStr(static_cast<ZRErrorT>(0x20000000 | error));
+}
+
+TEST_F(ThreadTest, IsStartedAndStoppedAsOftenAsAsked) {
+    std::atomic<int> runs{0};
+    Worker worker([&](Worker& self) {
+        EXPECT_EQ(self.GetThreadID(), ::GetCurrentThreadId());
+        EXPECT_TRUE(self.GetThread() && self.IsAlive());
+        ++runs;
+        return Worker::UntilAsked(self) ? e_Command_Aborted : ZRErrorT(17);
+    });
+    EXPECT_EQ(worker.stop(), 0);
+    EXPECT_EQ(worker.NotifyEnd(), e_Resource_AllocationFailed);
+    EXPECT_EQ(log.Take(), kError + "NotifyEnd(): m_hEndEvent = invalid handle.\n");
+    EXPECT_TRUE(worker.IsEndEventSignalled() && !worker.GetThread() && !worker.GetEndEvent());
+    for (int round = 1; round < 4; ++round) {
+        EXPECT_TRUE(!worker.IsAlive() && !worker.IsDead());
+        EXPECT_EQ(worker.start(), 0);
+        EXPECT_EQ(log.Take(), "1ZRThreadC::start(): _beginthreadex() succeeded for Thread: Worker, id = " + Id(worker) +
+                                  "\n20ZRThreadC::start(): waiting for thread: Worker, id = " + Id(worker) +
+                                  " to begin.\n");
+        EXPECT_EQ(worker.start(), 0) << "nothing is started";
+        EXPECT_TRUE(worker.IsAlive() && !worker.IsDead() && !worker.IsEndEventSignalled());
+        while (runs < round) {
+            ::Sleep(1);
+        }
+        if (round > 1) {
+            EXPECT_EQ(worker.NotifyEnd(), 0);
+            EXPECT_EQ(worker.ExitCode(), 17u);
+            EXPECT_TRUE(worker.IsDead() && worker.IsEndEventSignalled());
+        }
+        if (round != 2) {
+            EXPECT_EQ(worker.stop(), 0);
+            EXPECT_TRUE(!worker.GetThread() && !worker.IsEndEventSignalled());
+        } else {
+            worker.start(); // again, unstopped
+            worker.stop();
+            runs = 2;
+        }
+        log.Take();
+    }
+}
+
+TEST_F(ThreadTest, ABodyThatIsMissingOrThrowsEndsWithACodeAndALine) {
+    const auto throws = [](auto what) { return [=](Worker&) -> ZRErrorT { throw what; }; };
+    const std::string told = kError + "CallRun(): the body of Worker threw: ";
+    const std::pair<Worker::BodyT, std::string> cases[] = {
+        {throws(std::runtime_error("paper jam")), told + "paper jam\n"},
+        {throws(ZRExceptionC(e_Arguments_Bad)), told + ZRErrToStr(e_Arguments_Bad) + "\n"},
+        {throws(7), told + "what is no exception of the language or the library\n"},
+    };
+    for (const auto& [body, line] : cases) {
+        Worker worker(body);
+        worker.start();
+        EXPECT_EQ(worker.ExitCode(), DWORD{e_Command_Aborted});
+        EXPECT_NE(log.Take().find(line), std::string::npos);
+    }
+    ZRThreadC base(nullptr, nullptr, kForever, 0);
+    base.start();
+    Await(kError + "runNo thread body for: Unknown\n");
+    base.stop();
+}
+
+TEST_F(ThreadTest, DoesNotStopItselfAndIsToldToEndByAWaitThatTakesLong) {
+    Worker worker([&](Worker& self) {
+        EXPECT_EQ(self.stop(), 0);
+        Await("20 WARNING: ZRThreadC::stop(): Cannot stop() thread from within itself ignoring request\n");
+        Await("1ZRThreadC::stop(): Waiting for thread Worker id " + Id(self) + " to die...\n");
+        return e_General_NoError;
+    });
+    worker.start();
+    EXPECT_EQ(worker.stop(), 0);
+}
+
+TEST_F(ThreadTest, ABodyThatDoesNotEndIsLeftRunningAfterTheStopTimeOut) {
+    const UniqueHandle go = Event();
+    const UniqueHandle done = Event();
+    Worker worker(
+        [&](Worker&) {
+            ::WaitForSingleObject(go.Get(), INFINITE);
+            ::SetEvent(done.Get());
+            return e_General_NoError;
+        },
+        nullptr, 100);
+    worker.start();
+    EXPECT_EQ(worker.stop(), 0);
+    EXPECT_EQ(worker.GetThread(), nullptr);
+    EXPECT_NE(log.Take().find(
+                  kError +
+                  "stop(): ERROR: Could not stop thread. Thread being killed, this could leave dangling resources.\n" +
+                  kError + "stop(): DON'T KNOW HOW TO KILL THREADS!!!!!!!\n"),
+              std::string::npos);
+    ::SetEvent(go.Get());
+    EXPECT_EQ(::WaitForSingleObject(done.Get(), INFINITE), WAIT_OBJECT_0);
+}
+
+TEST_F(ThreadTest, AStopAsksAllChildrenAndEndsAllThatDescendFirst) {
+    auto parent = std::make_unique<Worker>();
+    Worker first(&Worker::UntilAsked, parent.get());
+    Worker grandchild(&Worker::UntilAsked, &first);
+    Worker second(&Worker::UntilAsked, parent.get());
+    Worker idle(&Worker::UntilAsked, parent.get());
+    std::atomic<bool> wereFirst{false};
+    parent->body = [&](Worker& self) {
+        const ZRErrorT code = Worker::UntilAsked(self);
+        wereFirst = !first.GetThread() && !second.GetThread() && !grandchild.GetThread();
+        return code;
+    };
+    second.body = [&](Worker&) { return Worker::UntilAsked(first); }; // which is asked too before this is awaited
+    for (Worker* each : {parent.get(), &first, &second, &grandchild}) {
+        EXPECT_EQ(each->start(), 0);
+    }
+    EXPECT_TRUE(parent->bIsParent() && !first.bIsParent() && grandchild.GetParent() == &first);
+    std::vector<ZRThreadC*> children;
+    for (ZRThreadC* child = nullptr; (child = parent->FindChild(child)) != nullptr;) {
+        children.push_back(child);
+    }
+    EXPECT_EQ(children, (std::vector<ZRThreadC*>{&idle, &second, &first}));
+    EXPECT_EQ(parent->stop(), e_Resource_AllocationFailed) << "of the one that was never started, as decided";
+    EXPECT_TRUE(wereFirst && !parent->GetThread());
+    EXPECT_EQ(idle.RemoveThread(0) + idle.RemoveThread(0), 0);
+    EXPECT_EQ(parent->FindChild(&idle), nullptr);
+    EXPECT_EQ(parent->FindChild(nullptr), &second);
+    first.SetParent(&second);
+    first.start();
+    parent.reset();
+    EXPECT_TRUE(second.bIsParent() && !first.IsAlive()) << "who outlives its parent has none";
+    EXPECT_EQ(second.start() + first.start(), 0);
+    EXPECT_EQ(ZRThreadC::stopAll(), 0);
+    EXPECT_TRUE(!second.GetThread() && !first.GetThread());
+}
+
+TEST_F(ThreadTest, OneThatDeletesItselfMayBeStoppedMeanwhileThroughItsParent) {
+    for (int round = 0; round < 60; ++round) {
+        Worker parent(round % 2 ? &Worker::UntilAsked : &Worker::Nothing);
+        parent.start();
+        for (const Worker::BodyT& body : {Worker::BodyT(&Worker::Nothing), Worker::BodyT(&Worker::UntilAsked)}) {
+            auto* const child = new Worker(body, &parent, kForever, 1);
+            EXPECT_EQ(child->start(), 0);
+        }
+        std::jthread other([&] { EXPECT_EQ(parent.stop(), 0); });
+        EXPECT_EQ(parent.stop(), 0);
+        other.join();
+        while (Worker::s_living > 2) {
+            ::Sleep(1);
+        }
+    }
+    EXPECT_NE(log.Take().find("20ZRThreadC::ThreadWrapper(): automatically deleting thread object: Worker\n"),
+              std::string::npos);
+}
+
+/// Whoever asks and in whatever order: one body at a time, and none in the end.
+TEST_F(ThreadTest, StartsAndStopsMayMeet) {
+    std::atomic<int> bodies{0};
+    Worker worker([&](Worker& self) {
+        EXPECT_EQ(++bodies, 1);
+        const ZRErrorT code = bodies % 2 ? Worker::UntilAsked(self) : e_General_NoError;
+        --bodies;
+        return code;
+    });
+    const auto repeat = [](const auto& call) {
+        return std::jthread([=] {
+            for (int i = 0; i < 100; ++i) {
+                EXPECT_EQ(call(), 0);
+            }
+        });
+    };
+    {
+        const std::jthread threads[] = {repeat([&] { return worker.start(); }), repeat([&] { return worker.start(); }),
+                                        repeat([&] { return worker.stop(); }), repeat([&] { return worker.stop(); }),
+                                        repeat([&] { return ZRThreadC::stopAll(); })};
+    }
+    EXPECT_EQ(worker.stop(), 0);
+    EXPECT_EQ(bodies, 0);
+}
+
+TEST_F(ThreadTest, ASuspendedThreadIsLetGoToEnd) {
+    Worker worker([](Worker& self) {
+        while (!self.IsEndEventSignalled()) {
+        }
+        return e_General_NoError;
+    });
+    EXPECT_EQ(worker.SuspendThread() & worker.ResumeThread(), kFailed);
+    const std::string none = " failed on thread: Worker: " + SystemError(ERROR_INVALID_HANDLE) + "\n";
+    EXPECT_EQ(log.Take(), kError + "SuspendThread(): suspend" + none + kError + "ResumeThread(): resume" + none);
+    worker.start();
+    for (int round = 0; round < 200; ++round) {
+        EXPECT_EQ(worker.SuspendThread(), 0u);
+        EXPECT_EQ(worker.SuspendThread(), 1u);
+        EXPECT_TRUE(worker.IsAlive());
+        for (const unsigned long before : {2u, 1u, 0u}) {
+            EXPECT_EQ(worker.ResumeThread(), before);
+        }
+    }
+    worker.SuspendThread();
+    worker.SuspendThread();
+    log.Take();
+    EXPECT_EQ(worker.stop(), 0);
+    const std::string count = "20ZRThreadC::NotifyEnd(): suspendCount for :Worker is: ";
+    EXPECT_TRUE(log.Take().starts_with(count + "2\n" + count + "1\n"));
+}
+
+TEST_F(ThreadTest, APriorityIsTheSystemsToGrant) {
+    Worker worker;
+    EXPECT_EQ(worker.SetThreadPriority(THREAD_PRIORITY_NORMAL), 0);
+    worker.start();
+    for (const int priority : {THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_LOWEST}) {
+        EXPECT_EQ(worker.SetThreadPriority(priority), 1);
+        EXPECT_EQ(::GetThreadPriority(worker.GetThread()), priority);
+    }
+    log.Take();
+    EXPECT_EQ(worker.SetThreadPriority(99), 0);
+    EXPECT_EQ(log.Take(), kError + "SetThreadPriority(): SetThreadPriority failed on thread: Worker: " +
+                              SystemError(ERROR_INVALID_PARAMETER) + "\n");
+}
+
+TEST_F(ThreadTest, WaitsEndWithTheirObjectsOrTheEndEventWhicheverIsFirst) {
+    std::vector<UniqueHandle> events(64);
+    std::ranges::generate(events, [] { return Event(); });
+    std::vector<void*> handles(64);
+    std::ranges::transform(events, handles.begin(), &UniqueHandle::Get);
+    Worker worker;
+    const auto any = [&](unsigned count, unsigned long ms) {
+        return worker.WaitForMultipleObjects(count, handles.data(), 0, ms);
+    };
+    const auto all = [&](unsigned count, unsigned long ms) {
+        return worker.WaitForMultipleObjects(count, handles.data(), 1, ms);
+    };
+    EXPECT_EQ(worker.WaitForSingleObject(handles[0], 1), DWORD{WAIT_TIMEOUT}) << "nothing else is waited for";
+    EXPECT_EQ(any(64, 0) | all(64, 0), DWORD{WAIT_TIMEOUT});
+    worker.start();
+    for (const unsigned count : {0u, 1u, 63u}) {
+        EXPECT_EQ(any(count, 1), DWORD{WAIT_TIMEOUT});
+    }
+    EXPECT_EQ(all(0, 0), 0u);
+    EXPECT_EQ(all(64, 100), DWORD{WAIT_TIMEOUT});
+    ::SetEvent(handles[62]);
+    EXPECT_EQ(any(63, ~0ul), 62u);
+    ::SetLastError(0);
+    EXPECT_EQ(any(64, 0), kFailed);
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    std::ranges::for_each(handles, &::SetEvent);
+    EXPECT_EQ(worker.WaitForSingleObject(handles[0], kForever), 0u);
+    EXPECT_EQ(all(63, 0), 0u) << "each is looked at";
+    const UniqueHandle mutex(::CreateMutexA(nullptr, FALSE, nullptr));
+    std::jthread([&] { ::WaitForSingleObject(mutex.Get(), 0); }).join();
+    handles[1] = mutex.Get();
+    ::ResetEvent(handles[0]);
+    log.Take();
+    EXPECT_EQ(any(2, kForever), DWORD{WAIT_ABANDONED_0} + 1);
+    std::ostringstream listed;
+    listed << ", Objects[" << handles[0] << ", " << handles[1] << ", " << worker.GetEndEvent() << "]\n";
+    EXPECT_TRUE(log.Take().ends_with("returning:  Object 1 was abandoned " + listed.str()));
+    EXPECT_EQ(worker.NotifyEnd(), 0);
+    EXPECT_EQ(any(2, kForever), 1u) << "which is ours";
+    EXPECT_EQ(any(1, kForever), 1u) << "the end event stands behind all";
+    EXPECT_EQ(all(2, kForever), 1u);
+    EXPECT_EQ(worker.WaitForSingleObject(handles[0], kForever), 1u);
+}
+
+TEST_F(ThreadTest, ASleepLooksForTheEndEventBehindEachTenSeconds) {
+    Worker worker;
+    EXPECT_EQ(worker.Sleep(0), kFailed) << "without an end event";
+    worker.start();
+    for (const int alertable : {0, 1}) {
+        EXPECT_EQ(worker.SleepEx(30'000, alertable), 0u);
+    }
+    EXPECT_EQ(worker.NotifyEnd(), 0);
+    for (const unsigned long ms : {10'001ul, kForever - 1, kForever, ~0ul}) {
+        const ULONGLONG begin = TickCount();
+        EXPECT_EQ(worker.Sleep(ms), kFailed);
+        EXPECT_GE(TickCount() - begin, 9'000u) << "not earlier";
+    }
+}
+
+TEST_F(ThreadTest, ACopySharesTheHandlesAndStopsNothing) {
+    Worker parent;
+    auto worker = std::make_unique<Worker>(&Worker::UntilAsked, &parent);
+    worker->start();
+    Worker copy(*worker);
+    Worker assigned;
+    assigned.start();
+    assigned = copy;
+    assigned = *&assigned;
+    EXPECT_EQ(parent.FindChild(nullptr), &assigned);
+    EXPECT_EQ(parent.FindChild(&assigned), worker.get()) << "the copy is not in the list";
+    EXPECT_TRUE(copy.GetThread() == worker->GetThread() && assigned.GetEndEvent() == worker->GetEndEvent());
+    EXPECT_TRUE(copy.GetThreadID() == worker->GetThreadID() && copy.GetParent() == &parent);
+    EXPECT_EQ(copy.stop() + assigned.stop(), 0);
+    EXPECT_TRUE(worker->IsAlive() && !worker->IsEndEventSignalled());
+    EXPECT_EQ(copy.start(), 0) << "it runs";
+    worker.reset();
+    EXPECT_TRUE(copy.IsDead() && assigned.IsDead() && !copy.IsEndEventSignalled());
+    EXPECT_EQ(copy.start(), 0);
+    EXPECT_TRUE(copy.IsAlive() && assigned.IsDead());
+}
+
+TEST_F(ThreadTest, WithoutMemoryNothingIsStartedAndAllTheRestIsStopped) {
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
+        Worker worker(&Worker::Nothing);
+        ZRErrorT code{};
+        failed = FailAllocation(n, [&] { code = worker.start(); });
+        EXPECT_EQ(worker.GetThread() == nullptr, code == e_Resource_AllocationFailed);
+        const std::string lines = log.Take();
+        EXPECT_TRUE(code == e_General_NoError || lines.starts_with(kError + "start(): ")) << lines;
+    }
+    Worker parent;
+    Worker child(&Worker::UntilAsked, &parent);
+    for (int n = 1; n < 4; ++n) {
+        EXPECT_EQ(parent.start() + child.start(), 0);
+        ZRErrorT code{};
+        FailAllocation(n, [&] { code = parent.stop(); });
+        EXPECT_FALSE(parent.IsAlive());
+        EXPECT_EQ(child.IsAlive(), code == e_Memory_AllocationFailed);
+    }
+}
+
+TEST(Magic, TellsTheLibrary) {
+    unsigned int words[] = {1, 2};
+    EXPECT_EQ(ZRGetMagic(7, words), 0);
+    EXPECT_TRUE(words[0] == 0x21122004 && words[1] == 0);
+    EXPECT_EQ(g_static.start(), 0);
+}
+
+} // namespace
+} // namespace gaizior::test
