@@ -4,6 +4,7 @@
 
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"
+#include "gaizior/comms/comm_object.h"
 #include "gaizior/comms/message.h"
 #include "gaizior/comms/packet.h"
 #include "gaizior/errors/error_codes.h"
@@ -15,7 +16,10 @@
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/threads/critical_section.h"
+#include "gaizior/threads/event.h"
+#include "gaizior/threads/lock.h"
 #include "gaizior/threads/thread.h"
 #include "gaizior/values/string.h"
 #include "gaizior/values/text.h"
 #include "gaizior/values/text_file.h"
+#include "gaizior/values/time.h"

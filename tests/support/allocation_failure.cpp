@@ -10,13 +10,17 @@ namespace {
 constinit thread_local int t_left = 0;
 constinit thread_local bool t_happened = false;
 
-void* Allocate(std::size_t size) {
-    if (t_left > 0 && --t_left == 0) {
-        t_happened = true;
-        errno = ENOMEM; // as malloc does
-        return nullptr;
+bool Fails() {
+    if (t_left == 0 || --t_left != 0) {
+        return false;
     }
-    return std::malloc(size > 0 ? size : 1);
+    t_happened = true;
+    errno = ENOMEM; // as malloc does
+    return true;
+}
+
+void* Allocate(std::size_t size) {
+    return Fails() ? nullptr : std::malloc(size > 0 ? size : 1);
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -51,4 +55,11 @@ void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+#ifndef _WIN32 // of what is aligned only the places of handles are allocated so, and kept
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return Fails() ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
+}
+void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
+#endif
 // clang-format on
