@@ -85,10 +85,10 @@ protected:
     explicit ZRCriticalSectionC(int messageBoxLogging);
 
 private:
-    friend ZRErrors::ZRErrorT ZRInitializeCriticalSectionEx(void** cell, int showMessageBoxes);
-    friend ZRErrors::ZRErrorT ZREnterCriticalSectionEx(void** cell, const char* locker, unsigned int tag,
-                                                       unsigned long timeoutMs);
-    friend ZRErrors::ZRErrorT ZRLeaveCriticalSectionEx(void** cell, const char* locker, unsigned int tag);
+    friend GAIZIOR_API ZRErrors::ZRErrorT ZRInitializeCriticalSectionEx(void** cell, int showMessageBoxes);
+    friend GAIZIOR_API ZRErrors::ZRErrorT ZREnterCriticalSectionEx(void** cell, const char* locker, unsigned int tag,
+                                                                   unsigned long timeoutMs);
+    friend GAIZIOR_API ZRErrors::ZRErrorT ZRLeaveCriticalSectionEx(void** cell, const char* locker, unsigned int tag);
 
     ZRErrors::ZRErrorT EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout,
                                             int bLogTimeOut, unsigned int nTag);
