@@ -139,9 +139,22 @@ long long Now() {
 
 std::string TimeText(long long moment, const char* format) {
     const auto time = static_cast<std::time_t>(moment / 1000);
+    const std::tm* const localTime = std::localtime(&time);
+    const std::tm local = localTime ? *localTime : std::tm();
+    const std::tm* const universal = std::gmtime(&time);
     std::array<char, 64> text{};
-    const std::tm* const local = std::localtime(&time);
-    return local && std::strftime(text.data(), text.size(), format, local) ? text.data() : "";
+    if (!localTime || !universal || std::strftime(text.data(), text.size(), format, &local) == 0) {
+        return {};
+    }
+    // Windows' own strftime knows the zone's long name only.
+    const int days = local.tm_year == universal->tm_year  ? local.tm_yday - universal->tm_yday
+                     : local.tm_year > universal->tm_year ? 1
+                                                          : -1;
+    const int minutes = 60 * (24 * days + local.tm_hour - universal->tm_hour) + local.tm_min - universal->tm_min;
+    std::array<char, 16> zone{};
+    std::snprintf(zone.data(), zone.size(), "%c%02d%02d", minutes < 0 ? '-' : '+', std::abs(minutes) / 60,
+                  std::abs(minutes) % 60);
+    return text.data() + std::string(zone.data());
 }
 
 std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns) {

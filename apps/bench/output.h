@@ -33,9 +33,9 @@ std::string Span(long long milliseconds);
 
 /// Milliseconds since 1970.
 long long Now();
-inline constexpr const char* kTimeForPeople = "%Y-%m-%d %H:%M:%S %z";
-inline constexpr const char* kTimeForPrograms = "%Y-%m-%dT%H:%M:%S%z";
-/// A moment, in milliseconds since 1970, as local time in a format of strftime.
+inline constexpr const char* kTimeForPeople = "%Y-%m-%d %H:%M:%S ";
+inline constexpr const char* kTimeForPrograms = "%Y-%m-%dT%H:%M:%S";
+/// A moment, in milliseconds since 1970, as local time in a format of strftime, and behind it the zone: "+0100".
 std::string TimeText(long long moment, const char* format);
 
 /// One line that shows how far something is, in at most `columns` characters: "label [####------]  43 %  0:07 left".

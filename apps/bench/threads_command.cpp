@@ -48,7 +48,7 @@ public:
 
 private:
     std::string Since(int milliseconds) const {
-        return " since " + TimeText(m_nNow - milliseconds, "%H:%M:%S %z") + ", for " + Span(milliseconds);
+        return " since " + TimeText(m_nNow - milliseconds, "%H:%M:%S ") + ", for " + Span(milliseconds);
     }
 
     void PrintLocks(const ThreadState& thread, const std::string& margin) const {
