@@ -24,6 +24,13 @@ struct ImageOptions {
 };
 Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt);
 
+struct ThreadsOptions {
+    std::uint16_t id = kBenchId + 1; ///< the imager's
+    double timeout = 10;             ///< seconds for its answer
+    bool json = false;
+};
+Outcome ThreadsCommand(const ThreadsOptions& options, const Interrupt& interrupt);
+
 struct ErrorOptions {
     std::vector<std::string> words;
     bool json = false;

@@ -4,9 +4,7 @@
 #include "gaizior/comms/channel.h"
 
 #include <array>
-#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <memory>
 #include <optional>
 
@@ -88,18 +86,9 @@ bool IsGoing(ZRErrorT code, const Interrupt& interrupt) {
     return IsAbsent(code) && !interrupt.SleepUnlessSet(kTimeToGo) && IsAbsent(ZcQueryHolder(&holder));
 }
 
-/// Local time with its zone.
-std::string TimeText(long long moment, const char* format) {
-    const auto time = static_cast<std::time_t>(moment / kPerSecond);
-    std::array<char, 64> text{};
-    const std::tm* const local = std::localtime(&time);
-    return local && std::strftime(text.data(), text.size(), format, local) ? text.data() : "";
-}
-
 /// Seconds since then; 0 for a moment that is still to come.
 double AgeOf(long long moment) {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now).count() - moment;
+    const long long age = Now() - moment;
     return age > 0 ? static_cast<double>(age) / kPerSecond : 0;
 }
 
@@ -118,8 +107,7 @@ std::string MutexText(const Diagnosis& diagnosis) {
     if (holder.bHeld) {
         text = "held by " + HolderText(holder);
         if (holder.nSince != 0) {
-            text +=
-                " since " + TimeText(holder.nSince, "%Y-%m-%d %H:%M:%S %z") + ", for " + Duration(AgeOf(holder.nSince));
+            text += " since " + TimeText(holder.nSince, kTimeForPeople) + ", for " + Duration(AgeOf(holder.nSince));
         }
     }
     if (!diagnosis.takeover.empty()) {
@@ -167,18 +155,14 @@ JsonObject& NumberOrNull(JsonObject& object, const char* key, unsigned value) {
     return value == 0 ? object.Null(key) : object.Number(key, value);
 }
 
-JsonObject& TextOrNull(JsonObject& object, const char* key, std::string_view text) {
-    return text.empty() ? object.Null(key) : object.Text(key, text);
-}
-
 std::string MutexAsJson(const ZcHolderT& holder) {
     JsonObject mutex;
     mutex.Bool("held", holder.bHeld).Bool("abandoned", holder.bAbandoned);
     NumberOrNull(mutex, "process", holder.nProcess);
     NumberOrNull(mutex, "thread", holder.nThread);
-    TextOrNull(mutex, "program", holder.szProgram);
+    mutex.TextOrNull("program", holder.szProgram);
     const bool isTimed = holder.bHeld && holder.nSince != 0;
-    TextOrNull(mutex, "since", isTimed ? TimeText(holder.nSince, "%Y-%m-%dT%H:%M:%S%z") : "");
+    mutex.TextOrNull("since", isTimed ? TimeText(holder.nSince, kTimeForPrograms) : "");
     return (isTimed ? mutex.Real("seconds", AgeOf(holder.nSince)) : mutex.Null("seconds")).Json();
 }
 
@@ -187,7 +171,7 @@ std::string DiagnosisAsJson(const Diagnosis& diagnosis) {
     object.Value("mutex", MutexAsJson(diagnosis.holder)).Bool("readable", diagnosis.WasRead());
     if (diagnosis.WasRead()) {
         object.Bool("consistent", IsConsistent(diagnosis.look));
-        TextOrNull(object, "damage", diagnosis.look.findings.szDamage);
+        object.TextOrNull("damage", diagnosis.look.findings.szDamage);
         object.Number("taken", diagnosis.look.findings.nTaken);
     } else {
         object.Null("consistent").Null("damage").Null("taken");
@@ -195,8 +179,8 @@ std::string DiagnosisAsJson(const Diagnosis& diagnosis) {
     object.Number("slots", kZcSlotCount);
     const std::optional<unsigned> oldest = OldestId(diagnosis);
     oldest ? object.Number("oldest_id", *oldest) : object.Null("oldest_id");
-    TextOrNull(object, "taken_over", diagnosis.takeover);
-    return TextOrNull(object, "repaired", diagnosis.repaired).Json();
+    object.TextOrNull("taken_over", diagnosis.takeover);
+    return object.TextOrNull("repaired", diagnosis.repaired).Json();
 }
 
 /// What is wrong and what to do about it.

@@ -19,6 +19,7 @@ Anywhere:   --verbose tells every step, the channel's lines and the
 
 constexpr const char* kBenchExamples = R"(Examples:
   bench image samples/newspaper.job --speed 10
+  bench imager threads
   bench error 0x822F
   bench channel status
 'bench COMMAND --help' tells more about each.
@@ -32,6 +33,21 @@ Examples:
   bench image samples/newspaper.job
   bench image samples/newspaper.job --speed 10
   bench image page.job --imager build/linux/bin/imager --id 200
+)";
+
+constexpr const char* kImagerExamples = R"(Examples:
+  bench imager threads        what each thread of the imager does
+)";
+
+constexpr const char* kThreadsExamples = R"(For an imager that hangs: shows its threads as a tree, which lock each
+holds or waits for and since when, and who is to blame. A lock that is
+held or waited for during 2 s and more is a hang and ends with exit
+code 1. An imager that does not answer ends with exit code 4.
+
+Examples:
+  bench imager threads
+  bench imager threads --id 201 --timeout 3
+  bench imager threads --json
 )";
 
 constexpr const char* kErrorExamples = R"(Examples:
@@ -112,6 +128,14 @@ void AddSeconds(CLI::App& app, const char* name, double& seconds, const char* he
     app.add_option(name, seconds, help)->check(Within(0.0, 86400.0))->type_name("SECONDS")->capture_default_str();
 }
 
+/// The same where the imager is waited for: without any time it never answers.
+void AddTimeout(CLI::App& app, double& seconds, const char* help) {
+    app.add_option("--timeout", seconds, help)
+        ->check(Within(0.1, 86400.0))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+}
+
 void AddJson(CLI::App& app, bool& json) {
     app.add_flag("--json", json, "Write JSON for programs");
 }
@@ -121,6 +145,7 @@ struct CommandLine {
     CLI::App app{"Service tool for a platesetter's control system", "bench"};
     bool verbose = false;
     ImageOptions image;
+    ThreadsOptions threads;
     ErrorOptions error;
     StatusOptions status;
     DoctorOptions doctor;
@@ -134,6 +159,7 @@ struct CommandLine {
 private:
     CLI::App& Add(CLI::App& parent, const char* name, const char* help, const std::string& examples);
     void AddImage();
+    void AddImager();
     void AddError();
     void AddChannel();
 };
@@ -149,6 +175,7 @@ CommandLine::CommandLine() {
     app.footer(std::string(kBenchExamples) + kExitCodes);
     app.add_flag("--verbose", verbose, "Tell every step and the error stack on standard error");
     AddImage();
+    AddImager();
     AddError();
     AddChannel();
 }
@@ -163,15 +190,22 @@ void CommandLine::AddImage() {
         ->check(Within(0.01, 100000.0))
         ->type_name("N")
         ->capture_default_str();
-    command.add_option("--timeout", image.timeout, "Give up after so many seconds without a word from the imager")
-        ->check(Within(0.1, 86400.0))
-        ->type_name("SECONDS")
-        ->capture_default_str();
+    AddTimeout(command, image.timeout, "Give up after so many seconds without a word from the imager");
     AddJson(command, image.json);
     command.callback([this] {
         image.verbose = verbose;
         run = [this](const Interrupt& interrupt) { return ImageCommand(image, interrupt); };
     });
+}
+
+void CommandLine::AddImager() {
+    CLI::App& imager = Add(app, "imager", "Look into a running imager", kImagerExamples);
+    imager.require_subcommand(1);
+    CLI::App& command = Add(imager, "threads", "What its threads do, and which one hangs", kThreadsExamples);
+    AddId(command, threads.id, "The imager's communications ID");
+    AddTimeout(command, threads.timeout, "Wait so long for its answer");
+    AddJson(command, threads.json);
+    command.callback([this] { run = [this](const Interrupt& i) { return ThreadsCommand(threads, i); }; });
 }
 
 void CommandLine::AddError() {

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 namespace apps {
 namespace {
@@ -115,6 +117,46 @@ std::string Duration(double seconds) {
     return buffer.data();
 }
 
+std::string Span(long long milliseconds) {
+    constexpr long long kSecond = 1000;
+    constexpr long long kMinute = 60 * kSecond;
+    constexpr long long kHour = 60 * kMinute;
+    const auto parts = [&](long long unit, const char* name, long long next, const char* nextName) {
+        return std::to_string(milliseconds / unit) + name + std::to_string(milliseconds % unit / next) + nextName;
+    };
+    if (milliseconds < kSecond) {
+        return std::to_string(milliseconds) + " ms";
+    }
+    return milliseconds < kMinute ? parts(kSecond, ".", kSecond / 10, " s")
+           : milliseconds < kHour ? parts(kMinute, " min ", kSecond, " s")
+                                  : parts(kHour, " h ", kMinute, " min");
+}
+
+long long Now() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
+std::string TimeText(long long moment, const char* format) {
+    const auto time = static_cast<std::time_t>(moment / 1000);
+    const std::tm* const localTime = std::localtime(&time);
+    const std::tm local = localTime ? *localTime : std::tm();
+    const std::tm* const universal = std::gmtime(&time);
+    std::array<char, 64> text{};
+    if (!localTime || !universal || std::strftime(text.data(), text.size(), format, &local) == 0) {
+        return {};
+    }
+    // Windows' own strftime knows the zone's long name only.
+    const int days = local.tm_year == universal->tm_year  ? local.tm_yday - universal->tm_yday
+                     : local.tm_year > universal->tm_year ? 1
+                                                          : -1;
+    const int minutes = 60 * (24 * days + local.tm_hour - universal->tm_hour) + local.tm_min - universal->tm_min;
+    std::array<char, 16> zone{};
+    std::snprintf(zone.data(), zone.size(), "%c%02d%02d", minutes < 0 ? '-' : '+', std::abs(minutes) / 60,
+                  std::abs(minutes) % 60);
+    return text.data() + std::string(zone.data());
+}
+
 std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns) {
     constexpr std::size_t kLeastBar = 8;
     constexpr std::size_t kMostBar = 40;
@@ -169,6 +211,10 @@ JsonObject& JsonObject::Value(const char* key, std::string_view json) {
 
 JsonObject& JsonObject::Text(const char* key, std::string_view value) {
     return Value(key, JsonText(value));
+}
+
+JsonObject& JsonObject::TextOrNull(const char* key, std::string_view value) {
+    return value.empty() ? Null(key) : Text(key, value);
 }
 
 JsonObject& JsonObject::Number(const char* key, std::int64_t value) {

@@ -28,6 +28,16 @@ std::string Counted(long long count, const char* thing);
 /// "0:07", "12:30", "1:02:03".
 std::string Duration(double seconds);
 
+/// "7 ms", "12.3 s", "5 min 3 s", "2 h 5 min".
+std::string Span(long long milliseconds);
+
+/// Milliseconds since 1970.
+long long Now();
+inline constexpr const char* kTimeForPeople = "%Y-%m-%d %H:%M:%S ";
+inline constexpr const char* kTimeForPrograms = "%Y-%m-%dT%H:%M:%S";
+/// A moment, in milliseconds since 1970, as local time in a format of strftime, and behind it the zone: "+0100".
+std::string TimeText(long long moment, const char* format);
+
 /// One line that shows how far something is, in at most `columns` characters: "label [####------]  43 %  0:07 left".
 /// Without room for it, first the time goes, then the bar, then the label's end.
 std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns);
@@ -56,6 +66,8 @@ private:
 class JsonObject {
 public:
     JsonObject& Text(const char* key, std::string_view value);
+    /// Null where it is empty.
+    JsonObject& TextOrNull(const char* key, std::string_view value);
     JsonObject& Number(const char* key, std::int64_t value);
     JsonObject& Real(const char* key, double value);
     JsonObject& Bool(const char* key, bool value);

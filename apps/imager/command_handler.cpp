@@ -15,7 +15,7 @@ std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
     if (Decode(packet, command) != ZRErrors::e_General_NoError) {
         return {MakeRefusal(m_nClientId, 0, kInvalidData, "this is no whole message")};
     }
-    const std::uint16_t sender = command.id == 0 || command.id == m_nOwnId ? m_nClientId : command.id;
+    const std::uint16_t sender = AddresseeOf(command);
     if (command.type == kReply || command.type == kProgress) {
         return {};
     }

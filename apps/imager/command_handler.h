@@ -23,12 +23,17 @@ public:
     /// answer to a message that is too damaged to tell its sender.
     CommandHandler(std::uint16_t ownId, std::uint16_t clientId) : m_nOwnId(ownId), m_nClientId(clientId) {}
 
+    /// Whom an answer to a command goes to: its sender, or the client where it names none.
+    std::uint16_t AddresseeOf(const Message& command) const {
+        return command.id == 0 || command.id == m_nOwnId ? m_nClientId : command.id;
+    }
     /// The word that the imager is there: a reply to a status command that nobody had to send.
     Outgoing Greeting() const;
 
     /// Carries a received text out. Every command is answered: status, stop and what is refused at once, the others
     /// when they are done. A text that is no command is answered with a code. Only replies and progress are not: two
-    /// imagers that answered each other's replies would never stop.
+    /// imagers that answered each other's replies would never stop. The report of threads is not among them: it is to
+    /// come also when this cannot be reached.
     std::vector<Outgoing> Handle(std::string_view packet);
 
     /// Lets the engine's time pass; the reply to an operation that ended in it.

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace apps {
@@ -71,6 +72,8 @@ int main(int argc, char** argv) try {
     app.add_option("--speed", options.speed, "Run N times as fast as a real engine (default 1)")
         ->check(CLI::Range(0.01, 100000.0))
         ->type_name("N");
+    // For tests and training: not in the help.
+    app.add_option("--hang", options.hang)->group("");
     app.add_flag("--verbose", verbose, "Tell every step on standard error");
     try {
         app.parse(argc, argv);
@@ -79,6 +82,11 @@ int main(int argc, char** argv) try {
             return app.exit(error);
         }
         std::fprintf(stderr, "imager: %s: see 'imager --help'\n", error.what());
+        return static_cast<int>(apps::Exit::kUsage);
+    }
+    if (!options.hang.empty() && std::ranges::find(apps::kLockNames, options.hang) == apps::kLockNames.end()) {
+        std::fprintf(stderr, "imager: there is no lock '%s' to hang in: --hang takes %s or %s\n", options.hang.c_str(),
+                     apps::kLockNames[0], apps::kLockNames[1]);
         return static_cast<int>(apps::Exit::kUsage);
     }
     options.greet = client->count() > 0;

@@ -1,11 +1,13 @@
 #include "apps/imager/server.h"
 
+#include "apps/job/thread_report.h"
 #include "apps/support/process_events.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/errors/failure.h"
 #include "gaizior/logging/log_stream.h"
 
-#include <array>
+#include <cstdio>
+#include <utility>
 
 namespace apps {
 namespace {
@@ -15,6 +17,7 @@ constexpr DWORD kProgressPeriod = 500; // a client takes at most ten messages a 
 constexpr unsigned kMostUnread = 4;    // a client that does not read gets no more progress
 constexpr std::size_t kOutboxLimit = 100;
 constexpr DWORD kTimeForLastWords = 1000;
+constexpr DWORD kTimeToSendDirectly = 500;
 constexpr DWORD kPatienceForId = 5000; // an imager whose client died needs some 2 s to end
 
 void Log(unsigned level, const char* function, const std::string& text) {
@@ -26,38 +29,66 @@ void Log(unsigned level, const char* function, const std::string& text) {
 
 Server::Server(const ServerOptions& options)
     : m_options(options), m_hWake(::CreateEventA(nullptr, FALSE, FALSE, nullptr)),
-      m_hEnd(::CreateEventA(nullptr, TRUE, FALSE, nullptr)), m_handler(options.id, options.clientId) {}
+      m_handler(options.id, options.clientId), m_sender("sender", nullptr, [this](Worker& self) { return Send(self); }),
+      m_receiver("receiver", &m_sender, [this](Worker& self) { return Receive(self); }),
+      m_engine("engine", &m_sender, [this](Worker& self) { return Simulate(self); }) {}
 
 Outcome Server::Run() {
-    constexpr const char* kFunction = "Server::Run(): ";
     if (Outcome failure = m_channel.Open(m_options.id, kPatienceForId)) {
         return failure;
     }
-    const gaizior::UniqueHandle hThread(::CreateThread(nullptr, 0, &Server::ReceiveThread, this, 0, nullptr));
-    if (!hThread) {
-        return Fail(kFunction, gaizior::LastSystemError(), Exit::kFailed, "the receiving thread cannot be started");
-    }
     if (m_options.greet) {
-        Queue({m_handler.Greeting()});
+        Put({m_handler.Greeting()});
     }
-    Serve();
-    ::SetEvent(m_hEnd.Get());
-    ::WaitForSingleObject(hThread.Get(), INFINITE);
-    SendLast();
+    Outcome failure = Start();
+    if (!failure) {
+        failure = WaitForEnd();
+    }
+    m_sender.End();
     m_channel.Close();
-    return m_failure;
+    return m_failure ? m_failure : failure;
 }
 
-DWORD Server::ReceiveThread(void* server) {
-    static_cast<Server*>(server)->ReceiveUntilEnd();
-    return 0;
+Outcome Server::Start() {
+    for (Worker* worker : {&m_sender, &m_engine, &m_receiver}) {
+        if (const auto code = worker->start(); code != ZRErrors::e_General_NoError) {
+            return Fail("Server::Start(): ", code, Exit::kFailed,
+                        std::string("the thread '") + worker->GetSafeThreadName() +
+                            "' cannot be started: " + ErrorText(code));
+        }
+    }
+    return std::nullopt;
 }
 
-void Server::ReceiveUntilEnd() {
-    while (!IsSignalled(m_hEnd.Get())) {
-        if (IsOutboxFull()) {
+Outcome Server::WaitForEnd() {
+    constexpr const char* kFunction = "Server::WaitForEnd(): ";
+    const std::array<HANDLE, 5> handles = {m_receiver.GetThread(), m_engine.GetThread(), m_sender.GetThread(),
+                                           m_options.hInterrupt, m_options.hClientProcess};
+    constexpr std::array<const char*, 5> kWhat = {"the thread 'receiver' has ended", "the thread 'engine' has ended",
+                                                  "the thread 'sender' has ended", "interrupted",
+                                                  "the client's process has ended"};
+    const DWORD count = m_options.hClientProcess ? 5 : 4;
+    const DWORD woken = ::WaitForMultipleObjects(count, handles.data(), FALSE, INFINITE);
+    if (woken >= count) {
+        const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
+        return Fail(kFunction, code, Exit::kFailed, "the end cannot be waited for: " + ErrorText(code));
+    }
+    Log(1, kFunction, kWhat.at(woken));
+    DWORD exitCode = 0;
+    if (woken < 3 && ::GetExitCodeThread(handles.at(woken), &exitCode) && exitCode != ZRErrors::e_General_NoError) {
+        const auto code = static_cast<ZRErrors::ZRErrorT>(exitCode);
+        return Fail(kFunction, code, Exit::kFailed, std::string(kWhat.at(woken)) + " with: " + ErrorText(code));
+    }
+    return std::nullopt;
+}
+
+ZRErrors::ZRErrorT Server::Receive(Worker& self) {
+    constexpr const char* kFunction = "Server::Receive(): ";
+    bool isToGoOn = true;
+    while (isToGoOn && !self.IsEndEventSignalled()) {
+        if (m_nWaiting >= kOutboxLimit) {
             // Commands wait in the channel until the answers to earlier ones have found room there.
-            ::WaitForSingleObject(m_hEnd.Get(), kTick);
+            self.Rest(kTick);
             continue;
         }
         std::array<char, kMaxMessage + 1> buffer{};
@@ -65,113 +96,206 @@ void Server::ReceiveUntilEnd() {
         if (code == ZRErrors::e_Command_TimedOut) {
             continue;
         }
-        const std::lock_guard lock(m_lock);
         if (code != ZRErrors::e_General_NoError) {
-            m_failure = Fail("Server::ReceiveUntilEnd(): ", code, Exit::kFailed,
-                             "the channel cannot be read: " + ErrorText(code));
+            m_failure = Fail(kFunction, code, Exit::kFailed, "the channel cannot be read: " + ErrorText(code));
             break;
         }
-        Log(2, "Server::ReceiveUntilEnd(): ", std::string("received ") + buffer.data());
-        for (Outgoing& answer : m_handler.Handle(buffer.data())) {
-            m_outbox.push_back(std::move(answer));
-        }
-        ::SetEvent(m_hWake.Get());
+        Log(2, kFunction, std::string("received ") + buffer.data());
+        isToGoOn = Handle(self, buffer.data());
     }
-    ::SetEvent(m_hWake.Get());
+    return ZRErrors::e_General_NoError;
 }
 
-void Server::Serve() {
-    const std::array<HANDLE, 3> handles = {m_hWake.Get(), m_options.hInterrupt, m_options.hClientProcess};
-    const DWORD count = m_options.hClientProcess ? 3 : 2;
+bool Server::Handle(Worker& self, const char* packet) {
+    constexpr const char* kFunction = "Server::Handle(): ";
+    Message command;
+    const bool isCommand = Decode(packet, command) == ZRErrors::e_General_NoError && command.type == kCommand;
+    if (isCommand && command.code == kThreads) {
+        ReportThreads(command);
+        return true;
+    }
+    LockUser engine(m_engineLock, &self, kFunction);
+    LockUser outbox(m_outboxLock, &self, kFunction);
+    for (LockUser* const user : {&engine, &outbox}) {
+        // Who waited in vain only tries the next time: a hanging imager still tells quickly that it hangs.
+        const auto code = user->Enter(m_bStuck ? 0 : kPatienceForLock);
+        m_bStuck = code != ZRErrors::e_General_NoError;
+        if (m_bStuck) {
+            const bool isStop = isCommand && command.code == kStop;
+            if (isCommand) {
+                const char* const end = isStop ? "; it stops all the same" : "; 'bench imager threads' tells more";
+                SendDirectly({m_handler.AddresseeOf(command),
+                              {kReply,
+                               command.code,
+                               m_options.id,
+                               static_cast<std::int32_t>(code),
+                               {},
+                               user->Obstacle() + end}});
+            }
+            return !isStop;
+        }
+    }
+    Put(m_handler.Handle(packet));
+    return !m_handler.IsStopped();
+}
+
+/// Whatever hangs here, this tells it.
+void Server::ReportThreads(const Message& command) {
+    ThreadReport report;
+    report.process = static_cast<int>(::GetCurrentProcessId());
+    for (Worker* worker : {&m_sender, &m_receiver, &m_engine}) {
+        report.threads.push_back(Examine(*worker));
+    }
+    for (const WatchedLock* lock : {&m_engineLock, &m_outboxLock}) {
+        report.locks.push_back(Examine(*lock));
+    }
+    for (Message& reply : MakeThreadReplies(report, command.value)) {
+        reply.id = m_options.id;
+        SendDirectly({m_handler.AddresseeOf(command), std::move(reply)});
+    }
+}
+
+void Server::SendDirectly(const Outgoing& message) {
+    std::string packet;
+    ZRErrors::ZRErrorT code = Encode(message.message, packet);
+    if (code == ZRErrors::e_General_NoError) {
+        code = ZcSendMessage(packet.c_str(), kTimeToSendDirectly, message.destination);
+    }
+    if (code != ZRErrors::e_General_NoError) {
+        gaizior::LogError("Server::SendDirectly(): ", "an answer for ID ", unsigned{message.destination},
+                          " is lost: ", ErrorText(code));
+    }
+}
+
+ZRErrors::ZRErrorT Server::Simulate(Worker& self) {
+    constexpr const char* kFunction = "Server::Simulate(): ";
     ULONGLONG last = ::GetTickCount64();
-    ULONGLONG lastProgress = last;
-    while (!IsToEnd()) {
-        const DWORD woken = ::WaitForMultipleObjects(count, handles.data(), FALSE, kTick);
-        if (woken == WAIT_OBJECT_0 + 1 || woken == WAIT_OBJECT_0 + 2) {
-            Log(1, "Server::Serve(): ", woken == WAIT_OBJECT_0 + 1 ? "interrupted" : "the client's process has ended");
+    while (self.Rest(kTick)) {
+        LockUser engine(m_engineLock, &self, kFunction);
+        LockUser outbox(m_outboxLock, &self, kFunction);
+        if (!Take(engine, self) || !Take(outbox, self)) {
             break;
         }
         const ULONGLONG now = ::GetTickCount64();
-        {
-            const std::lock_guard lock(m_lock);
-            const double seconds = static_cast<double>(now - last) / 1000.0 * m_options.speed;
-            for (Outgoing& reply : m_handler.Advance(seconds)) {
-                m_outbox.push_back(std::move(reply));
-            }
-        }
+        Put(m_handler.Advance(static_cast<double>(now - last) / 1000.0 * m_options.speed));
         last = now;
-        Send();
-        if (now - lastProgress >= kProgressPeriod) {
+    }
+    return ZRErrors::e_General_NoError;
+}
+
+ZRErrors::ZRErrorT Server::Send(Worker& self) {
+    SendWaiting(self);
+    if (!m_options.hang.empty()) {
+        Hang(self);
+    }
+    ULONGLONG lastProgress = ::GetTickCount64();
+    while (!self.IsEndEventSignalled()) {
+        self.WaitForSingleObject(m_hWake.Get(), kTick);
+        SendWaiting(self);
+        if (const ULONGLONG now = ::GetTickCount64(); now - lastProgress >= kProgressPeriod) {
             lastProgress = now;
-            SendProgress();
+            SendProgress(self);
         }
     }
+    SendLast(self);
+    return ZRErrors::e_General_NoError;
 }
 
-bool Server::IsToEnd() {
-    const std::lock_guard lock(m_lock);
-    return m_handler.IsStopped() || m_failure;
-}
-
-void Server::Send() {
-    for (;;) {
+void Server::SendWaiting(Worker& self) {
+    constexpr const char* kFunction = "Server::SendWaiting(): ";
+    while (m_nWaiting > 0) {
         Outgoing next;
         {
-            const std::lock_guard lock(m_lock);
-            if (m_outbox.empty()) {
+            LockUser outbox(m_outboxLock, &self, kFunction);
+            if (!Take(outbox, self)) {
                 return;
             }
-            next = m_outbox.front();
+            next = m_outbox.front(); // nobody else takes one out
         }
         std::string packet;
         if (const auto code = Encode(next.message, packet); code != ZRErrors::e_General_NoError) {
-            gaizior::LogError("Server::Send(): ", "an answer cannot be put into a message: ", ErrorText(code));
+            gaizior::LogError(kFunction, "an answer cannot be put into a message: ", ErrorText(code));
         } else if (ZcSendMessage(packet.c_str(), 0, next.destination) != ZRErrors::e_General_NoError) {
             return;
         }
-        const std::lock_guard lock(m_lock);
-        m_outbox.pop_front();
-    }
-}
-
-void Server::SendProgress() {
-    std::optional<Outgoing> progress;
-    {
-        const std::lock_guard lock(m_lock);
-        progress = m_handler.Progress();
-        if (!progress || !m_outbox.empty()) {
+        LockUser outbox(m_outboxLock, &self, kFunction);
+        if (!Take(outbox, self)) {
             return;
         }
-    }
-    if (CountWaiting(progress->destination).forId < kMostUnread) {
-        Queue({std::move(*progress)});
-        Send();
+        m_outbox.pop_front();
+        m_nWaiting = m_outbox.size();
     }
 }
 
-void Server::SendLast() {
-    Queue(m_handler.Halt());
+void Server::SendProgress(Worker& self) {
+    constexpr const char* kFunction = "Server::SendProgress(): ";
+    const auto takeProgress = [&]() -> std::optional<Outgoing> {
+        LockUser engine(m_engineLock, &self, kFunction);
+        return Take(engine, self) ? m_handler.Progress() : std::nullopt;
+    };
+    const std::optional<Outgoing> progress = takeProgress();
+    if (!progress || CountWaiting(progress->destination).forId >= kMostUnread) {
+        return;
+    }
+    LockUser engine(m_engineLock, &self, kFunction);
+    LockUser outbox(m_outboxLock, &self, kFunction);
+    if (!Take(engine, self) || !Take(outbox, self) || !m_outbox.empty()) {
+        return;
+    }
+    // Taken anew: the operation may have ended meanwhile.
+    if (std::optional<Outgoing> present = m_handler.Progress()) {
+        Put({std::move(*present)});
+    }
+}
+
+void Server::SendLast(Worker& self) {
+    constexpr const char* kFunction = "Server::SendLast(): ";
+    {
+        LockUser engine(m_engineLock, &self, kFunction);
+        LockUser outbox(m_outboxLock, &self, kFunction);
+        if (Take(engine, self) && Take(outbox, self)) {
+            Put(m_handler.Halt());
+        }
+    }
     const ULONGLONG end = ::GetTickCount64() + kTimeForLastWords;
     while (!IsSignalled(m_options.hClientProcess) && ::GetTickCount64() < end) {
-        Send();
-        if (m_outbox.empty()) {
+        SendWaiting(self);
+        if (m_nWaiting == 0) {
             return;
         }
         ::Sleep(kTick);
     }
-    Log(1, "Server::SendLast(): ", std::to_string(m_outbox.size()) + " answers found no reader");
+    Log(1, kFunction, std::to_string(m_nWaiting) + " answers found no reader");
 }
 
-void Server::Queue(std::vector<Outgoing> messages) {
-    const std::lock_guard lock(m_lock);
-    for (Outgoing& message : messages) {
-        m_outbox.push_back(std::move(message));
+void Server::Hang(Worker& self) {
+    LockUser user(m_options.hang == m_engineLock.Name() ? m_engineLock : m_outboxLock, &self, "Server::Hang(): ");
+    if (Take(user, self)) {
+        ::WaitForSingleObject(self.EndEvent(), INFINITE);
     }
 }
 
-bool Server::IsOutboxFull() {
-    const std::lock_guard lock(m_lock);
-    return m_outbox.size() >= kOutboxLimit;
+bool Server::Take(LockUser& user, Worker& self) {
+    bool isTold = false;
+    auto code = user.Enter(kPatienceForLock);
+    while (code == ZRErrors::e_CriticalSection_TimeOut) {
+        if (!std::exchange(isTold, true)) {
+            std::fprintf(stderr, "imager: the thread '%s' hangs: %s\n", self.GetSafeThreadName(),
+                         user.Obstacle().c_str());
+        }
+        code = user.Enter(kPatienceForLock);
+    }
+    return code == ZRErrors::e_General_NoError;
+}
+
+void Server::Put(std::vector<Outgoing> messages) {
+    for (Outgoing& message : messages) {
+        m_outbox.push_back(std::move(message));
+    }
+    m_nWaiting = m_outbox.size();
+    if (!messages.empty()) {
+        ::SetEvent(m_hWake.Get());
+    }
 }
 
 } // namespace apps

@@ -5,6 +5,7 @@
 #include "gaizior/logging/log_stream.h"
 
 #include <array>
+#include <utility>
 
 namespace apps {
 namespace {
@@ -12,6 +13,25 @@ namespace {
 constexpr unsigned long kSendTimeout = 2000;
 
 } // namespace
+
+ImagerClient::ImagerClient(std::uint16_t imagerId, DWORD silenceLimit)
+    : m_nImagerId(imagerId), m_nSilenceLimit(silenceLimit), m_hArrived(::CreateEventA(nullptr, FALSE, FALSE, nullptr)),
+      m_receiver("receiver", nullptr, [this](Worker& self) { return ReceiveAll(self); }) {}
+
+Outcome ImagerClient::Open(std::uint16_t id, DWORD patience) {
+    if (Outcome failure = m_channel.Open(id, patience)) {
+        return failure;
+    }
+    const auto code = m_receiver.start();
+    return code == ZRErrors::e_General_NoError ? Outcome()
+                                               : Fail("ImagerClient::Open(): ", code, Exit::kFailed,
+                                                      "the receiving thread cannot be started: " + ErrorText(code));
+}
+
+void ImagerClient::Close() {
+    m_receiver.End();
+    m_channel.Close();
+}
 
 Outcome ImagerClient::WaitUntilReady() {
     Message greeting;
@@ -36,15 +56,7 @@ Outcome ImagerClient::Command(const Message& command, Message& reply, const Prog
 
 bool ImagerClient::StopAndWait(DWORD milliseconds) {
     const bool told = !Send(MakeStopCommand());
-    const ULONGLONG end = ::GetTickCount64() + milliseconds;
-    while (told && !IsSignalled(m_watched.hImager) && ::GetTickCount64() < end) {
-        Message ignored;
-        bool received = false;
-        if (Receive(ignored, received)) {
-            break;
-        }
-    }
-    return IsSignalled(m_watched.hImager);
+    return ::WaitForSingleObject(m_watched.hImager, told ? milliseconds : 0) == WAIT_OBJECT_0;
 }
 
 Outcome ImagerClient::Send(Message message) {
@@ -89,32 +101,82 @@ Outcome ImagerClient::WaitForReply(std::int32_t code, Message& reply, const Prog
     return Silence("answer '" + CommandName(code) + "'");
 }
 
+ZRErrors::ZRErrorT ImagerClient::ReceiveAll(Worker& self) {
+    constexpr const char* kFunction = "ImagerClient::ReceiveAll(): ";
+    auto code = ZRErrors::e_General_NoError;
+    while (code == ZRErrors::e_General_NoError && !self.IsEndEventSignalled()) {
+        std::array<char, kMaxMessage + 1> buffer{};
+        code = ZcReceiveMessage(buffer.data(), buffer.size(), 0);
+        if (code == ZRErrors::e_Command_TimedOut) {
+            code = ZRErrors::e_General_NoError;
+            ++m_nIdleCycles;
+            continue;
+        }
+        Message message;
+        if (code == ZRErrors::e_General_NoError &&
+            (Decode(buffer.data(), message) != ZRErrors::e_General_NoError || message.id != m_nImagerId)) {
+            ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+            log << ZRLevel(1) << ZRWarningMark << kFunction << "passed over: " << buffer.data() << std::endl;
+            continue;
+        }
+        LockUser inbox(m_inboxLock, &self, kFunction);
+        auto entered = inbox.Enter(kPatienceForLock);
+        while (entered == ZRErrors::e_CriticalSection_TimeOut) { // logged with the holder
+            entered = inbox.Enter(kPatienceForLock);
+        }
+        if (entered != ZRErrors::e_General_NoError) {
+            return entered;
+        }
+        if (code == ZRErrors::e_General_NoError) {
+            m_inbox.push_back(std::move(message));
+        } else {
+            m_receiverFailure = Fail(kFunction, code, Exit::kFailed,
+                                     "the channel cannot be read: " + ErrorText(code) + " (operating-system error " +
+                                         std::to_string(ZcGetCommsOSError()) + ")");
+        }
+        ::SetEvent(m_hArrived.Get());
+    }
+    return code;
+}
+
 Outcome ImagerClient::Receive(Message& message, bool& received) {
-    std::array<char, kMaxMessage + 1> buffer{};
-    const auto code = ZcReceiveMessage(buffer.data(), buffer.size(), 0);
+    constexpr const char* kFunction = "ImagerClient::Receive(): ";
+    constexpr DWORD kCycle = 200;
     received = false;
-    if (code == ZRErrors::e_Command_TimedOut) {
-        return std::nullopt;
-    }
-    if (code != ZRErrors::e_General_NoError) {
-        return Fail("ImagerClient::Receive(): ", code, Exit::kFailed,
-                    "the channel cannot be read: " + ErrorText(code) + " (operating-system error " +
-                        std::to_string(ZcGetCommsOSError()) + ")");
-    }
-    received = Decode(buffer.data(), message) == ZRErrors::e_General_NoError && message.id == m_nImagerId;
-    if (!received) {
-        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-        log << ZRLevel(1) << ZRWarningMark << "ImagerClient::Receive(): passed over: " << buffer.data() << std::endl;
+    for (int look = 0; look < 2 && !received; ++look) {
+        if (look == 1) {
+            const std::array<HANDLE, 2> handles = {m_hArrived.Get(), m_watched.hInterrupt};
+            ::WaitForMultipleObjects(m_watched.hInterrupt ? 2 : 1, handles.data(), FALSE, kCycle);
+        }
+        LockUser inbox(m_inboxLock, nullptr, kFunction);
+        if (const auto code = inbox.Enter(kPatienceForLock); code != ZRErrors::e_General_NoError) {
+            return Fail(kFunction, code, Exit::kFailed, "what the imager sent cannot be read: " + inbox.Obstacle());
+        }
+        if (!m_inbox.empty()) {
+            message = std::move(m_inbox.front());
+            m_inbox.pop_front();
+            received = true;
+        } else if (m_receiverFailure) {
+            return m_receiverFailure;
+        }
     }
     return std::nullopt;
 }
 
-Outcome ImagerClient::CheckWatched() const {
+/// Whether the receiver has looked for messages once from beginning to end since the imager's process ended.
+bool ImagerClient::IsDrained() {
+    if (!m_nIdleAtDeath) {
+        m_nIdleAtDeath = m_nIdleCycles;
+    }
+    return m_nIdleCycles - *m_nIdleAtDeath >= 2;
+}
+
+Outcome ImagerClient::CheckWatched() {
     constexpr const char* kFunction = "ImagerClient::CheckWatched(): ";
     if (IsSignalled(m_watched.hInterrupt)) {
         return Fail(kFunction, kUserAborted, Exit::kFailed, "interrupted");
     }
-    if (IsSignalled(m_watched.hImager)) {
+    if (IsSignalled(m_watched.hImager) && IsDrained()) {
         DWORD exitCode = 0;
         ::GetExitCodeProcess(m_watched.hImager, &exitCode);
         return Fail(kFunction, kImagerDied, Exit::kFailed,

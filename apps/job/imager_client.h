@@ -3,13 +3,18 @@
 #include "apps/job/message.h"
 #include "apps/support/channel_id.h"
 #include "apps/support/failure.h"
-#include "gaizior/platform/windows_api.h"
+#include "apps/support/watched_lock.h"
+#include "apps/support/worker.h"
+#include "gaizior/platform/unique_handle.h"
 
+#include <atomic>
+#include <deque>
 #include <functional>
 
 namespace apps {
 
-/// Commands an imager over the channel. Not for several threads at once.
+/// Commands an imager over the channel. A thread of its own takes what the imager sends, so that whoever waits here is
+/// free for Ctrl-C and for a display. Not for several threads at once.
 class ImagerClient {
 public:
     using ProgressHandler = std::function<void(const Message& progress)>;
@@ -21,15 +26,12 @@ public:
     };
 
     /// `silenceLimit`: milliseconds without a word from the imager after which a wait is given up.
-    ImagerClient(std::uint16_t imagerId, DWORD silenceLimit) : m_nImagerId(imagerId), m_nSilenceLimit(silenceLimit) {}
+    ImagerClient(std::uint16_t imagerId, DWORD silenceLimit);
 
-    /// Opens the channel under `id`. The imager's ID must not be the same.
-    Outcome Open(std::uint16_t id) {
-        return m_channel.Open(id);
-    }
-    void Close() {
-        m_channel.Close();
-    }
+    /// Opens the channel under `id`, waiting up to `patience` milliseconds for another process to give it up, and
+    /// begins to receive. The imager's ID must not be the same.
+    Outcome Open(std::uint16_t id, DWORD patience = 0);
+    void Close();
     void Watch(const Watched& watched) {
         m_watched = watched;
     }
@@ -42,22 +44,37 @@ public:
     ///          e_Command_TimedOut, kImagerDied or kUserAborted when no reply came.
     Outcome Command(const Message& command, Message& reply, const ProgressHandler& onProgress = {});
 
-    /// Tells the imager to end and reads on, so that nothing of its stays in the channel, until its process has
-    /// ended. @returns whether it has within `milliseconds`.
+    /// Waits for one more reply to a command that is answered by several; failures as with Command.
+    Outcome NextReply(std::int32_t code, Message& reply) {
+        return WaitForReply(code, reply, {});
+    }
+
+    /// Tells the imager to end and waits for that, while the receiver reads on, so that nothing of the imager's stays
+    /// in the channel. @returns whether it has ended within `milliseconds`.
     bool StopAndWait(DWORD milliseconds);
 
 private:
     Outcome Send(Message message);
     Outcome WaitForReply(std::int32_t code, Message& reply, const ProgressHandler& onProgress);
-    /// One message from the imager, if one comes within one cycle of the channel (some 200 ms).
+    /// The body of the receiver.
+    ZRErrors::ZRErrorT ReceiveAll(Worker& self);
+    /// One message from the imager, if one comes within 200 ms. Ctrl-C ends the wait.
     Outcome Receive(Message& message, bool& received);
-    Outcome CheckWatched() const;
+    Outcome CheckWatched();
+    bool IsDrained();
     Failure Silence(const std::string& awaited) const;
 
     ChannelId m_channel;
     std::uint16_t m_nImagerId;
     DWORD m_nSilenceLimit;
     Watched m_watched;
+    gaizior::UniqueHandle m_hArrived; ///< auto-reset: something came, or the receiver has ended
+    WatchedLock m_inboxLock{"inbox"};
+    std::deque<Message> m_inbox;            ///< guarded by m_inboxLock
+    Outcome m_receiverFailure;              ///< guarded by m_inboxLock
+    std::atomic<unsigned> m_nIdleCycles{0}; ///< how often the receiver found nothing
+    std::optional<unsigned> m_nIdleAtDeath; ///< the same when the imager's process was found ended
+    Worker m_receiver;                      // ends before what it uses
 };
 
 } // namespace apps

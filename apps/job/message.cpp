@@ -111,9 +111,9 @@ std::string_view FindParameter(std::string_view text, std::string_view key) {
 }
 
 std::string CommandName(std::int32_t code) {
-    constexpr std::array<const char*, 5> kNames = {"status", "load", "expose", "unload", "stop"};
-    return code >= kStatus && code <= kStop ? kNames[static_cast<std::size_t>(code - kStatus)]
-                                            : "command " + std::to_string(code);
+    constexpr std::array<const char*, 6> kNames = {"status", "load", "expose", "unload", "stop", "threads"};
+    return code >= kStatus && code <= kThreads ? kNames[static_cast<std::size_t>(code - kStatus)]
+                                               : "command " + std::to_string(code);
 }
 
 Message MakeStatusCommand() {
@@ -148,6 +148,12 @@ Message MakeUnloadCommand() {
 
 Message MakeStopCommand() {
     return MakeCommand(kStop);
+}
+
+Message MakeThreadsCommand(std::int32_t request) {
+    Message message = MakeCommand(kThreads);
+    message.value = request;
+    return message;
 }
 
 std::optional<Size> ReadLoadCommand(const Message& message) {

@@ -13,11 +13,12 @@ enum MessageType : std::int32_t { kCommand = 1, kReply = 2, kProgress = 3 };
 
 /// What a command asks for; its reply and its progress carry the same code.
 enum CommandCode : std::int32_t {
-    kStatus = 1, ///< report the state
-    kLoad = 2,   ///< put a plate of the given size onto the drum
-    kExpose = 3, ///< expose a job: one plate for each copy of each separation
-    kUnload = 4, ///< take the plate from the drum
-    kStop = 5,   ///< end a running operation and the imager
+    kStatus = 1,  ///< report the state
+    kLoad = 2,    ///< put a plate of the given size onto the drum
+    kExpose = 3,  ///< expose a job: one plate for each copy of each separation
+    kUnload = 4,  ///< take the plate from the drum
+    kStop = 5,    ///< end a running operation and the imager
+    kThreads = 6, ///< report every thread and lock, each in a reply of its own (thread_report.h)
 };
 
 /// Communications IDs when nothing else is asked for; an imager's is its client's plus one.
@@ -55,6 +56,8 @@ Message MakeLoadCommand(const Size& plate);
 Message MakeExposeCommand(const Job& job);
 Message MakeUnloadCommand();
 Message MakeStopCommand();
+/// `request` comes back in every reply, so that those to another request are told apart.
+Message MakeThreadsCommand(std::int32_t request);
 
 /// What a load command asks for; nothing when it is not all there.
 std::optional<Size> ReadLoadCommand(const Message& message);

@@ -8,6 +8,13 @@
 #include <utility>
 
 namespace apps {
+namespace {
+
+std::string NameOf(std::uint16_t id) {
+    return "Gaizior_Comms_ID_" + std::to_string(id);
+}
+
+} // namespace
 
 ChannelId::~ChannelId() {
     Close();
@@ -17,7 +24,7 @@ Outcome ChannelId::Open(std::uint16_t id, DWORD patience) {
     constexpr const char* kFunction = "ChannelId::Open(): ";
     constexpr DWORD kPause = 100;
     const std::string number = std::to_string(id);
-    const std::string name = "Gaizior_Comms_ID_" + number;
+    const std::string name = NameOf(id);
     DWORD error = TakeName(name);
     for (DWORD waited = 0; error == ERROR_ALREADY_EXISTS && waited < patience; waited += kPause) {
         ::Sleep(kPause);
@@ -61,6 +68,10 @@ void ChannelId::Close() {
         ZcCloseComms();
     }
     m_hName = gaizior::UniqueHandle();
+}
+
+bool IsIdInUse(std::uint16_t id) {
+    return static_cast<bool>(gaizior::UniqueHandle(::OpenMutexA(SYNCHRONIZE, FALSE, NameOf(id).c_str())));
 }
 
 Failure SendFailure(const char* function, ZRErrors::ZRErrorT code, std::uint16_t destination) {

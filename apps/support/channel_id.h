@@ -34,6 +34,9 @@ private:
     std::uint16_t m_nId = 0;
 };
 
+/// Whether one of our programs has the channel open under that ID.
+bool IsIdInUse(std::uint16_t id);
+
 /// Why a message could not be sent: tells a full channel from one whose lock is not to be had.
 Failure SendFailure(const char* function, ZRErrors::ZRErrorT code, std::uint16_t destination);
 

@@ -24,6 +24,21 @@ ZRCriticalSectionC* SectionIn(void** cell) {
 
 } // namespace
 
+/// What the functions with cells use of a section. Functions of C cannot be its friends: that declares them anew, and
+/// the compiler of a program for Windows then complains that they are imported no more.
+struct gaizior::SectionInCell {
+    static ZRCriticalSectionC* Make(int showMessageBoxes) {
+        return new (std::nothrow) ZRCriticalSectionC(showMessageBoxes);
+    }
+    static ZRErrorT Enter(ZRCriticalSectionC& section, const char* locker, unsigned int tag, unsigned long timeoutMs) {
+        return section.EnterCriticalSection(locker, timeoutMs, TRUE, tag);
+    }
+    static ZRErrorT Leave(ZRCriticalSectionC& section, const char* locker, unsigned int tag) {
+        unsigned int count = 0;
+        return section.LeaveCriticalSection(locker, &count, tag);
+    }
+};
+
 ZRCriticalSectionC::ZRCriticalSectionC(int messageBoxLogging)
     : m_hSemaphore(::CreateSemaphoreA(nullptr, 0, 1, nullptr)), m_bMessageBoxLogging(messageBoxLogging) {}
 
@@ -331,19 +346,18 @@ ZRErrorT ZRInitializeCriticalSectionEx(void** cell, int showMessageBoxes) {
     if (!cell) {
         return ZRErrors::e_Arguments_Bad;
     }
-    *cell = new (std::nothrow) ZRCriticalSectionC(showMessageBoxes);
+    *cell = gaizior::SectionInCell::Make(showMessageBoxes);
     return *cell ? ZRErrors::e_General_NoError : ZRErrors::e_Memory_AllocationFailed;
 }
 
 ZRErrorT ZREnterCriticalSectionEx(void** cell, const char* locker, unsigned int tag, unsigned long timeoutMs) {
     ZRCriticalSectionC* const section = SectionIn(cell);
-    return section ? section->EnterCriticalSection(locker, timeoutMs, TRUE, tag) : ZRErrors::e_Arguments_Bad;
+    return section ? gaizior::SectionInCell::Enter(*section, locker, tag, timeoutMs) : ZRErrors::e_Arguments_Bad;
 }
 
 ZRErrorT ZRLeaveCriticalSectionEx(void** cell, const char* locker, unsigned int tag) {
-    unsigned int count = 0;
     ZRCriticalSectionC* const section = SectionIn(cell);
-    return section ? section->LeaveCriticalSection(locker, &count, tag) : ZRErrors::e_Arguments_Bad;
+    return section ? gaizior::SectionInCell::Leave(*section, locker, tag) : ZRErrors::e_Arguments_Bad;
 }
 
 ZRErrorT ZRDeleteCriticalSection(void** cell) {

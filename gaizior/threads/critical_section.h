@@ -9,6 +9,10 @@
 #include <cstdint>
 #include <ostream>
 
+namespace gaizior {
+struct SectionInCell;
+}
+
 extern "C" {
 
 /// The owner-tracking lock for callers that reach it through a cell: a word on the heap that holds the section. What
@@ -85,10 +89,7 @@ protected:
     explicit ZRCriticalSectionC(int messageBoxLogging);
 
 private:
-    friend ZRErrors::ZRErrorT ZRInitializeCriticalSectionEx(void** cell, int showMessageBoxes);
-    friend ZRErrors::ZRErrorT ZREnterCriticalSectionEx(void** cell, const char* locker, unsigned int tag,
-                                                       unsigned long timeoutMs);
-    friend ZRErrors::ZRErrorT ZRLeaveCriticalSectionEx(void** cell, const char* locker, unsigned int tag);
+    friend struct gaizior::SectionInCell;
 
     ZRErrors::ZRErrorT EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout,
                                             int bLogTimeOut, unsigned int nTag);

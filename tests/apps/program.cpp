@@ -70,7 +70,7 @@ std::optional<int> Program::Wait(DWORD milliseconds) const {
 }
 
 bool Program::Interrupt() const {
-    const DWORD id = m_child.Information().dwProcessId;
+    const DWORD id = Id();
 #ifdef _WIN32
     return ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, id) != FALSE;
 #else

@@ -30,6 +30,9 @@ public:
     }
     /// What Ctrl-C does in a terminal. @returns false where there is no terminal through which to do it.
     bool Interrupt() const;
+    DWORD Id() const {
+        return m_child.Information().dwProcessId;
+    }
     std::string Output() const;
     std::string Errors() const;
     /// Waits until standard error holds `text`. @returns what follows it, up to the end of its line; "" in vain.

@@ -52,6 +52,13 @@ foreach(program ${programs})
     run(${EMULATOR} ${prefix}/bin/${name})
 endforeach()
 
+# An application of threads ends in order on Ctrl-C.
+file(GLOB application ${root}/installed/application ${root}/installed/application.exe)
+file(COPY ${application} DESTINATION ${prefix}/bin)
+cmake_path(GET application FILENAME name)
+execute_process(COMMAND ${EMULATOR} ${prefix}/bin/${name} raise OUTPUT_VARIABLE told COMMAND_ERROR_IS_FATAL ANY)
+expect("${told}" "machine: stopped: [^\n]+\r?\nexposer: ended: [^\n]+\r?\nstacker: [0-9]+ plates are left")
+
 # A compiler of another standard is told so, and nothing else.
 execute_process(COMMAND ${COMPILER} -std=c++17 -fsyntax-only -I ${prefix}/include ${examples}/example1.cpp
     ERROR_VARIABLE told)

@@ -1,0 +1,151 @@
+#include "apps/bench/hang.h"
+#include "apps/bench/output.h"
+#include "tests/apps/program.h"
+
+#include <cstdlib>
+#include <limits>
+
+namespace apps::test {
+namespace {
+
+constexpr int kMost = std::numeric_limits<int>::max();
+
+ThreadState Thread(const char* name, int id, const char* awaits = "", int milliseconds = 0) {
+    return {name, id, 1, 0, true, false, awaits, milliseconds};
+}
+
+TEST(Hang, TheWaitIsFollowedToWhoeverHoldsItUp) {
+    const struct {
+        std::vector<ThreadState> threads;
+        std::vector<LockState> locks;
+        int culprit;
+        const char* text;
+    } cases[] = {
+        {{Thread("a", 1), Thread("b", 2, "x", 1999)}, {{"x", 1, 1999, "A(): "}}, 0, ""},
+        {{Thread("a", 1), Thread("b", 2, "x", 9000)}, {{"x", 0, 0, "A(): "}}, 0, ""}, // free just now
+        {{Thread("a", 1), Thread("b", 2, "x", 2000)},
+         {{"x", 1, 2500, "A(): "}},
+         1,
+         "b hangs: 'b' (thread 2) waits for 'x' since 2.0 s; 'a' (thread 1) holds it as A(), for 2.5 s"},
+        {{Thread("a", 1, "y", 4000), Thread("b", 2, "x", 5000)},
+         {{"x", 1, 6000, "A(): "}, {"y", 9, 65000, "Y"}},
+         9,
+         "b hangs: 'b' (thread 2) waits for 'x' since 5.0 s; 'a' (thread 1) holds it as A(), for 6.0 s, and waits for "
+         "'y'; a thread of no name (thread 9) holds it as Y, for 1 min 5 s"},
+        {{Thread("a", 1, "y", 4000), Thread("b", 2, "x", 3000)},
+         {{"x", 1, 6000, "A(): "}, {"y", 2, 7000, "B(): "}},
+         1,
+         "a hangs: 'a' (thread 1) waits for 'y' since 4.0 s; 'b' (thread 2) holds it as B(), for 7.0 s, and waits for "
+         "'x'; 'a' (thread 1) holds it as A(), for 6.0 s: a deadlock"},
+        {{Thread("a", 1), Thread("b", 2)},
+         {{"x", 1, 7200000, "A(): "}, {"y", 2, 100, "B(): "}},
+         1,
+         "'a' (thread 1) holds 'x' as A(), for 2 h 0 min; nobody waits for it yet"},
+    };
+    for (const auto& [threads, locks, culprit, text] : cases) {
+        const std::optional<Hang> hang = FindHang({7, threads, locks});
+        EXPECT_EQ(hang ? hang->text : "", text);
+        EXPECT_EQ(hang ? hang->culprit : 0, culprit);
+    }
+}
+
+TEST(ThreadReport, ArrivesWholeOrIsKnownToLackSomething) {
+    const std::string word(24, 'w');
+    const ThreadReport report{kMost,
+                              {{word, kMost, kMost, -15, true, false, word, kMost}, Thread("b", 2)},
+                              {{word, kMost, kMost, std::string(300, 'l')}}};
+    ThreadReportReader reader(-5);
+    const std::vector<Message> replies = MakeThreadReplies(report, -5);
+    for (const Message& reply : replies) {
+        EXPECT_FALSE(reader.IsWhole());
+        std::string packet;
+        Message received;
+        EXPECT_EQ(Encode(reply, packet), ZRErrors::e_General_NoError);
+        EXPECT_EQ(Decode(packet, received), ZRErrors::e_General_NoError);
+        for (const auto& [from, to] : {std::pair{"request=-5", "request=4"}, {"part=", "part=9"}, {"ms=", "ms=x"}}) {
+            Message wrong = received;
+            if (const std::size_t at = wrong.text.find(from); at != std::string::npos) {
+                reader.Add((wrong.text.replace(at, std::string(from).size(), to), wrong));
+            }
+        }
+        reader.Add(received);
+        reader.Add(received);
+    }
+    ASSERT_TRUE(reader.IsWhole()) << reader.Received() << " of " << reader.Expected();
+    const ThreadState& first = reader.Report().threads.at(0);
+    EXPECT_TRUE(first.name == word && first.id == kMost && first.parent == kMost && first.priority == -15);
+    EXPECT_TRUE(first.alive && !first.ending && first.awaits == word && first.milliseconds == kMost);
+    EXPECT_EQ(reader.Report().threads.at(1).awaits, "");
+    EXPECT_EQ(reader.Report().locks.at(0).locker, std::string(100, 'l'));
+}
+
+/// Calls bench until it finds that the imager hangs. @returns what it then wrote.
+std::string FindsHang(std::string& errors) {
+    for (int i = 0; i < 100; ++i) {
+        const Program bench("bench", {"imager", "threads", "--json"});
+        if (bench.Wait() == 1) {
+            errors = bench.Errors();
+            return bench.Output();
+        }
+    }
+    return {};
+}
+
+class ThreadsTest : public ChannelTest, public testing::WithParamInterface<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(EachLock, ThreadsTest, testing::ValuesIn(std::vector{"engine", "outbox"}));
+
+TEST_P(ThreadsTest, AHangingImagerNamesTheCulpritAndEndsInOrder) {
+    const std::string lock = GetParam();
+    Program imager("imager", {"--hang", lock});
+    std::string errors;
+    const std::string json = FindsHang(errors);
+    EXPECT_PRED2(Holds, json, R"({"name":"sender","id":)");
+    EXPECT_PRED2(Holds, json, R"("holds":[{"lock":")" + lock + R"(","since":"20)");
+    EXPECT_PRED2(Holds, json, R"("locker":"Server::Hang(): "}],"waits":null})");
+    EXPECT_PRED2(Holds, json, R"("waits":{"lock":")" + lock + R"(","since":"20)");
+    EXPECT_PRED2(Holds, errors, "engine hangs: 'engine' (thread ");
+    EXPECT_PRED2(Holds, errors, ") waits for '" + lock + "' since ");
+    EXPECT_PRED2(Holds, errors, "; 'sender' (thread ");
+    const auto numberBehind = [&](const std::string& key) {
+        const std::size_t at = json.find(key);
+        return at == json.npos ? -1 : std::atol(json.c_str() + at + key.size());
+    };
+    EXPECT_EQ(numberBehind(R"("culprit":)"), numberBehind(R"("name":"sender","id":)"));
+    const Ended status({"channel", "send", "--to", "101", "--wait", "20", "1;1;110;0;;"});
+    EXPECT_PRED2(Holds, status.Output(), "2;1;101;20487;;the lock 'engine' is held by thread ");
+    if (lock == "engine" || !imager.Interrupt()) {
+        const Ended stop({"channel", "send", "--to", "101", "--wait", "20", "1;5;110;0;;"});
+        EXPECT_PRED2(Holds, stop.Output(), "it stops all the same\n");
+    }
+    EXPECT_EQ(imager.Wait(), 0);
+    EXPECT_PRED2(Holds, imager.Errors(),
+                 "imager: the thread 'engine' hangs: the lock '" + lock + "' is held by thread ");
+}
+
+using ThreadsProgramTest = ChannelTest;
+
+TEST_F(ThreadsProgramTest, AnImagerThatIsWellIsShownAsATreeAndOneThatIsNotThereAsThat) {
+    const Ended nobody({"imager", "threads"}, 3);
+    EXPECT_PRED2(Holds, nobody.Errors(), "no process has the message channel open");
+    Program hang("imager", {"--hang", "engnie"});
+    EXPECT_EQ(hang.Wait(), 2);
+    EXPECT_PRED2(Holds, hang.Errors(), "there is no lock 'engnie' to hang in: --hang takes engine or outbox\n");
+    ASSERT_EQ(ZcOpenComms(40), ZRErrors::e_General_NoError);
+    Program imager("imager", {"--client-id", "40"});
+    std::array<char, 256> buffer{};
+    ASSERT_EQ(ZcReceiveMessage(buffer.data(), buffer.size(), 20000), ZRErrors::e_General_NoError) << "it greets";
+    const std::string tree = Ended({"imager", "threads"}).Output();
+    const std::size_t sender = tree.find("\nsender  thread ");
+    EXPECT_LT(sender, tree.find("\n  receiver  thread ")) << tree;
+    EXPECT_LT(sender, tree.find("\n  engine  thread ")) << tree;
+    EXPECT_PRED2(Holds, tree, "\nnothing hangs: ");
+    EXPECT_PRED2(Holds, Ended({"imager", "threads", "--id", "300"}, 3).Errors(), "'imager --id 300' starts one");
+    SuspendProcess(imager.Id());
+    const Ended silent({"imager", "threads", "--timeout", "0.2"}, 4);
+    EXPECT_PRED2(Holds, silent.Errors(), "imager 101 gave no answer within 200 ms: ");
+    EXPECT_PRED2(Holds, silent.Errors(), "'bench channel doctor'");
+}
+
+} // namespace
+} // namespace apps::test
