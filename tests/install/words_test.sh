@@ -54,8 +54,9 @@ for shell in "${shells[@]}"; do
     while IFS='|' read -r line words; do
         equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
     done <<'END'
-bench |channel error image
+bench |channel error image imager
 bench ch|channel
+bench imager |threads
 bench --verbose channel |doctor receive send status watch
 bench channel doctor --|--help --json --repair --verbose
 bench channel receive --timeout |
