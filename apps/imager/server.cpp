@@ -4,7 +4,6 @@
 #include "apps/support/process_events.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/errors/failure.h"
-#include "gaizior/logging/log_stream.h"
 
 #include <cstdio>
 #include <utility>
@@ -19,11 +18,6 @@ constexpr std::size_t kOutboxLimit = 100;
 constexpr DWORD kTimeForLastWords = 1000;
 constexpr DWORD kTimeToSendDirectly = 500;
 constexpr DWORD kPatienceForId = 5000; // an imager whose client died needs some 2 s to end
-
-void Log(unsigned level, const char* function, const std::string& text) {
-    ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-    log << ZRLevel(level) << function << text.c_str() << std::endl;
-}
 
 } // namespace
 
@@ -73,7 +67,7 @@ Outcome Server::WaitForEnd() {
         const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
         return Fail(kFunction, code, Exit::kFailed, "the end cannot be waited for: " + ErrorText(code));
     }
-    Log(1, kFunction, kWhat.at(woken));
+    gaizior::LogAt(1, kFunction, kWhat.at(woken));
     DWORD exitCode = 0;
     if (woken < 3 && ::GetExitCodeThread(handles.at(woken), &exitCode) && exitCode != ZRErrors::e_General_NoError) {
         const auto code = static_cast<ZRErrors::ZRErrorT>(exitCode);
@@ -100,7 +94,7 @@ ZRErrors::ZRErrorT Server::Receive(Worker& self) {
             m_failure = Fail(kFunction, code, Exit::kFailed, "the channel cannot be read: " + ErrorText(code));
             break;
         }
-        Log(2, kFunction, std::string("received ") + buffer.data());
+        gaizior::LogAt(2, kFunction, "received ", buffer.data());
         isToGoOn = Handle(self, buffer.data());
     }
     return ZRErrors::e_General_NoError;
@@ -265,7 +259,7 @@ void Server::SendLast(Worker& self) {
         }
         ::Sleep(kTick);
     }
-    Log(1, kFunction, std::to_string(m_nWaiting) + " answers found no reader");
+    gaizior::LogAt(1, kFunction, m_nWaiting.load(), " answers found no reader");
 }
 
 void Server::Hang(Worker& self) {

@@ -15,15 +15,6 @@ const char* OrUnknown(const char* name) {
     return name ? name : "<unknown>";
 }
 
-template <class... Pieces>
-void Trace(const Pieces&... what) {
-    if (ZRLogStreamC::IsLevelEnabled(kTraceLevel)) {
-        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-        log << ZRLevel(kTraceLevel);
-        (log << ... << what) << std::endl;
-    }
-}
-
 } // namespace
 
 // --- The object ------------------------------------------------------------------------------------------------------
@@ -31,7 +22,7 @@ void Trace(const Pieces&... what) {
 ZRCommObjectC::ZRCommObjectC(const char* name, bool bAutoDelete) : m_pName(name), m_bAutoDelete(bAutoDelete) {}
 
 ZRCommObjectC::~ZRCommObjectC() {
-    Trace("ZRCommObjectC::~ZRCommObjectC(): ", "deleting shared object: ", *this);
+    gaizior::LogAt(kTraceLevel, "ZRCommObjectC::~ZRCommObjectC(): ", "deleting shared object: ", *this);
     if (m_hMutex) {
         ::CloseHandle(m_hMutex);
     }
@@ -76,7 +67,7 @@ ZRErrors::ZRErrorT ZRCommObjectC::Lock(const char* ownerName, unsigned long time
     const ZRErrors::ZRErrorT code = Lock(timeoutMs, hAbortEvent);
     if (code == ZRErrors::e_General_NoError) {
         const char* const previous = m_pCurrentOwnerName.exchange(ownerName);
-        Trace("ZRCommObjectC::Lock(b): ", "previous owner=", OrUnknown(previous), ", ", *this);
+        gaizior::LogAt(kTraceLevel, "ZRCommObjectC::Lock(b): ", "previous owner=", OrUnknown(previous), ", ", *this);
     }
     return code;
 }
@@ -102,7 +93,7 @@ ZRErrors::ZRErrorT ZRCommObjectC::IncrementReference() {
         result = gaizior::Fail("ZRCommObjectC::IncrementReference(): ", ZRErrors::e_Object_TooManyReferences,
                                "object: ", GetSafeName(), " too many references to object");
     }
-    Trace("ZRCommObjectC::IncrementReference(): ", *this);
+    gaizior::LogAt(kTraceLevel, "ZRCommObjectC::IncrementReference(): ", *this);
     const ZRErrors::ZRErrorT unlocked = Unlock();
     return unlocked != ZRErrors::e_General_NoError ? unlocked : result;
 }
@@ -112,11 +103,11 @@ ZRErrors::ZRErrorT ZRCommObjectC::DecrementReference() {
     constexpr const char* kFunction = "ZRCommObjectC::DecrementReference(): ";
     Lock(INFINITE, nullptr);
     if (--m_nRefCount == 0 && m_bAutoDelete) {
-        Trace(kFunction, "About to delete: ", *this);
+        gaizior::LogAt(kTraceLevel, kFunction, "About to delete: ", *this);
         delete this; // and the lock with it
         return ZRErrors::e_General_NoError;
     }
-    Trace(kFunction, *this);
+    gaizior::LogAt(kTraceLevel, kFunction, *this);
     return Unlock();
 }
 

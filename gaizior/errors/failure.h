@@ -21,7 +21,8 @@
 ///                     CodeText(LastSystemError()));
 ///     }
 ///
-/// Lines stand at level 0 behind the mark " ERROR: ". `function` is the text that names the method, "Class::Method():
+/// Lines of failures stand at level 0 behind the mark " ERROR: ". `function` is the text that names the method,
+/// "Class::Method():
 /// "; `what` are the pieces of the line behind it, whatever a log stream takes; a null text counts as empty. The last
 /// error and errno stay as they were, and nothing is thrown. Any thread.
 namespace gaizior {
@@ -41,6 +42,16 @@ public:
 private:
     ZRErrors::ZRErrorT m_nCode;
 };
+
+/// Logs a line that is no failure, at its level; nothing is formatted where that does not pass.
+template <class... Pieces>
+void LogAt(unsigned level, const char* function, const Pieces&... what) {
+    if (ZRLogStreamC::IsLevelEnabled(level)) {
+        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+        log << ZRLevel(level) << function;
+        (log << ... << what) << std::endl;
+    }
+}
 
 /// Logs a failure that has no code.
 template <class... Pieces>

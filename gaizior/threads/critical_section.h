@@ -4,6 +4,7 @@
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/logging/strstream.h"
 #include "gaizior/platform/export.h"
+#include "gaizior/platform/thread_safety.h"
 
 #include <atomic>
 #include <cstdint>
@@ -58,7 +59,7 @@ GAIZIOR_API unsigned int ZRCriticalSectionToString(void** cell, char* buffer, un
 ///
 /// Any thread may enter and leave. Who is woken competes with everybody else that enters, and its time-out begins
 /// again when it loses. The lock is not inherited by a forked child in a usable state where another thread held it.
-class GAIZIOR_API ZRCriticalSectionC {
+class GAIZIOR_CAPABILITY("critical section") GAIZIOR_API ZRCriticalSectionC {
 public:
     class ZRCriticalSectionUserC;
 
@@ -141,14 +142,15 @@ private:
 ///     if (const auto code = user.EnterCriticalSection("QueueC::Add(): ", 60000)) {
 ///         return code;
 ///     }
-class GAIZIOR_API ZRCriticalSectionC::ZRCriticalSectionUserC {
+class GAIZIOR_SCOPED_CAPABILITY GAIZIOR_API ZRCriticalSectionC::ZRCriticalSectionUserC {
 public:
     /// `section` stays the caller's and outlives this; null makes every call fail.
-    explicit ZRCriticalSectionUserC(ZRCriticalSectionC* const section) : m_pSection(section) {}
+    explicit ZRCriticalSectionUserC(ZRCriticalSectionC* const section) GAIZIOR_EXCLUDES(section)
+        : m_pSection(section) {}
     ZRCriticalSectionUserC(const ZRCriticalSectionUserC&) = default;
     ZRCriticalSectionUserC& operator=(const ZRCriticalSectionUserC&) = default;
     /// Where nothing was entered through it, and another thread holds the section, it logs that thread as a time-out.
-    virtual ~ZRCriticalSectionUserC() {
+    virtual ~ZRCriticalSectionUserC() GAIZIOR_RELEASE() {
         RollbackLockCount();
     }
 
@@ -158,18 +160,19 @@ public:
     ///   wake. 0 tries, 0xFFFFFFFF and more wait without limit.
     /// @returns 0; e_CriticalSection_TimeOut, logged with the holder's id and name; e_CriticalSection_TooManyLocks, the
     ///   count being 0xFFFFFFFF; e_CriticalSectionUser_InvalidSection without a section.
-    ZRErrors::ZRErrorT EnterCriticalSection(const char* const locker, unsigned long dwTimeout) {
+    ZRErrors::ZRErrorT EnterCriticalSection(const char* const locker, unsigned long dwTimeout) GAIZIOR_TRY_ACQUIRE(0) {
         return EnterCriticalSection(locker, nullptr, dwTimeout);
     }
     /// The same with an event (null: none) that ends a wait: e_CriticalSection_KillSignalled. It is not looked at where
     /// the section is free.
-    ZRErrors::ZRErrorT EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout);
+    ZRErrors::ZRErrorT EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout)
+        GAIZIOR_TRY_ACQUIRE(0);
     /// Leaves once; the last leave lets others in.
     /// @returns 0; e_CriticalSection_NonOwnerLeave for a thread that does not hold it, nothing changed;
     ///   e_CriticalSection_TooManyUnlocks for an owner without a count; e_CriticalSection_SectionLockReleaseFailed when
     ///   the lock was free already; e_CriticalSection_LockReleaseFailed when waiters could not be woken (it is left all
     ///   the same); e_CriticalSectionUser_InvalidSection without a section.
-    ZRErrors::ZRErrorT LeaveCriticalSection(const char* const locker);
+    ZRErrors::ZRErrorT LeaveCriticalSection(const char* const locker) GAIZIOR_RELEASE();
 
 private:
     ZRErrors::ZRErrorT RollbackLockCount();

@@ -41,11 +41,12 @@ ZRCriticalSectionC& ZRThreadC::PoolCS() {
 
 /// Holds the list's lock within a scope. Who does not get it in time goes on without, as a decision of this system: it
 /// is logged who holds it, and a list that nobody can change any more would stop every application.
-class ZRThreadC::PoolUserC {
+class GAIZIOR_SCOPED_CAPABILITY ZRThreadC::PoolUserC {
 public:
-    explicit PoolUserC(const char* locker) : m_user(&PoolCS()) {
+    explicit PoolUserC(const char* locker) GAIZIOR_ACQUIRE(PoolCS()) : m_user(&PoolCS()) {
         m_user.EnterCriticalSection(locker, kPoolTimeout);
     }
+    ~PoolUserC() GAIZIOR_RELEASE() {}
 
 private:
     ZRCriticalSectionC::ZRCriticalSectionUserC m_user;

@@ -139,14 +139,14 @@ private:
         return IsEndEventSignalled() && IsAlive();
     }
     static ZRErrors::ZRErrorT Stop(const ControlPtrT& control);
-    static bool Collect(const ZRThreadC* parent, std::vector<ControlPtrT>& threads);
+    static bool Collect(const ZRThreadC* parent, std::vector<ControlPtrT>& threads) GAIZIOR_REQUIRES(PoolCS());
     void Disown();
 
-    static ZRThreadC* m_pThreads;
     /// Guards the list.
     static ZRCriticalSectionC& PoolCS();
+    static ZRThreadC* m_pThreads GAIZIOR_GUARDED_BY(PoolCS());
 
-    ZRThreadC* m_pNextThread = nullptr;
+    ZRThreadC* m_pNextThread GAIZIOR_GUARDED_BY(PoolCS()) = nullptr;
     std::atomic<ZRThreadC*> m_pParent;
     /// What the thread itself and those who stop it may still need when the object is gone.
     ControlPtrT m_pControl;

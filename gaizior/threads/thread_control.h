@@ -1,7 +1,6 @@
 #pragma once
 
 #include "gaizior/errors/error_codes.h"
-#include "gaizior/logging/log_stream.h"
 #include "gaizior/platform/mutex.h"
 #include "gaizior/platform/unique_handle.h"
 #include "gaizior/platform/windows_api.h"
@@ -114,19 +113,9 @@ private:
     /// those need who let it go on.
     std::atomic<HANDLE> m_hEndEvent{nullptr};
 
-    mutable Mutex m_lock; ///< also held while the thread is being started or suspended
+    mutable Mutex m_lock;                                ///< also held while the thread is being started or suspended
     SharedHandle m_pEndEvent GAIZIOR_GUARDED_BY(m_lock); ///< who closes m_hEndEvent
     SharedHandle m_hThread GAIZIOR_GUARDED_BY(m_lock);
 };
-
-/// A line of ZRThreadC's at a level; nothing is formatted where that does not pass.
-template <class... Pieces>
-void LogAt(unsigned level, const char* function, const Pieces&... what) {
-    if (ZRLogStreamC::IsLevelEnabled(level)) {
-        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
-        log << ZRLevel(level) << function;
-        (log << ... << what) << std::endl;
-    }
-}
 
 } // namespace gaizior
