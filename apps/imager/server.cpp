@@ -62,7 +62,10 @@ Outcome Server::WaitForEnd() {
                                                   "the thread 'sender' has ended", "interrupted",
                                                   "the client's process has ended"};
     const DWORD count = m_options.hClientProcess ? 5 : 4;
-    const DWORD woken = ::WaitForMultipleObjects(count, handles.data(), FALSE, INFINITE);
+    DWORD woken = WAIT_TIMEOUT;
+    while (woken == WAIT_TIMEOUT) { // the thread sanitizer keeps a signal back during one long wait
+        woken = ::WaitForMultipleObjects(count, handles.data(), FALSE, kProgressPeriod);
+    }
     if (woken >= count) {
         const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
         return Fail(kFunction, code, Exit::kFailed, "the end cannot be waited for: " + ErrorText(code));
