@@ -197,6 +197,7 @@ TEST_F(ThreadTest, AStopAsksAllChildrenAndEndsAllThatDescendFirst) {
     EXPECT_EQ(parent->FindChild(&idle), nullptr);
     EXPECT_EQ(parent->FindChild(nullptr), &second);
     first.SetParent(&second);
+    second.body = &Worker::UntilAsked;
     first.start();
     parent.reset();
     EXPECT_TRUE(second.bIsParent() && !first.IsAlive()) << "who outlives its parent has none";
