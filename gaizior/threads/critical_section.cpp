@@ -1,6 +1,7 @@
 #include "gaizior/threads/critical_section.h"
 
 #include "gaizior/errors/failure.h"
+#include "gaizior/platform/thread_id.h"
 #include "gaizior/platform/timing.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@ using ZRErrors::ZRErrorT;
 
 constexpr unsigned int kNoTag = 0xFFFFFFFF;
 constexpr std::uint32_t kMostLocks = 0xFFFFFFFF;
-constexpr int kLooksBeforeWait = 100;
 constexpr const char* kNoMemory = "there is no memory for this message";
 constexpr const char* kEnter = "ZRCriticalSectionC::EnterCriticalSection(): ";
 constexpr const char* kLeave = "ZRCriticalSectionC::LeaveCriticalSection(): ";
@@ -67,19 +67,9 @@ const char* ZRCriticalSectionC::GetSafeOwnerName() const {
     return name ? name : "unknown";
 }
 
-ZRErrorT ZRCriticalSectionC::EnterCriticalSection(const char* const locker, void* hKillEvent, unsigned long dwTimeout,
-                                                  int bLogTimeOut, unsigned int nTag) {
-    const std::uint32_t self = ::GetCurrentThreadId();
-    if (TryTake(self)) [[likely]] {
-        return Hold(self, locker, nTag);
-    }
-    const ZRErrorT code = WaitUntilTaken(self, locker, hKillEvent, dwTimeout, bLogTimeOut);
-    return code == ZRErrors::e_General_NoError ? Hold(self, locker, nTag) : code;
-}
-
 /// Takes the lock word if it is free; an owner that enters again has it, and only reads. An owner id that another
 /// thread is changing is never the caller's. The word is read in the one order in which waiters are counted.
-bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
+inline bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
     std::int32_t before = m_lSectionLock.load();
     if (before == 0 && m_lSectionLock.compare_exchange_strong(before, 1)) {
         return true;
@@ -87,13 +77,36 @@ bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
     return m_dwCurrentOwnerTID.load(std::memory_order_relaxed) == self;
 }
 
+inline void ZRCriticalSectionC::Record(const char* locker, unsigned int nTag, std::uint32_t count) {
+    m_pOwnerName.store(locker, std::memory_order_relaxed);
+    m_nOwnerTag.store(nTag, std::memory_order_relaxed);
+    m_nLockCount.store(count, std::memory_order_relaxed);
+}
+
+/// What a thread that has the lock word records.
+inline ZRErrorT ZRCriticalSectionC::Hold(std::uint32_t self, const char* locker, unsigned int nTag) {
+    const std::uint32_t count = GetLockCount();
+    if (count == 0) {
+        m_dwCurrentOwnerTID.store(self, std::memory_order_relaxed);
+    } else if (count == kMostLocks || GetOwnerTID() != self) [[unlikely]] {
+        return HoldBesides(locker, nTag);
+    }
+    Record(locker, nTag, count + 1);
+    return ZRErrors::e_General_NoError;
+}
+
+inline ZRErrorT ZRCriticalSectionC::EnterCriticalSection(const char* const locker, void* hKillEvent,
+                                                         unsigned long dwTimeout, int bLogTimeOut, unsigned int nTag) {
+    const std::uint32_t self = gaizior::CurrentThreadId();
+    if (TryTake(self)) [[likely]] {
+        return Hold(self, locker, nTag);
+    }
+    const ZRErrorT code = WaitUntilTaken(self, locker, hKillEvent, dwTimeout, bLogTimeOut);
+    return code == ZRErrors::e_General_NoError ? Hold(self, locker, nTag) : code;
+}
+
 ZRErrorT ZRCriticalSectionC::WaitUntilTaken(std::uint32_t self, const char* locker, void* hKillEvent,
                                             unsigned long dwTimeout, int bLogTimeOut) {
-    for (int looks = 0; looks < kLooksBeforeWait && dwTimeout != 0; ++looks) {
-        if (TryTake(self)) {
-            return ZRErrors::e_General_NoError;
-        }
-    }
     // Counted before the next look at the lock word, as a leave looks for waiters after it has freed that: one of the
     // two sees the other.
     struct Counted {
@@ -134,35 +147,28 @@ ZRErrorT ZRCriticalSectionC::WaitUntilTaken(std::uint32_t self, const char* lock
     return ZRErrors::e_General_NoError;
 }
 
-/// What a thread that has the lock word records.
-ZRErrorT ZRCriticalSectionC::Hold(std::uint32_t self, const char* locker, unsigned int nTag) {
+/// A hold that cannot be counted, or is another thread's.
+ZRErrorT ZRCriticalSectionC::HoldBesides(const char* locker, unsigned int nTag) {
     const std::uint32_t count = GetLockCount();
     if (count == kMostLocks) {
         Report(&ZRCriticalSectionC::LogError, kEnter, "locker: ", locker,
                ", too many attempts to lock, last locked by: ", GetSafeOwnerName());
         return ZRErrors::e_CriticalSection_TooManyLocks;
     }
-    if (count == 0) {
-        m_dwCurrentOwnerTID.store(self, std::memory_order_relaxed);
-    } else if (GetOwnerTID() != self) {
-        // Only a section that was copied while it was held comes here; it goes on under its first owner's id.
-        Report(&ZRCriticalSectionC::LogWarning, kEnter, "locker: ", locker ? locker : "unknown",
-               ", additional enter attempted with non-original owner : ", GetSafeOwnerName());
-    }
+    // Only a section that was copied while it was held comes here; it goes on under its first owner's id.
+    Report(&ZRCriticalSectionC::LogWarning, kEnter, "locker: ", locker ? locker : "unknown",
+           ", additional enter attempted with non-original owner : ", GetSafeOwnerName());
     Record(locker, nTag, count + 1);
     return ZRErrors::e_General_NoError;
 }
 
-void ZRCriticalSectionC::Record(const char* locker, unsigned int nTag, std::uint32_t count) {
-    m_pOwnerName.store(locker, std::memory_order_relaxed);
-    m_nOwnerTag.store(nTag, std::memory_order_relaxed);
-    m_nLockCount.store(count, std::memory_order_relaxed);
-}
-
-ZRErrorT ZRCriticalSectionC::LeaveCriticalSection(const char* const locker, unsigned int* const pnLockCount,
-                                                  unsigned int /*nTag*/) {
-    if (const ZRErrorT code = CheckLeave(::GetCurrentThreadId(), locker, pnLockCount)) {
-        return code;
+inline ZRErrorT ZRCriticalSectionC::LeaveCriticalSection(const char* const locker, unsigned int* const pnLockCount,
+                                                         unsigned int /*nTag*/) {
+    const std::uint32_t self = gaizior::CurrentThreadId();
+    if (!pnLockCount || GetOwnerTID() != self || GetLockCount() == 0) [[unlikely]] {
+        if (const ZRErrorT code = CheckLeave(self, locker, pnLockCount)) {
+            return code;
+        }
     }
     const std::uint32_t count = GetLockCount() - 1;
     m_nLockCount.store(count, std::memory_order_relaxed);
@@ -301,7 +307,7 @@ ZRErrorT ZRCriticalSectionC::ZRCriticalSectionUserC::RollbackLockCount() {
     }
     unsigned int count = m_pSection->GetLockCount();
     if (m_nFirstLockCount != 0 && count >= m_nFirstLockCount && count != kMostLocks &&
-        m_pSection->GetOwnerTID() == ::GetCurrentThreadId()) {
+        m_pSection->GetOwnerTID() == gaizior::CurrentThreadId()) {
         // As a rule it is the caller's, and all that follows comes to this.
         m_pSection->Record(kFunction, kNoTag, m_nFirstLockCount - 1);
         return m_nFirstLockCount == 1 ? m_pSection->Release() : ZRErrors::e_General_NoError;

@@ -105,6 +105,7 @@ private:
     ZRErrors::ZRErrorT WaitUntilTaken(std::uint32_t self, const char* locker, void* hKillEvent, unsigned long dwTimeout,
                                       int bLogTimeOut);
     ZRErrors::ZRErrorT Hold(std::uint32_t self, const char* locker, unsigned int nTag);
+    ZRErrors::ZRErrorT HoldBesides(const char* locker, unsigned int nTag);
     void Record(const char* locker, unsigned int nTag, std::uint32_t count);
     ZRErrors::ZRErrorT CheckLeave(std::uint32_t self, const char* locker, const unsigned int* pnLockCount);
     ZRErrors::ZRErrorT Release();
