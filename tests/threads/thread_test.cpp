@@ -82,12 +82,12 @@ struct ThreadTest : testing::Test {
         seams::SetTimeDivisor(1);
         EXPECT_EQ(Worker::s_living, 1);
     }
-    /// Waits for a line behind those that were waited for before. One thread at a time.
+    /// Waits for a line, whatever stands before it. One thread at a time.
     void Await(const std::string& line) {
         for (; seen.find(line) == std::string::npos; ::Sleep(1)) {
             seen += log.Take();
         }
-        seen.erase(0, seen.find(line) + line.size());
+        seen.erase(seen.find(line), line.size());
     }
 
     const Watchdog watchdog;
