@@ -28,7 +28,8 @@ class ThreadControl;
 /// A class derived from this one calls stop() in its own destructor: when the base's does, the body has already lost
 /// what the derived class had. Who destroys an object sees to it that nobody else calls it; an object that deletes
 /// itself is safe from the stops of its parent and of stopAll, and nobody else touches it once it is started. Else
-/// any thread may call anything. Texts are borrowed and must outlive the object. Failures are logged, never stacked.
+/// any thread may call anything. A name is borrowed: it outlives the object and every start and stop that is under way.
+/// Parents form no circle. Failures are logged, never stacked.
 class GAIZIOR_API ZRThreadC {
 public:
     /// Puts the object at the head of the list; nothing runs before start().
