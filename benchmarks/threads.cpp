@@ -96,7 +96,7 @@ void UncontendedLocks() {
     using Timed = StandardLock<std::recursive_timed_mutex>;
     Compare("enter and leave a section", LockAndUnlock<OurLock>(),
             {{"std::recursive_mutex", LockAndUnlock<Recursive>(), 1.5}});
-    Compare("the same, the scope's end leaves it", Repeat(RollBack), {{"std::lock_guard", Repeat(LockByGuard), 0}});
+    Compare("the same, the scope's end leaves it", Repeat(RollBack), {{"std::lock_guard", Repeat(LockByGuard), 1.5}});
     Compare("the same with a time-out", LockInTime<OurLock>(),
             {{"std::recursive_timed_mutex", LockInTime<Timed>(), 0.7}});
     Compare("second level", SecondLevel<OurLock>(), {{"std::recursive_mutex", SecondLevel<Recursive>(), 1.0}});

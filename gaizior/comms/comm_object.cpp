@@ -86,7 +86,9 @@ ZRErrors::ZRErrorT ZRCommObjectC::IncrementReference() {
     ZRErrors::ZRErrorT result = Lock(INFINITE, nullptr);
     if (result != ZRErrors::e_General_NoError) {
         const gaizior::ErrorKeeper keeper;
-        ::ReleaseMutex(m_hMutex); // held all the same where it was abandoned
+        if (::ReleaseMutex(m_hMutex)) { // held all the same where it was abandoned, and its holder is no more
+            m_pCurrentOwnerName = nullptr;
+        }
         return result;
     }
     if (++m_nRefCount >= kTooManyReferences) {

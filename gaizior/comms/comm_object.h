@@ -39,7 +39,8 @@ public:
     ///   the lock was abandoned, which the caller then holds, a decision of this system.
     ZRErrors::ZRErrorT Lock(unsigned long timeoutMs, void* hAbortEvent);
     /// The same with a name for the holder, which others who wait in vain find in their log line. The text is the
-    /// caller's and stays in use until the lock is free. Where this returns another code than 0 the name is not stored.
+    /// caller's and must live as long as the object, as others may still be about to tell it. Where this returns
+    /// another code than 0 the name is not stored.
     ZRErrors::ZRErrorT Lock(const char* ownerName, unsigned long timeoutMs, void* hAbortEvent);
     /// Gives back one Lock. @returns 0; a system error with bit 29 set when the calling thread does not hold the lock.
     ZRErrors::ZRErrorT Unlock();

@@ -21,10 +21,9 @@
 ///                     CodeText(LastSystemError()));
 ///     }
 ///
-/// Lines of failures stand at level 0 behind the mark " ERROR: ". `function` is the text that names the method,
-/// "Class::Method():
-/// "; `what` are the pieces of the line behind it, whatever a log stream takes; a null text counts as empty. The last
-/// error and errno stay as they were, and nothing is thrown. Any thread.
+/// Lines of failures stand at level 0 behind the mark " ERROR: ". `function` is the text that names the method, as
+/// above; `what` are the pieces of the line behind it, whatever a log stream takes; a null text counts as empty. The
+/// last error and errno stay as they were, and nothing is thrown. Any thread.
 namespace gaizior {
 
 /// The text of a code, as ZRErrToStr has it, in a line or another stream.

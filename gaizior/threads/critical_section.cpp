@@ -1,7 +1,7 @@
 #include "gaizior/threads/critical_section.h"
 
 #include "gaizior/errors/failure.h"
-#include "gaizior/platform/thread_id.h"
+#include "gaizior/platform/threads.h"
 #include "gaizior/platform/timing.h"
 
 #include <algorithm>
@@ -68,7 +68,7 @@ const char* ZRCriticalSectionC::GetSafeOwnerName() const {
 }
 
 /// Takes the lock word if it is free; an owner that enters again has it, and only reads. An owner id that another
-/// thread is changing is never the caller's. The word is read in the one order in which waiters are counted.
+/// thread is changing is never the caller's. The word is read sequentially consistent, as waiters are counted.
 inline bool ZRCriticalSectionC::TryTake(std::uint32_t self) {
     std::int32_t before = m_lSectionLock.load();
     if (before == 0 && m_lSectionLock.compare_exchange_strong(before, 1)) {
@@ -305,21 +305,22 @@ ZRErrorT ZRCriticalSectionC::ZRCriticalSectionUserC::RollbackLockCount() {
     if (!m_pSection) {
         return ZRErrors::e_CriticalSectionUser_InvalidSection;
     }
+    ZRErrorT code = ZRErrors::e_General_NoError;
     unsigned int count = m_pSection->GetLockCount();
     if (m_nFirstLockCount != 0 && count >= m_nFirstLockCount && count != kMostLocks &&
         m_pSection->GetOwnerTID() == gaizior::CurrentThreadId()) {
-        // As a rule it is the caller's, and all that follows comes to this.
-        m_pSection->Record(kFunction, kNoTag, m_nFirstLockCount - 1);
-        return m_nFirstLockCount == 1 ? m_pSection->Release() : ZRErrors::e_General_NoError;
-    }
-    ZRErrorT code = m_pSection->EnterCriticalSection(kFunction, 0, TRUE, kNoTag);
-    if (code == ZRErrors::e_CriticalSection_TimeOut) {
-        return ZRErrors::e_General_NoError;
-    }
-    if (code != ZRErrors::e_General_NoError && m_nFirstLockCount != 0) {
-        m_pSection->Report(&ZRCriticalSectionC::LogError, kFunction, "m_nFirstLockCount( ", m_nFirstLockCount,
-                           " ) non-zero but we do not have ownership");
-        return ZRErrors::e_CriticalSection_RollbackNotOwner;
+        // As a rule it is the caller's: what was entered after the first goes in one step.
+        m_pSection->Record(kFunction, kNoTag, m_nFirstLockCount);
+    } else {
+        code = m_pSection->EnterCriticalSection(kFunction, 0, TRUE, kNoTag);
+        if (code == ZRErrors::e_CriticalSection_TimeOut) {
+            return ZRErrors::e_General_NoError;
+        }
+        if (code != ZRErrors::e_General_NoError && m_nFirstLockCount != 0) {
+            m_pSection->Report(&ZRCriticalSectionC::LogError, kFunction, "m_nFirstLockCount( ", m_nFirstLockCount,
+                               " ) non-zero but we do not have ownership");
+            return ZRErrors::e_CriticalSection_RollbackNotOwner;
+        }
     }
     count = m_pSection->GetLockCount();
     while (count >= m_nFirstLockCount) {
@@ -383,6 +384,7 @@ ZRErrorT ZRDestroyCriticalSection(void** cell) {
 unsigned int ZRCriticalSectionToString(void** cell, char* buffer, unsigned int size) {
     std::array<char, 64> text{};
     std::strstream stream(text.data(), text.size(), std::ios_base::out);
+    stream.imbue(std::locale::classic());
     if (cell) {
         stream << *cell;
     } else {

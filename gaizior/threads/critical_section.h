@@ -26,16 +26,16 @@ GAIZIOR_API void** ZRCreateCriticalSection(int showMessageBoxes);
 /// Puts a new section into the caller's cell; what the cell held is not looked at.
 /// @returns 0; e_Arguments_Bad for a null cell; e_Memory_AllocationFailed.
 GAIZIOR_API ZRErrors::ZRErrorT ZRInitializeCriticalSectionEx(void** cell, int showMessageBoxes);
-/// Enters. `locker` names who does, and must live as long as the hold; `tag` is the caller's own number, kept with it.
+/// Enters. `locker` names who does, and must live as long as the section, as messages go on naming it; `tag` is the
+/// caller's own number, kept with it.
 /// @param timeoutMs milliseconds that a wait may last, 0xFFFFFFFF and more: no limit.
 /// @returns 0; e_Arguments_Bad (a number that this family reuses on purpose) for a null or empty cell;
 ///   e_CriticalSection_TimeOut; e_CriticalSection_TooManyLocks.
 GAIZIOR_API ZRErrors::ZRErrorT ZREnterCriticalSectionEx(void** cell, const char* locker, unsigned int tag,
                                                         unsigned long timeoutMs);
 /// Leaves; `tag` is not looked at.
-/// @returns 0; e_Arguments_Bad for a null or empty cell; e_CriticalSection_NonOwnerLeave,
-/// e_CriticalSection_TooManyUnlocks,
-///   e_CriticalSection_SectionLockReleaseFailed, e_CriticalSection_LockReleaseFailed.
+/// @returns 0; e_Arguments_Bad for a null or empty cell; e_CriticalSection_NonOwnerLeave;
+///   e_CriticalSection_TooManyUnlocks; e_CriticalSection_SectionLockReleaseFailed; e_CriticalSection_LockReleaseFailed.
 GAIZIOR_API ZRErrors::ZRErrorT ZRLeaveCriticalSectionEx(void** cell, const char* locker, unsigned int tag);
 /// Destroys the section and empties the cell, which stays the caller's. @returns 0, also for a null or empty cell.
 GAIZIOR_API ZRErrors::ZRErrorT ZRDeleteCriticalSection(void** cell);
@@ -156,7 +156,8 @@ public:
     }
 
     /// Enters once more.
-    /// @param locker who enters, for messages; not copied, it must live as long as the hold. Null counts as unnamed.
+    /// @param locker who enters, for messages; not copied, it must live as long as the section, as messages go on
+    ///   naming it (a literal). Null counts as unnamed.
     /// @param dwTimeout milliseconds that each wait may last: it begins anew when another thread is quicker after a
     ///   wake. 0 tries, 0xFFFFFFFF and more wait without limit.
     /// @returns 0; e_CriticalSection_TimeOut, logged with the holder's id and name; e_CriticalSection_TooManyLocks, the

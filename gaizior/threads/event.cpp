@@ -5,7 +5,7 @@
 
 namespace {
 
-void Describe(std::ostream& log, DWORD waited) {
+void Describe(std::ostream& log, DWORD waited, ZRErrors::ZRErrorT error) {
     switch (waited) {
     case WAIT_OBJECT_0:
         log << " is valid AND signalled.";
@@ -18,7 +18,7 @@ void Describe(std::ostream& log, DWORD waited) {
         log << " is valid but NOT signalled.";
         break;
     default:
-        log << " is invalid: " << gaizior::CodeText(gaizior::LastSystemError());
+        log << " is invalid: " << gaizior::CodeText(error);
     }
 }
 
@@ -44,8 +44,9 @@ int ZREventC::IsEventSignalled(void* handle, unsigned long* const result, unsign
     }
     if (log) {
         const gaizior::ErrorKeeper keeper;
+        const ZRErrors::ZRErrorT error = gaizior::LastSystemError(); // before the stream is written to
         *log << "ZREventC::IsEventSignalled(): Event:" << static_cast<const void*>(handle);
-        Describe(*log, waited);
+        Describe(*log, waited, error);
     }
     return waited != WAIT_TIMEOUT ? 1 : 0;
 }

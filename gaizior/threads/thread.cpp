@@ -67,6 +67,7 @@ ZRThreadC::ZRThreadC(const ZRThreadC& other)
 
 ZRThreadC& ZRThreadC::operator=(const ZRThreadC& other) {
     if (this != &other) {
+        stop();
         const auto control = std::make_shared<gaizior::ThreadControl>(*other.m_pControl);
         control->SetObject(this);
         const PoolUserC user("ZRThreadC::operator=(): ");

@@ -42,14 +42,14 @@ public:
     /// A copy shares the handles, the last of those who do closes them; it stands in no list, and only the object that
     /// started a thread stops it.
     ZRThreadC(const ZRThreadC& other);
-    /// The same; its place in the list stays. Nobody else uses the object meanwhile. A thread that it has started is
-    /// asked to end, and belongs to no object any more.
+    /// The same; its place in the list stays. It is stopped first. Nobody else uses the object meanwhile, nor does a
+    /// body that has not ended within the stop time-out.
     ZRThreadC& operator=(const ZRThreadC& other);
     /// Takes the object from the list, stops it unless it is deleting itself, and lets go of its handles; threads
     /// whose parent it was become top-level.
     virtual ~ZRThreadC();
     /// The body; what it returns becomes the thread's exit code. One that throws ends with e_Command_Aborted and the
-    /// exception's text in the log.
+    /// exception's text in the log. A body ends by returning, not by the platform's call.
     /// @returns e_Thread_NoBody, logged: a derived class has its own.
     virtual ZRErrors::ZRErrorT run();
 

@@ -1,6 +1,7 @@
 #include "gaizior/threads/thread_control.h"
 
 #include "gaizior/errors/failure.h"
+#include "gaizior/platform/threads.h"
 #include "gaizior/platform/timing.h"
 
 #include <algorithm>
@@ -105,14 +106,14 @@ ThreadControl::ThreadControl(const ThreadControl& other)
     : std::enable_shared_from_this<ThreadControl>(), m_dwStopTimeout(other.m_dwStopTimeout), m_pName(other.m_pName),
       m_bAutoDelete(other.m_bAutoDelete), m_nThreadID(other.m_nThreadID.load()), m_bDeleting(other.m_bDeleting.load()),
       m_bFinished(other.m_bFinished.load()) {
-    const MutexLock lock(other.m_lock);
+    const MutexLock lock(s_lock);
     m_pEndEvent = other.m_pEndEvent;
     m_hEndEvent = HandleOf(m_pEndEvent);
     m_hThread = other.m_hThread;
 }
 
 SharedHandle ThreadControl::Thread() const {
-    const MutexLock lock(m_lock);
+    const MutexLock lock(s_lock);
     return m_hThread;
 }
 
@@ -142,7 +143,7 @@ ZRErrorT ThreadControl::MakeEndEvent() {
         const ZRErrorT error = LastSystemError();
         return Fail(kStart, ZRErrors::e_Resource_AllocationFailed, "while creating m_hEndEvent: ", CodeText(error));
     }
-    const MutexLock lock(m_lock);
+    const MutexLock lock(s_lock);
     if (!m_pEndEvent) { // else another start was first
         m_pEndEvent = std::move(event);
         m_hEndEvent = HandleOf(m_pEndEvent);
@@ -156,7 +157,7 @@ ZRErrorT ThreadControl::Launch(LPTHREAD_START_ROUTINE body, SharedHandle& thread
     auto self = std::make_unique<std::shared_ptr<ThreadControl>>(shared_from_this());
     ZRErrorT error = ZRErrors::e_General_NoError;
     {
-        const MutexLock lock(m_lock);
+        const MutexLock lock(s_lock);
         if (!IsAlive(m_hThread)) {
             m_bFinished = 0;
             ::ResetEvent(EndEvent());
@@ -255,14 +256,14 @@ DWORD ThreadControl::SuspendThread() const {
     DWORD before = 0;
     ZRErrorT error = ZRErrors::e_General_NoError;
     const auto suspend = [&](const SharedHandle& thread) {
-        before = ::SuspendThread(HandleOf(thread));
+        before = SuspendUntilStopped(HandleOf(thread));
         error = LastSystemError();
     };
     if (IsSelf()) {
         suspend(Thread());
     } else {
-        // Held until the thread has stopped, which therefore does not hold it: who lets it go on needs it.
-        const MutexLock lock(m_lock);
+        // Held until the thread has stopped, which therefore does not hold it.
+        const MutexLock lock(s_lock);
         suspend(m_hThread);
     }
     if (before == kRefused) {
@@ -327,8 +328,10 @@ ZRErrorT ThreadControl::Stop() {
         }
         AwaitEnd(thread);
     }
-    const MutexLock lock(m_lock);
-    if (thread && m_hThread == thread) { // else another stop was first, or a new thread was started
+    const MutexLock lock(s_lock);
+    // Not where a new thread was started meanwhile. Where it was stopped before, a parent's stop has set the event
+    // since.
+    if (m_bIsStarter && m_hThread == thread) {
         m_hThread.reset();
         ::ResetEvent(EndEvent());
     }
@@ -336,7 +339,7 @@ ZRErrorT ThreadControl::Stop() {
 }
 
 void ThreadControl::Close() {
-    const MutexLock lock(m_lock);
+    const MutexLock lock(s_lock);
     if (m_bIsStarter && !m_bFinished) {
         ::SetEvent(EndEvent());
     }

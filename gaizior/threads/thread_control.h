@@ -71,7 +71,9 @@ public:
         m_nThreadID = ::GetCurrentThreadId();
     }
     void Finish() {
-        m_bFinished = 1;
+        if (m_nThreadID == ::GetCurrentThreadId()) { // else it outlived its stop, and another was started since
+            m_bFinished = 1;
+        }
     }
     /// The thread says that it is about to delete its object.
     void BeginDeletion() {
@@ -109,13 +111,14 @@ private:
     std::atomic<int> m_bDeleting{0};
     std::atomic<int> m_bFinished{1};
     std::atomic<bool> m_bIsStarter{false}; ///< the object started the thread that it has a handle of
-    /// Set once and read without the lock: a body that is suspended while it looks at its end event holds nothing that
-    /// those need who let it go on.
+    /// Set once and read without the lock: bodies look at it all the time.
     std::atomic<HANDLE> m_hEndEvent{nullptr};
 
-    mutable Mutex m_lock;                                ///< also held while the thread is being started or suspended
-    SharedHandle m_pEndEvent GAIZIOR_GUARDED_BY(m_lock); ///< who closes m_hEndEvent
-    SharedHandle m_hThread GAIZIOR_GUARDED_BY(m_lock);
+    /// One for the handles of all threads, also held while a thread is being started or suspended: one that is
+    /// suspended holds no lock that those need who let it go on.
+    static inline constinit Mutex s_lock;
+    SharedHandle m_pEndEvent GAIZIOR_GUARDED_BY(s_lock); ///< who closes m_hEndEvent
+    SharedHandle m_hThread GAIZIOR_GUARDED_BY(s_lock);
 };
 
 } // namespace gaizior

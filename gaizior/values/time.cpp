@@ -204,10 +204,13 @@ std::uint64_t GetLocalTimeInSeconds() {
 
 std::ostream& operator<<(std::ostream& stream, const SYSTEMTIME& time) {
     char text[64];
-    std::snprintf(text, sizeof text, "%s %s %02u %02u:%02u:%02u.%03u %04u", NameAt(DayOfWeek, time.wDayOfWeek),
-                  NameAt(MonthOfYear, time.wMonth), unsigned{time.wDay}, unsigned{time.wHour}, unsigned{time.wMinute},
-                  unsigned{time.wSecond}, unsigned{time.wMilliseconds}, unsigned{time.wYear});
+    std::snprintf(text, sizeof text, " %s %02u %02u:%02u:%02u.%03u %04u", NameAt(MonthOfYear, time.wMonth),
+                  unsigned{time.wDay}, unsigned{time.wHour}, unsigned{time.wMinute}, unsigned{time.wSecond},
+                  unsigned{time.wMilliseconds}, unsigned{time.wYear});
     stream.fill('0');
+    const std::ios_base::fmtflags flags = stream.setf(std::ios_base::right, std::ios_base::adjustfield);
+    stream << NameAt(DayOfWeek, time.wDayOfWeek); // a width of the caller's is the first word's
+    stream.flags(flags);
     return stream << text;
 }
 
