@@ -1,6 +1,6 @@
 #include "gaizior/threads/critical_section.h"
 
-#include "gaizior/errors/error_text.h"
+#include "gaizior/errors/failure.h"
 #include "gaizior/platform/timing.h"
 #include "gaizior/platform/unique_handle.h"
 #include "tests/support/allocation_failure.h"
@@ -42,7 +42,7 @@ const std::string kClass = "ZRCriticalSectionC::";
 const std::string kLeave = kClass + "LeaveCriticalSection(): ";
 const std::string kEnterError = "0 ERROR: " + kClass + "EnterCriticalSection(): ";
 const std::string kRollback = kClass + "ZRCriticalSectionUserC::RollbackLockCount(): ";
-const std::string kBadHandle = std::string(ZRErrToStr(ZRErrorT(0x20000000 | ERROR_INVALID_HANDLE))) + "\n";
+const std::string kBadHandle = Composed(CodeText(FoldSystemError(ERROR_INVALID_HANDLE)), '\n');
 
 struct CriticalSectionTest : testing::Test {
     CriticalSectionTest() {
@@ -114,8 +114,7 @@ TEST_F(CriticalSectionTest, RefusesWithACodeAndALine) {
          zeroCount + "Main()\n0 ERROR: " + kLeave + "locker: B, too many attempts to unlock, last locked by: Main()\n");
     count = ~0u;
     Told(other.EnterCriticalSection("B", 0), e_CriticalSection_TooManyLocks, kEnterError + "locker: B" + tooMany);
-    auto user = std::make_unique<UserT>(main);
-    user.reset();
+    std::make_unique<UserT>(main).reset();
     EXPECT_EQ(log.Take(), kEnterError + "locker: " + kRollback + tooMany + "0 ERROR: " + kRollback +
                               "m_nFirstLockCount( 1 ) non-zero but we do not have ownership\n");
     count = 1;
@@ -141,26 +140,19 @@ TEST_F(CriticalSectionTest, AFailingWaitIsToldAndTriedAgainUntilTheSectionIsFree
 }
 
 TEST_F(CriticalSectionTest, AUserLeavesItAsDeepAsItFoundIt) {
-    struct Case {
-        unsigned outer, enters, leaves, left;
-    };
-    for (const Case& each : {Case{0, 0, 0, 0},
-                             {0, 3, 0, 0},
-                             {0, 2, 2, 0},
-                             {1, 2, 0, 1},
-                             {1, 2, 1, 1},
-                             {1, 0, 0, 1},
-                             {1, 1, 2, 1}}) { // the outer hold has gone meanwhile: once entered it stays, as decided
-        Hold(each.outer);
+    // With the last of them the outer hold has gone meanwhile: once entered it stays, as decided.
+    for (const auto& [outer, calls] :
+         {std::pair{0u, ""}, {0u, "eee"}, {0u, "eell"}, {1u, "ee"}, {1u, "eel"}, {1u, ""}, {1u, "ell"}}) {
+        Hold(outer);
         {
             UserT user(&section);
-            for (unsigned i = 0; i < each.enters + each.leaves; ++i) {
-                EXPECT_EQ(i < each.enters ? user.EnterCriticalSection("", 0) : user.LeaveCriticalSection(""), 0);
+            for (const char call : std::string(calls)) {
+                EXPECT_EQ(call == 'e' ? user.EnterCriticalSection("", 0) : user.LeaveCriticalSection(""), 0);
             }
         }
-        EXPECT_EQ(section.GetLockCount(), each.left);
+        EXPECT_EQ(section.GetLockCount(), outer) << calls;
         EXPECT_EQ(section.GetSafeOwnerName(), kRollback) << "it names itself, as decided";
-        EXPECT_TRUE(each.left == 0 || main.LeaveCriticalSection("Main()") == 0);
+        EXPECT_TRUE(outer == 0 || main.LeaveCriticalSection("Main()") == 0);
     }
     EXPECT_EQ(log.Take(), "0 ERROR: " + kRollback + "Critcal Section was not locked but nLockCount is: 1\n");
 }
@@ -174,30 +166,27 @@ TEST_F(CriticalSectionTest, ACellHoldsOneThatTellsWhatItIsDestroyedWith) {
     }
     EXPECT_EQ(ZRInitializeCriticalSectionEx(nullptr, 0), e_Arguments_Bad);
     void** const cell = ZRCreateCriticalSection(0);
-    std::ostringstream pointer;
-    pointer << *cell << '\0';
-    for (void** const each : {static_cast<void**>(nullptr), cell}) {
-        const std::string expected = each ? pointer.str() : std::string("Invalid (NULL pointer).\0", 24);
+    for (const auto& [each, expected] :
+         {std::pair{static_cast<void**>(nullptr), Composed("Invalid (NULL pointer).", '\0')},
+          {cell, Composed(*cell, '\0')}}) {
         for (const unsigned size : {7u, 30u}) {
             std::string text(size + 1, '.');
             EXPECT_EQ(ZRCriticalSectionToString(each, text.data(), size), expected.size());
             EXPECT_EQ(text, (expected + std::string(30, '\xFF')).substr(0, size) + ".");
         }
     }
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(ZREnterCriticalSectionEx(cell, "Cell()", 7, 0), 0);
-    }
+    EXPECT_EQ(ZREnterCriticalSectionEx(cell, "Cell()", 7, 0) + ZREnterCriticalSectionEx(cell, "Cell()", 7, 0), 0);
     EXPECT_EQ(ZRLeaveCriticalSectionEx(cell, "", 8), 0);
-    std::ostringstream dump;
-    dump << *static_cast<ZRCriticalSectionC*>(*cell) << 10;
-    const std::string owner = (std::ostringstream() << std::hex << ::GetCurrentThreadId()).str();
-    EXPECT_EQ(dump.str().find("ZRCriticalSectionC = {m_dwCurrentOwnerTID = " + owner + ", m_hSemaphore = 0x"), 0u);
-    EXPECT_TRUE(dump.str().ends_with(", m_nLockCount = 1, m_pOwnerName = Cell(), }10"));
+    std::ostringstream dumped;
+    dumped << *static_cast<ZRCriticalSectionC*>(*cell) << 10;
+    const std::string dump = dumped.str();
+    EXPECT_TRUE(dump.starts_with(Composed("ZRCriticalSectionC = {m_dwCurrentOwnerTID = ", std::hex,
+                                          ::GetCurrentThreadId(), ", m_hSemaphore = 0x")));
+    EXPECT_TRUE(dump.ends_with(", m_nLockCount = 1, m_pOwnerName = Cell(), }10"));
     EXPECT_EQ(ZRDeleteCriticalSection(cell), 0);
-    EXPECT_EQ(log.Take() + "10",
-              "0 ERROR: " + kClass +
-                  "~ZRCriticalSectionC(): Critical section being deleted with imbalanced lock count: " +
-                  dump.str().insert(dump.str().size() - 2, "\n"));
+    EXPECT_EQ(log.Take(), "0 ERROR: " + kClass +
+                              "~ZRCriticalSectionC(): Critical section being deleted with imbalanced " +
+                              "lock count: " + dump.substr(0, dump.size() - 2) + "\n");
     EXPECT_EQ(ZRInitializeCriticalSectionEx(cell, 0), 0);
     EXPECT_EQ(ZRDestroyCriticalSection(cell) + ZRDestroyCriticalSection(nullptr), 0);
 }
