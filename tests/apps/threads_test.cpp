@@ -79,18 +79,6 @@ TEST(ThreadReport, ArrivesWholeOrIsKnownToLackSomething) {
     EXPECT_EQ(reader.Report().locks.at(0).locker, std::string(100, 'l'));
 }
 
-/// Calls bench until it finds that the imager hangs. @returns what it then wrote.
-std::string FindsHang(std::string& errors) {
-    for (int i = 0; i < 100; ++i) {
-        const Program bench("bench", {"imager", "threads", "--json"});
-        if (bench.Wait() == 1) {
-            errors = bench.Errors();
-            return bench.Output();
-        }
-    }
-    return {};
-}
-
 class ThreadsTest : public ChannelTest, public testing::WithParamInterface<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(EachLock, ThreadsTest, testing::ValuesIn(std::vector{"engine", "outbox"}));
@@ -98,8 +86,12 @@ INSTANTIATE_TEST_SUITE_P(EachLock, ThreadsTest, testing::ValuesIn(std::vector{"e
 TEST_P(ThreadsTest, AHangingImagerNamesTheCulpritAndEndsInOrder) {
     const std::string lock = GetParam();
     Program imager("imager", {"--hang", lock});
-    std::string errors;
-    const std::string json = FindsHang(errors);
+    std::optional<Program> bench;
+    do {
+        bench.emplace("bench", std::vector<std::string>{"imager", "threads", "--json"});
+    } while (bench->Wait() != 1); // it finds that the imager hangs
+    const std::string json = bench->Output();
+    const std::string errors = bench->Errors();
     EXPECT_PRED2(Holds, json, R"({"name":"sender","id":)");
     EXPECT_PRED2(Holds, json, R"("holds":[{"lock":")" + lock + R"(","since":"20)");
     EXPECT_PRED2(Holds, json, R"("locker":"Server::Hang(): "}],"waits":null})");
