@@ -100,15 +100,11 @@ TEST_F(CommandHandlerTest, CommandsThatTheStateForbidsAreRefusedAndChangeNothing
 }
 
 TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
-    const std::vector<std::pair<Size, ZRErrors::ZRErrorT>> plates = {
-        {{1200'01, 580'00}, ZRErrors::e_Phs_PlateTooWide},
-        {{249'99, 580'00}, ZRErrors::e_Phs_PlateTooNarrow},
-        {{345'00, 1500'01}, ZRErrors::e_Phs_PlateTooLong},
-        {{345'00, 0}, ZRErrors::e_Phs_PlateTooShort},
-    };
-    for (const auto& [plate, code] : plates) {
-        EXPECT_EQ(CodeOf(Tell(MakeLoadCommand(plate))), code) << FormatSize(plate);
-    }
+    const auto loading = [&](const Size& plate) { return CodeOf(Tell(MakeLoadCommand(plate))); };
+    EXPECT_EQ(loading({1200'01, 580'00}), ZRErrors::e_Phs_PlateTooWide);
+    EXPECT_EQ(loading({249'99, 580'00}), ZRErrors::e_Phs_PlateTooNarrow);
+    EXPECT_EQ(loading({345'00, 1500'01}), ZRErrors::e_Phs_PlateTooLong);
+    EXPECT_EQ(loading({345'00, 0}), ZRErrors::e_Phs_PlateTooShort);
     Load();
     const auto exposing = [&](auto&& change) {
         Job job = kJob;
@@ -128,7 +124,6 @@ TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
 TEST_F(CommandHandlerTest, EveryTextThatIsNoReplyIsAnswered) {
     const std::tuple<const char*, std::uint16_t, ZRErrors::ZRErrorT> cases[] = {
         {"", kClient, kInvalidData},
-        {"hello", kClient, kInvalidData},
         {"1;1;7;0", kClient, kInvalidData},
         {"1;17;7;0;;", kOther, kUnimplemented},
         {"1;-1;7;0;;", kOther, kUnimplemented},

@@ -62,9 +62,7 @@ TEST(Message, OnlyWholePacketsAreRead) {
     Message message;
     EXPECT_EQ(Decode("1;1;1;1;" + std::string(300, 'x') + ";", message), kInvalidData);
     EXPECT_EQ(Decode("1;2;3;-4;text;more;and more", message), ZRErrors::e_General_NoError);
-    EXPECT_EQ(message.value, -4);
-    EXPECT_EQ(message.text, "text");
-    EXPECT_EQ(message.qualifier, "more;and more");
+    EXPECT_TRUE(message.value == -4 && message.text == "text" && message.qualifier == "more;and more");
 }
 
 TEST(Message, CommandsWithMissingOrHostileParametersAreNotRead) {

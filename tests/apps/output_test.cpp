@@ -43,11 +43,10 @@ TEST(Output, ShortenedCountsCharactersNotBytes) {
 
 TEST(Suggestion, NamesTheNearestWordOrNone) {
     const std::vector<std::string> words = {"status", "send", "receive", "watch"};
-    const std::vector<std::pair<const char*, const char*>> cases = {
-        {"staus", "status"}, {"STATUS", "status"}, {"stauts", "status"}, {"recieve", "receive"}, {"wtach", "watch"}};
-    for (const auto& [typed, meant] : cases) {
-        EXPECT_EQ(Suggestion(typed, words), " (did you mean '" + std::string(meant) + "'?)") << typed;
+    for (const char* typed : {"staus", "STATUS", "stauts", "sttatus", "setatus"}) {
+        EXPECT_EQ(Suggestion(typed, words), " (did you mean 'status'?)") << typed;
     }
+    EXPECT_EQ(Suggestion("recieve", words), " (did you mean 'receive'?)");
     for (const std::string& typed : {std::string("image"), std::string("x"), std::string(), std::string(5000, 's')}) {
         EXPECT_EQ(Suggestion(typed, words), "") << typed.substr(0, 20);
     }

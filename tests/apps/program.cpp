@@ -1,6 +1,7 @@
 #include "tests/apps/program.h"
 
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #ifndef _WIN32
@@ -20,11 +21,7 @@ std::string ReadFile(const std::string& path) {
 std::string Line(const std::vector<std::string>& words) {
     std::string line;
     for (const std::string& word : words) {
-        line += '"';
-        for (const char c : word) {
-            line += c == '"' ? "\\\"" : std::string(1, c);
-        }
-        line += "\" ";
+        line += '"' + std::regex_replace(word, std::regex("\""), "\\\"") + "\" ";
     }
     return line;
 }

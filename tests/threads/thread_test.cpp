@@ -1,7 +1,7 @@
 #include "gaizior/threads/thread.h"
 
-#include "gaizior/errors/error_text.h"
 #include "gaizior/errors/exception.h"
+#include "gaizior/errors/failure.h"
 #include "gaizior/platform/timing.h"
 #include "gaizior/platform/unique_handle.h"
 #include "tests/support/allocation_failure.h"
@@ -14,7 +14,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -35,16 +34,9 @@ struct Worker : ZRThreadC {
 
     explicit Worker(BodyT toRun = &UntilAsked, ZRThreadC* parent = nullptr, unsigned long stopTimeout = kForever,
                     int autoDelete = 0)
-        : ZRThreadC("Worker", parent, stopTimeout, autoDelete), body(std::move(toRun)) {
-        ++s_living;
-    }
-    Worker(const Worker& other) : ZRThreadC(other), body(other.body) {
-        ++s_living;
-    }
-    Worker& operator=(const Worker&) = default;
+        : ZRThreadC("Worker", parent, stopTimeout, autoDelete), body(std::move(toRun)) {}
     ~Worker() override {
         stop();
-        --s_living;
     }
     ZRErrorT run() override {
         return body(*this);
@@ -67,8 +59,9 @@ struct Worker : ZRThreadC {
     using ZRThreadC::Sleep;
     using ZRThreadC::SleepEx;
 
-    static inline std::atomic<int> s_living{0};
     BodyT body;
+    std::shared_ptr<int> countsAsLiving = s_living;
+    static inline const std::shared_ptr<int> s_living = std::make_shared<int>(); // used by itself and each worker
 };
 
 /// Static, and still running when the process ends.
@@ -80,7 +73,7 @@ struct ThreadTest : testing::Test {
     }
     ~ThreadTest() override {
         seams::SetTimeDivisor(1);
-        EXPECT_EQ(Worker::s_living, 1);
+        EXPECT_EQ(Worker::s_living.use_count(), 2);
     }
     /// Waits for a line, whatever stands before it. One thread at a time.
     void Await(const std::string& line) {
@@ -99,12 +92,10 @@ UniqueHandle Event() {
     return UniqueHandle(::CreateEventA(nullptr, TRUE, FALSE, nullptr));
 }
 std::string Id(ZRThreadC& thread) {
-    std::ostringstream text;
-    text << "0x" << std::hex << thread.GetThreadID();
-    return text.str();
+    return Composed("0x", std::hex, thread.GetThreadID());
 }
-std::string SystemError(DWORD error) {
-    return ZRErrToStr(static_cast<ZRErrorT>(0x20000000 | error)) + std::string("\n");
+std::string FailedOnWorker(DWORD error) {
+    return Composed(" failed on thread: Worker: ", CodeText(FoldSystemError(error)), '\n');
 }
 
 TEST_F(ThreadTest, IsStartedAndStoppedAsOftenAsAsked) {
@@ -131,7 +122,7 @@ TEST_F(ThreadTest, IsStartedAndStoppedAsOftenAsAsked) {
 TEST_F(ThreadTest, ABodyThatIsMissingOrThrowsEndsWithACodeAndALine) {
     const std::pair<Worker::BodyT, std::string> cases[] = {
         {[](Worker&) -> ZRErrorT { throw std::runtime_error("paper jam"); }, "paper jam\n"},
-        {[](Worker&) -> ZRErrorT { throw ZRExceptionC(e_Arguments_Bad); }, ZRErrToStr(e_Arguments_Bad)},
+        {[](Worker&) -> ZRErrorT { throw ZRExceptionC(e_Arguments_Bad); }, Composed(CodeText(e_Arguments_Bad))},
         {[](Worker&) -> ZRErrorT { throw 7; }, "what is no exception of the language or the library\n"},
     };
     for (const auto& [body, text] : cases) {
@@ -152,12 +143,10 @@ TEST_F(ThreadTest, ABodyThatDoesNotEndIsWaitedForUntilTheStopTimeOut) {
             [&](Worker& self) {
                 EXPECT_EQ(self.stop(), 0);
                 Await("20 WARNING: ZRThreadC::stop(): Cannot stop() thread from within itself ignoring request\n");
-                if (timeout == kForever) {
-                    Await("1ZRThreadC::stop(): Waiting for thread Worker id " + Id(self) + " to die...\n");
-                } else {
-                    Await("Could not stop thread. Thread being killed, this could leave dangling resources.\n" +
-                          kError + "stop(): DON'T KNOW HOW TO KILL THREADS!!!!!!!\n");
-                }
+                Await(timeout == kForever
+                          ? "1ZRThreadC::stop(): Waiting for thread Worker id " + Id(self) + " to die...\n"
+                          : "Could not stop thread. Thread being killed, this could leave dangling resources.\n" +
+                                kError + "stop(): DON'T KNOW HOW TO KILL THREADS!!!!!!!\n");
                 ::SetEvent(isOver.Get());
                 return e_General_NoError;
             },
@@ -186,11 +175,8 @@ TEST_F(ThreadTest, AStopAsksAllChildrenAndEndsAllThatDescendFirst) {
         EXPECT_EQ(each->start(), 0);
     }
     EXPECT_TRUE(parent->bIsParent() && !first.bIsParent() && grandchild.GetParent() == &first);
-    std::vector<ZRThreadC*> children;
-    for (ZRThreadC* child = nullptr; (child = parent->FindChild(child)) != nullptr;) {
-        children.push_back(child);
-    }
-    EXPECT_EQ(children, (std::vector<ZRThreadC*>{&idle, &second, &first}));
+    EXPECT_TRUE(parent->FindChild(nullptr) == &idle && parent->FindChild(&idle) == &second);
+    EXPECT_TRUE(parent->FindChild(&second) == &first && !parent->FindChild(&first));
     EXPECT_EQ(parent->stop(), e_Resource_AllocationFailed) << "of the one that was never started, as decided";
     EXPECT_TRUE(wereFirst && !parent->GetThread());
     EXPECT_EQ(idle.RemoveThread(0) + idle.RemoveThread(0), 0);
@@ -211,13 +197,12 @@ TEST_F(ThreadTest, OneThatDeletesItselfMayBeStoppedMeanwhileThroughItsParent) {
         Worker parent(round % 2 ? &Worker::UntilAsked : &Worker::Nothing);
         parent.start();
         for (const Worker::BodyT& body : {Worker::BodyT(&Worker::Nothing), Worker::BodyT(&Worker::UntilAsked)}) {
-            auto* const child = new Worker(body, &parent, kForever, 1);
-            EXPECT_EQ(child->start(), 0);
+            EXPECT_EQ((new Worker(body, &parent, kForever, 1))->start(), 0);
         }
         std::jthread other([&] { EXPECT_EQ(parent.stop(), 0); });
         EXPECT_EQ(parent.stop(), 0);
         other.join();
-        while (Worker::s_living > 2) {
+        while (Worker::s_living.use_count() > 3) {
             ::Sleep(1);
         }
     }
@@ -234,13 +219,11 @@ TEST_F(ThreadTest, StartsAndStopsMayMeet) {
         --bodies;
         return code;
     });
-    const std::function<ZRErrorT()> calls[] = {[&] { return worker.start(); }, [&] { return worker.stop(); },
-                                               [] { return ZRThreadC::stopAll(); }};
     std::vector<std::jthread> threads(6);
     for (std::size_t i = 0; i < threads.size(); ++i) {
-        threads[i] = std::jthread([call = calls[i % 3]] {
+        threads[i] = std::jthread([&worker, i] {
             for (int round = 0; round < 100; ++round) {
-                EXPECT_EQ(call(), 0);
+                EXPECT_EQ(i % 3 == 0 ? worker.start() : i % 3 == 1 ? worker.stop() : ZRThreadC::stopAll(), 0);
             }
         });
     }
@@ -256,15 +239,14 @@ TEST_F(ThreadTest, ASuspendedThreadIsLetGoToEndAndAPriorityIsTheSystemsToGrant) 
         return e_General_NoError;
     });
     EXPECT_EQ(worker.SuspendThread() & worker.ResumeThread(), kFailed);
-    const std::string none = " failed on thread: Worker: " + SystemError(ERROR_INVALID_HANDLE);
+    const std::string none = FailedOnWorker(ERROR_INVALID_HANDLE);
     EXPECT_EQ(log.Take(), kError + "SuspendThread(): suspend" + none + kError + "ResumeThread(): resume" + none);
     worker.start();
     EXPECT_EQ(worker.SetThreadPriority(THREAD_PRIORITY_LOWEST), 1);
     EXPECT_EQ(::GetThreadPriority(worker.GetThread()), THREAD_PRIORITY_LOWEST);
     log.Take();
     EXPECT_EQ(worker.SetThreadPriority(99), 0);
-    EXPECT_EQ(log.Take(), kError + "SetThreadPriority(): SetThreadPriority failed on thread: Worker: " +
-                              SystemError(ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(log.Take(), kError + "SetThreadPriority(): SetThreadPriority" + FailedOnWorker(ERROR_INVALID_PARAMETER));
     for (int round = 0; round < 200; ++round) {
         EXPECT_EQ(worker.SuspendThread() + worker.SuspendThread(), 1u);
         EXPECT_TRUE(worker.IsAlive());
@@ -283,38 +265,36 @@ TEST_F(ThreadTest, WaitsEndWithTheirObjectsOrTheEndEventWhicheverIsFirst) {
     std::vector<void*> handles(64);
     std::ranges::transform(events, handles.begin(), &UniqueHandle::Get);
     Worker worker;
-    const auto any = [&](unsigned count, unsigned long ms) {
-        return worker.WaitForMultipleObjects(count, handles.data(), 0, ms);
-    };
-    const auto all = [&](unsigned count, unsigned long ms) {
-        return worker.WaitForMultipleObjects(count, handles.data(), 1, ms);
+    enum { any, all };
+    const auto wait = [&](int waitAll, unsigned count, unsigned long ms) {
+        return worker.WaitForMultipleObjects(count, handles.data(), waitAll, ms);
     };
     EXPECT_EQ(worker.WaitForSingleObject(handles[0], 1), DWORD{WAIT_TIMEOUT}) << "nothing else is waited for";
-    EXPECT_EQ(any(64, 0) | all(64, 0), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(wait(any, 64, 0) | wait(all, 64, 0), DWORD{WAIT_TIMEOUT});
     worker.start();
     for (const unsigned count : {0u, 1u, 63u}) {
-        EXPECT_EQ(any(count, 1), DWORD{WAIT_TIMEOUT});
+        EXPECT_EQ(wait(any, count, 1), DWORD{WAIT_TIMEOUT});
     }
-    EXPECT_EQ(all(0, 0), 0u);
-    EXPECT_EQ(all(64, 100), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(wait(all, 0, 0), 0u);
+    EXPECT_EQ(wait(all, 64, 100), DWORD{WAIT_TIMEOUT});
     ::SetEvent(handles[62]);
-    EXPECT_EQ(any(63, ~0ul), 62u);
+    EXPECT_EQ(wait(any, 63, ~0ul), 62u);
     ::SetLastError(0);
-    EXPECT_EQ(any(64, 0), kFailed);
+    EXPECT_EQ(wait(any, 64, 0), kFailed);
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
     std::ranges::for_each(handles, &::SetEvent);
     EXPECT_EQ(worker.WaitForSingleObject(handles[0], kForever), 0u);
-    EXPECT_EQ(all(63, 0), 0u) << "each is looked at";
+    EXPECT_EQ(wait(all, 63, 0), 0u) << "each is looked at";
     const UniqueHandle mutex(::CreateMutexA(nullptr, FALSE, nullptr));
     std::jthread([&] { ::WaitForSingleObject(mutex.Get(), 0); }).join();
     handles[1] = mutex.Get();
     ::ResetEvent(handles[0]);
-    EXPECT_EQ(any(2, kForever), DWORD{WAIT_ABANDONED_0} + 1);
+    EXPECT_EQ(wait(any, 2, kForever), DWORD{WAIT_ABANDONED_0} + 1);
     Await("20ZRThreadC::WaitForMultipleObjects( ANY ): returning:  Object 1 was abandoned , Objects[");
     EXPECT_EQ(worker.NotifyEnd(), 0);
-    EXPECT_EQ(any(2, kForever), 1u) << "which is ours";
-    EXPECT_EQ(any(1, kForever), 1u) << "the end event stands behind all";
-    EXPECT_EQ(all(2, kForever), 1u);
+    EXPECT_EQ(wait(any, 2, kForever), 1u) << "which is ours";
+    EXPECT_EQ(wait(any, 1, kForever), 1u) << "the end event stands behind all";
+    EXPECT_EQ(wait(all, 2, kForever), 1u);
     EXPECT_EQ(worker.WaitForSingleObject(handles[0], kForever), 1u);
 }
 
