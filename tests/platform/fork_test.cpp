@@ -89,10 +89,16 @@ TEST_F(ForkedChildren, StartProcessesAndSeeTheirParentsEnd) {
     AwaitTold(); // before the next one tells in the same place
     ForkedChild child([&] {
         EXPECT_EQ(Child(nullptr, ChildLine("arguments")).ExitCode(), 0u);
-        EXPECT_TRUE(::TerminateProcess(sibling.Handle(), 7));
-        EXPECT_EQ(::WaitForSingleObject(sibling.Handle(), INFINITE), WAIT_OBJECT_0);
+        const UniqueHandle opened(::OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                                sibling.Information().dwProcessId));
         DWORD code = 0;
-        EXPECT_EQ(ErrorOf(::GetExitCodeProcess(sibling.Handle(), &code)), ERROR_NOT_SUPPORTED) << "not its child";
+        EXPECT_TRUE(::GetExitCodeProcess(opened.Get(), &code) && code == STILL_ACTIVE);
+        EXPECT_TRUE(::TerminateProcess(opened.Get(), 7));
+        for (const HANDLE handle : {sibling.Handle(), opened.Get()}) {
+            EXPECT_EQ(::WaitForSingleObject(handle, INFINITE), WAIT_OBJECT_0);
+            EXPECT_EQ(ErrorOf(::GetExitCodeProcess(handle, &code)), ERROR_NOT_SUPPORTED) << "not its child";
+            EXPECT_EQ(ErrorOf(::TerminateProcess(handle, 7)), ERROR_ACCESS_DENIED) << "it has ended";
+        }
     });
     EXPECT_EQ(child.ExitCode(), 0);
     EXPECT_EQ(sibling.ExitCode(), 128u + SIGKILL);
