@@ -20,7 +20,6 @@
 #include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #ifndef _WIN32
 #include "tests/support/forked_child.h"
@@ -36,8 +35,8 @@ constexpr unsigned short kOwnId = 11;
 constexpr unsigned short kOtherId = 12;
 
 std::mutex g_lineLock;
-std::vector<std::string> g_lines; ///< each with its level before it
-bool g_isMutexOurs;               ///< the test holds the channel's mutex itself
+std::string g_lines; ///< each with its level before it
+bool g_isMutexOurs;  ///< the test holds the channel's mutex itself
 
 /// Called while the channel is locked it would never see another thread get the mutex.
 void ExpectMutexFree() {
@@ -53,7 +52,7 @@ void KeepLine(int level, int, const char* text) {
         std::thread(&ExpectMutexFree).join();
     }
     const std::lock_guard lock(g_lineLock);
-    g_lines.push_back(std::to_string(level) + text);
+    g_lines += std::to_string(level) + text;
 }
 
 class ChannelTest : public ::testing::Test {
@@ -80,8 +79,7 @@ protected:
 
     static bool Logged(const std::string& part) {
         const std::lock_guard lock(g_lineLock);
-        return std::any_of(g_lines.begin(), g_lines.end(),
-                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
+        return g_lines.find(part) != std::string::npos;
     }
 
     test::Watchdog watchdog;
@@ -151,15 +149,13 @@ TEST_F(OpenChannelTest, ClosingDumpsWhatIsLeft) {
     ZcSendMessage("stays", 1000, kOtherId);
     g_lines.clear();
     ZcCloseComms();
-    const std::vector<std::string> expected = {
-        "5Dumping messages\r\n",        "5pChan->nMessages:     1\r\n",     "5pChan->start_of_list: 0\r\n",
-        "5pChan->end_of_list:   0\r\n", "5===========================\r\n", "5DestID=12, Taken=1, Msg=<stays>\r\n",
-        "5Dumped 1 messages\r\n"};
-    EXPECT_EQ(g_lines, expected);
+    EXPECT_EQ(g_lines, "5Dumping messages\r\n5pChan->nMessages:     1\r\n5pChan->start_of_list: 0\r\n"
+                       "5pChan->end_of_list:   0\r\n5===========================\r\n"
+                       "5DestID=12, Taken=1, Msg=<stays>\r\n5Dumped 1 messages\r\n");
     EXPECT_EQ(block->nMessages, 1) << "its addressee may still come";
     g_lines.clear();
     ZcCloseComms();
-    EXPECT_EQ(g_lines, std::vector<std::string>{"1No Pool to dump messages from!!\r\n"});
+    EXPECT_EQ(g_lines, "1No Pool to dump messages from!!\r\n");
 }
 
 TEST_F(OpenChannelTest, AFullPoolRefusesAndDropsNothing) {
@@ -248,7 +244,7 @@ TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
         g_lines.clear();
         EXPECT_EQ(ZcOpenComms(kOwnId), error);
         EXPECT_TRUE(Logged(std::string("0ZcOpenComms: ERROR: ") + line));
-        EXPECT_EQ(g_lines.size(), 1u) << "a failed open only releases what it took";
+        EXPECT_EQ(std::ranges::count(g_lines, '\n'), 1) << "a failed open only releases what it took";
         inTheWay = UniqueHandle();
         EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
     }

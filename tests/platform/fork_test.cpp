@@ -31,14 +31,13 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     const UniqueHandle taken = Event();
     const UniqueHandle end = Event(TRUE);
     DWORD id = 0;
-    const UniqueHandle thread(::CreateThread(
-        nullptr, 0, [](void* until) { return ::WaitForSingleObject(until, INFINITE); }, end.Get(), 0, &id));
-    std::thread other([&] {
+    std::function<DWORD()> holdMutex = [&] {
         EXPECT_EQ(Wait(others), WAIT_OBJECT_0);
         ::SetEvent(taken.Get());
         EXPECT_EQ(Wait(end, INFINITE), WAIT_OBJECT_0);
-        EXPECT_TRUE(::ReleaseMutex(others.Get()));
-    });
+        return ::ReleaseMutex(others.Get());
+    };
+    const UniqueHandle thread = Start(holdMutex, &id);
     EXPECT_EQ(Wait(taken, INFINITE), WAIT_OBJECT_0);
     ForkedChild child([&] {
         EXPECT_EQ(ErrorOf(::ReleaseMutex(named.Get())), DWORD{ERROR_NOT_OWNER});
@@ -56,8 +55,7 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     EXPECT_EQ(child.ExitCode(), 0);
     EXPECT_TRUE(::ReleaseMutex(mine.Get()) && ::ReleaseMutex(named.Get()));
     ::SetEvent(end.Get());
-    other.join();
-    EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(ExitCode(thread), DWORD{TRUE});
 }
 
 TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {

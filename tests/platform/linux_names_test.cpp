@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <filesystem>
 #include <fstream>
 #include <thread>
 #include <tuple>

@@ -3,14 +3,12 @@
 #include "tests/platform/objects.h"
 
 #include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <tuple>
 #include <utility>
 
 #ifndef _WIN32
 #include <fcntl.h>
-#include <unistd.h>
 #endif
 
 namespace gaizior::test {
