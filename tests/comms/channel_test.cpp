@@ -14,11 +14,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <thread>
 #include <tuple>
 
 #ifndef _WIN32

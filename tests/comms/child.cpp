@@ -15,7 +15,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 #include <vector>
 
 namespace gaizior::test {

@@ -12,14 +12,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <random>
 #include <span>
-#include <thread>
 #include <utility>
 #include <vector>
 

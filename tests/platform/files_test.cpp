@@ -12,11 +12,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <iterator>
-#include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>

@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
-#include <thread>
 #include <vector>
 
 #include <sys/resource.h>

@@ -6,14 +6,12 @@
 #include <array>
 #include <atomic>
 #include <fstream>
-#include <thread>
 #include <tuple>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace gaizior::test {
 namespace {

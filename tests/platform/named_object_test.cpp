@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <thread>
 #include <tuple>
 #include <vector>
 

@@ -9,8 +9,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
-#include <string>
 #include <utility>
 
 namespace {

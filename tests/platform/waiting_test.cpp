@@ -4,8 +4,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <functional>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
