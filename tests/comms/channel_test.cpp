@@ -14,12 +14,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <thread>
-#include <vector>
+#include <tuple>
+
+#ifndef _WIN32
+#include "tests/support/forked_child.h"
+#endif
 
 namespace gaizior {
 namespace {
@@ -31,8 +32,8 @@ constexpr unsigned short kOwnId = 11;
 constexpr unsigned short kOtherId = 12;
 
 std::mutex g_lineLock;
-std::vector<std::string> g_lines; ///< each with its level before it
-bool g_isMutexOurs;               ///< the test holds the channel's mutex itself
+std::string g_lines; ///< each with its level before it
+bool g_isMutexOurs;  ///< the test holds the channel's mutex itself
 
 /// Called while the channel is locked it would never see another thread get the mutex.
 void ExpectMutexFree() {
@@ -48,7 +49,7 @@ void KeepLine(int level, int, const char* text) {
         std::thread(&ExpectMutexFree).join();
     }
     const std::lock_guard lock(g_lineLock);
-    g_lines.push_back(std::to_string(level) + text);
+    g_lines += std::to_string(level) + text;
 }
 
 class ChannelTest : public ::testing::Test {
@@ -75,8 +76,7 @@ protected:
 
     static bool Logged(const std::string& part) {
         const std::lock_guard lock(g_lineLock);
-        return std::any_of(g_lines.begin(), g_lines.end(),
-                           [&](const std::string& line) { return line.find(part) != std::string::npos; });
+        return g_lines.find(part) != std::string::npos;
     }
 
     test::Watchdog watchdog;
@@ -93,12 +93,19 @@ protected:
 TEST_F(OpenChannelTest, AMessageArrivesWholeUpTo255CharactersAndCutWhereTheBufferEnds) {
     ASSERT_EQ(opened, e_General_NoError);
     EXPECT_EQ(ZcGetCommsOSError(), 0u);
+    const UniqueHandle event(::OpenEventA(SYNCHRONIZE, FALSE, kChannelEventName));
+    const auto isEventSet = [&] { return ::WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; };
     for (const std::size_t length : {0u, 1u, 254u, 255u, 256u, 300u}) {
         const std::string text(length, 'm');
         ASSERT_EQ(ZcSendMessage(text.c_str(), 1000, kOwnId), e_General_NoError);
         EXPECT_EQ(Receive(), text.substr(0, 255)) << length;
+        EXPECT_FALSE(isEventSet()) << "the pool holds no message";
     }
-    ASSERT_EQ(ZcSendMessage("abcdef", 1000, kOwnId), e_General_NoError);
+    for (const char* text : {"1", "abcdef"}) {
+        ASSERT_EQ(ZcSendMessage(text, 1000, kOwnId), e_General_NoError);
+    }
+    EXPECT_EQ(Receive(), "1");
+    EXPECT_TRUE(isEventSet()) << "it still holds one";
     char buffer[] = {'?', '?', '?', '!'};
     EXPECT_EQ(ZcReceiveMessage(buffer, 3, 0), e_General_NoError) << "one cycle needs no time";
     EXPECT_EQ(std::string(buffer, 4), std::string("ab\0!", 4));
@@ -139,15 +146,13 @@ TEST_F(OpenChannelTest, ClosingDumpsWhatIsLeft) {
     ZcSendMessage("stays", 1000, kOtherId);
     g_lines.clear();
     ZcCloseComms();
-    const std::vector<std::string> expected = {
-        "5Dumping messages\r\n",        "5pChan->nMessages:     1\r\n",     "5pChan->start_of_list: 0\r\n",
-        "5pChan->end_of_list:   0\r\n", "5===========================\r\n", "5DestID=12, Taken=1, Msg=<stays>\r\n",
-        "5Dumped 1 messages\r\n"};
-    EXPECT_EQ(g_lines, expected);
+    EXPECT_EQ(g_lines, "5Dumping messages\r\n5pChan->nMessages:     1\r\n5pChan->start_of_list: 0\r\n"
+                       "5pChan->end_of_list:   0\r\n5===========================\r\n"
+                       "5DestID=12, Taken=1, Msg=<stays>\r\n5Dumped 1 messages\r\n");
     EXPECT_EQ(block->nMessages, 1) << "its addressee may still come";
     g_lines.clear();
     ZcCloseComms();
-    EXPECT_EQ(g_lines, std::vector<std::string>{"1No Pool to dump messages from!!\r\n"});
+    EXPECT_EQ(g_lines, "1No Pool to dump messages from!!\r\n");
 }
 
 TEST_F(OpenChannelTest, AFullPoolRefusesAndDropsNothing) {
@@ -166,19 +171,6 @@ TEST_F(OpenChannelTest, AFullPoolRefusesAndDropsNothing) {
     receiver.join();
 }
 
-TEST_F(OpenChannelTest, TheEventTellsWhetherThePoolHoldsMessages) {
-    const UniqueHandle event(::OpenEventA(SYNCHRONIZE, FALSE, kChannelEventName));
-    const auto isSet = [&] { return ::WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; };
-    EXPECT_FALSE(isSet());
-    ZcSendMessage("1", 1000, kOwnId);
-    ZcSendMessage("2", 1000, kOwnId);
-    EXPECT_TRUE(isSet());
-    EXPECT_EQ(Receive(), "1");
-    EXPECT_TRUE(isSet());
-    EXPECT_EQ(Receive(), "2");
-    EXPECT_FALSE(isSet());
-}
-
 TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
     char buffer[4] = "abc";
     EXPECT_EQ(ZcSendMessage("x", 0, 1), e_Command_Aborted);
@@ -186,6 +178,9 @@ TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
     EXPECT_STREQ(buffer, "") << "whatever was in it";
     EXPECT_EQ(ZcGetCommsOSError(), ERROR_INVALID_HANDLE);
     EXPECT_TRUE(Logged("0ZcReceiveMessage: ERROR: the channel is not open"));
+    EXPECT_EQ(ZcSnapshot(std::make_unique<ZcChannel>().get(), 100), e_Resource_AllocationFailed)
+        << "nobody has it open";
+    EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
     ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
     ZcSendMessage("kept", 1000, kOwnId);
     EXPECT_EQ(ZcSendMessage(nullptr, 0, 1), e_Command_Aborted);
@@ -225,19 +220,12 @@ TEST_F(ChannelTest, AMutexThatIsNotFreeOrNotHeldIsAFailure) {
     EXPECT_TRUE(Logged("0Test: ERROR: releasing the mutex failed with system error 288"));
 }
 
-/// An event under a name of the channel, or a section of that size.
-struct Obstacle {
-    const char* name;
-    DWORD size;
-    ZRErrorT expected;
-    const char* line;
-};
-
 TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
     constexpr auto kSize = static_cast<DWORD>(sizeof(ZcChannel));
     constexpr auto kStep = static_cast<DWORD>(kSectionGranularity);
     constexpr const char* kWrongSize = "mapping all of the shared memory, and no more, failed";
-    const Obstacle obstacles[] = {
+    // An event (size 0) or a section under a name of the channel, the error and its line.
+    const std::tuple<const char*, DWORD, ZRErrorT, const char*> obstacles[] = {
         {kChannelMutexName, 0, e_Resource_AllocationFailed, "creating the mutex failed with system error 6"},
         {kChannelEventName, 1, e_Resource_AllocationFailed, "creating the event failed with system error 6"},
         {kChannelSectionName, 0, e_File_MappingFailed, "opening the shared memory failed with system error 6"},
@@ -245,15 +233,15 @@ TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
         {kChannelSectionName, kSize - kStep, e_File_MappingFailed, kWrongSize},
         {kChannelSectionName, kSize + kStep, e_File_MappingFailed, kWrongSize},
     };
-    for (const Obstacle& obstacle : obstacles) {
-        SCOPED_TRACE(obstacle.name + std::to_string(obstacle.size));
-        UniqueHandle inTheWay(obstacle.size == 0 ? ::CreateEventA(nullptr, TRUE, FALSE, obstacle.name)
-                                                 : ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
-                                                                        0, obstacle.size, obstacle.name));
+    for (const auto& [name, size, error, line] : obstacles) {
+        SCOPED_TRACE(name + std::to_string(size));
+        UniqueHandle inTheWay(size == 0
+                                  ? ::CreateEventA(nullptr, TRUE, FALSE, name)
+                                  : ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, name));
         g_lines.clear();
-        EXPECT_EQ(ZcOpenComms(kOwnId), obstacle.expected);
-        EXPECT_TRUE(Logged(std::string("0ZcOpenComms: ERROR: ") + obstacle.line));
-        EXPECT_EQ(g_lines.size(), 1u) << "a failed open only releases what it took";
+        EXPECT_EQ(ZcOpenComms(kOwnId), error);
+        EXPECT_TRUE(Logged(std::string("0ZcOpenComms: ERROR: ") + line));
+        EXPECT_EQ(std::ranges::count(g_lines, '\n'), 1) << "a failed open only releases what it took";
         inTheWay = UniqueHandle();
         EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
     }
@@ -264,37 +252,55 @@ TEST_F(ChannelTest, WhatIsNotTheChannelsMakesTheOpenFailAndStays) {
     EXPECT_EQ(ZcSendMessage("x", 0, 1), e_Command_Aborted) << "the process is left closed";
 }
 
-TEST_F(ChannelTest, ASnapshotShowsTheQueueAndTakesNothing) {
-    const auto block = std::make_unique<ZcChannel>();
-    EXPECT_EQ(ZcSnapshot(block.get(), 100), e_Resource_AllocationFailed) << "nobody has the channel open";
-    EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
-    ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
-    ZcSendMessage("1", 1000, kOtherId);
-    ZcSendMessage("2", 1000, kOwnId);
-    ASSERT_EQ(ZcSnapshot(block.get(), 100), e_General_NoError);
-    ZcFindingsT findings;
-    EXPECT_EQ(ZcExamine(block.get(), &findings), e_General_NoError);
-    EXPECT_EQ(findings.nQueued, 2);
-    EXPECT_STREQ(block->slots[findings.anOrder[1]].msg, "2");
-    block->slots[1].prev = 7;
-    EXPECT_EQ(ZcExamine(block.get(), &findings), e_Object_InvalidData);
-    EXPECT_STREQ(findings.szDamage, "slot 1 follows slot 0 but names slot 7");
-    EXPECT_EQ(Receive(), "2");
-}
-
-TEST_F(OpenChannelTest, ARepairIsToldAndLogged) {
+TEST_F(OpenChannelTest, DamageIsToldAndItsRepairLogged) {
     char report[256];
+    ZcFindingsT findings;
     ZcSendMessage("kept", 1000, kOwnId);
+    ZcSendMessage("kept too", 1000, kOwnId);
+    block->slots[1].prev = 7;
+    EXPECT_EQ(ZcExamine(block.Get(), &findings), e_Object_InvalidData);
+    EXPECT_STREQ(findings.szDamage, "slot 1 follows slot 0 but names slot 7");
+    block->slots[1].prev = 0;
     block->nMessages = 9;
     EXPECT_EQ(ZcRepair(report, 10, 100), e_General_NoError);
     EXPECT_STREQ(report, "the count") << "cut to fit";
-    EXPECT_TRUE(Logged("0ZcRepair: WARNING: the block was damaged: the count says 9, 1 slots are taken; list rebuilt"));
+    EXPECT_TRUE(Logged("0ZcRepair: WARNING: the block was damaged: the count says 9, 2 slots are taken; list rebuilt"));
     EXPECT_EQ(ZcRepair(report, sizeof(report), 100), e_General_NoError);
     EXPECT_STREQ(report, "");
     block->start_of_list = 5000;
     EXPECT_EQ(Receive(), "kept");
     EXPECT_TRUE(Logged("0ZcReceiveMessage: WARNING: the block was damaged: the list leads to slot 5000; list rebuilt"));
 }
+
+#ifndef _WIN32
+
+/// Parent and forked child are two processes with the same ID: either sends, receives and closes, and the other goes
+/// on.
+TEST_F(ChannelTest, IsOpenInParentAndForkedChildAndClosedInEach) {
+    g_isMutexOurs = true; // the thread sanitizer ends a forked child that starts a thread
+    const auto closeFirst = [] {
+        EXPECT_EQ(ZcSendMessage("go on", 1000, kOwnId), e_General_NoError);
+        ZcCloseComms();
+    };
+    const auto closeLast = [] {
+        EXPECT_EQ(Receive(), "go on");
+        EXPECT_EQ(ZcSendMessage("alone", 1000, kOwnId), e_General_NoError);
+        EXPECT_EQ(Receive(), "alone");
+        ZcCloseComms();
+    };
+    ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
+    test::ForkedChild first(closeFirst);
+    EXPECT_EQ(first.ExitCode(), 0);
+    closeLast();
+    EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
+    ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
+    test::ForkedChild last(closeLast);
+    closeFirst();
+    EXPECT_EQ(last.ExitCode(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(names.Path()));
+}
+
+#endif
 
 } // namespace
 } // namespace gaizior

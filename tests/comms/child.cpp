@@ -15,8 +15,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
-#include <thread>
 #include <vector>
 
 namespace gaizior::test {

@@ -7,7 +7,6 @@
 
 #include <memory>
 #include <sstream>
-#include <string>
 
 namespace gaizior {
 namespace {

@@ -1,7 +1,5 @@
 #include "gaizior/errors/error_record.h"
 
-#include "gaizior/errors/exception.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -26,11 +24,6 @@ TEST(ErrorRecord, KeepsTheTailOfALongTextAndNothingBeyondItsBytes) {
     ZRFillError(&own, ZRErrors::e_Buffer_TooSmall, 0, own.m_szText + 4, 0);
     EXPECT_STREQ(own.m_szText, "own text");
     EXPECT_EQ(ZRFillError(nullptr, ZRErrors::e_Buffer_TooSmall, 0, "x", 0), 124u);
-}
-
-TEST(Exception, CarriesItsCode) {
-    const ZRErrors::ZRErrorT code = ZRExceptionC(ZRErrors::e_Command_TimedOut);
-    EXPECT_EQ(code, 0x7DDu);
 }
 
 } // namespace

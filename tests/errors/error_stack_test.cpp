@@ -11,8 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <string>
-#include <thread>
 #include <utility>
 
 namespace gaizior {

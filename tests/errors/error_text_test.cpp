@@ -24,7 +24,6 @@ constexpr ZRErrors::ZRErrorT Code(std::uint32_t number) {
 TEST(ErrorText, CodesGiveTheirMessageAndNumberAndFoldedOnesTheSystemsText) {
     const std::pair<std::uint32_t, const char*> cases[] = {
         {0, "No Error: 0"},
-        {57, "Job Stopped: 57"},
         {0xFFFF, "Last Error Code: 65535"},
         {0x80FF, " Error: e_DummyLastError: 33023"},
         {0x9022, "A bad magic number has been passed into an exposer operation. Error: e_ZRExposer_BadMagic: 36898"},

@@ -67,10 +67,6 @@ std::string Changed(std::string text, std::mt19937& random) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 4) {
-        std::fprintf(stderr, "usage: %s FIRST LAST FILE...\n", argv[0]);
-        return 2;
-    }
     LLVMFuzzerInitialize(&argc, &argv);
     std::signal(SIGABRT, &OnSignal);
 #ifdef GAIZIOR_SANITIZED

@@ -12,20 +12,18 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <iterator>
-#include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
 
 #ifndef _WIN32
+#include "tests/support/forked_child.h"
+
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
-#include <unistd.h>
 #endif
 
 namespace gaizior::test {
@@ -225,30 +223,24 @@ TEST_F(FilesTest, KeepOwnerModeAndLinks) {
     }
 }
 
-TEST_F(FilesTest, AreRefusedWhereTheUserMayNotWrite) {
+TEST_F(FilesTest, AreRefusedWhereTheUserMayNotWriteOrNoMore) {
     Put("file", "old");
-    const uid_t user = ::geteuid();
+    ForkedChild limited([this] {
+        const rlimit limit{5, 5};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        EXPECT_FALSE(File::OpenToAppend(m_file.c_str()).Write(" and more"));
+        EXPECT_EQ(::GetLastError(), ERROR_DISK_FULL);
+        EXPECT_FALSE(SaveFile(m_file.c_str(), "longer"));
+    });
+    EXPECT_EQ(limited.ExitCode(), 0);
     ASSERT_EQ(::chmod(m_folder.Path().c_str(), 0555), 0);
-    ASSERT_TRUE(user != 0 || ::seteuid(65534) == 0);
-    EXPECT_FALSE(SaveFile(m_file.c_str(), "new"));
-    EXPECT_EQ(::GetLastError(), ERROR_ACCESS_DENIED);
-    ASSERT_EQ(::seteuid(user), 0);
+    ForkedChild unprivileged([this] {
+        EXPECT_TRUE(::geteuid() != 0 || ::seteuid(65534) == 0);
+        EXPECT_FALSE(SaveFile(m_file.c_str(), "new"));
+        EXPECT_EQ(::GetLastError(), ERROR_ACCESS_DENIED);
+    });
+    EXPECT_EQ(unprivileged.ExitCode(), 0);
     ASSERT_EQ(::chmod(m_folder.Path().c_str(), 0755), 0);
-    EXPECT_EQ(Contents("file"), "old");
-}
-
-TEST_F(FilesTest, OutlastALimitOnTheirSize) {
-    Put("file", "old");
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit{5, before.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-    File file = File::OpenToAppend(m_file.c_str());
-    const bool isAppended = file.Write(" and more");
-    const DWORD error = ::GetLastError();
-    const bool isSaved = SaveFile(m_file.c_str(), "longer");
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_TRUE(!isAppended && error == ERROR_DISK_FULL && !isSaved) << error;
     EXPECT_EQ(Contents("file"), "old");
     EXPECT_EQ(CountFiles(), 1);
 }

@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
-#include <thread>
 #include <vector>
 
 #include <sys/resource.h>
@@ -31,14 +29,13 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     const UniqueHandle taken = Event();
     const UniqueHandle end = Event(TRUE);
     DWORD id = 0;
-    const UniqueHandle thread(::CreateThread(
-        nullptr, 0, [](void* until) { return ::WaitForSingleObject(until, INFINITE); }, end.Get(), 0, &id));
-    std::thread other([&] {
+    std::function<DWORD()> holdMutex = [&] {
         EXPECT_EQ(Wait(others), WAIT_OBJECT_0);
         ::SetEvent(taken.Get());
         EXPECT_EQ(Wait(end, INFINITE), WAIT_OBJECT_0);
-        EXPECT_TRUE(::ReleaseMutex(others.Get()));
-    });
+        return ::ReleaseMutex(others.Get());
+    };
+    const UniqueHandle thread = Start(holdMutex, &id);
     EXPECT_EQ(Wait(taken, INFINITE), WAIT_OBJECT_0);
     ForkedChild child([&] {
         EXPECT_EQ(ErrorOf(::ReleaseMutex(named.Get())), DWORD{ERROR_NOT_OWNER});
@@ -56,8 +53,7 @@ TEST_F(ForkedChildren, OwnTheirThreadsUnnamedMutexesAndNoneOfTheParentsNamedOnes
     EXPECT_EQ(child.ExitCode(), 0);
     EXPECT_TRUE(::ReleaseMutex(mine.Get()) && ::ReleaseMutex(named.Get()));
     ::SetEvent(end.Get());
-    other.join();
-    EXPECT_EQ(Wait(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(ExitCode(thread), DWORD{TRUE});
 }
 
 TEST_F(ForkedChildren, KeepTheirSignalsToThemselves) {
@@ -89,10 +85,16 @@ TEST_F(ForkedChildren, StartProcessesAndSeeTheirParentsEnd) {
     AwaitTold(); // before the next one tells in the same place
     ForkedChild child([&] {
         EXPECT_EQ(Child(nullptr, ChildLine("arguments")).ExitCode(), 0u);
-        EXPECT_TRUE(::TerminateProcess(sibling.Handle(), 7));
-        EXPECT_EQ(::WaitForSingleObject(sibling.Handle(), INFINITE), WAIT_OBJECT_0);
+        const UniqueHandle opened(::OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                                sibling.Information().dwProcessId));
         DWORD code = 0;
-        EXPECT_EQ(ErrorOf(::GetExitCodeProcess(sibling.Handle(), &code)), ERROR_NOT_SUPPORTED) << "not its child";
+        EXPECT_TRUE(::GetExitCodeProcess(opened.Get(), &code) && code == STILL_ACTIVE);
+        EXPECT_TRUE(::TerminateProcess(opened.Get(), 7));
+        for (const HANDLE handle : {sibling.Handle(), opened.Get()}) {
+            EXPECT_EQ(::WaitForSingleObject(handle, INFINITE), WAIT_OBJECT_0);
+            EXPECT_EQ(ErrorOf(::GetExitCodeProcess(handle, &code)), ERROR_NOT_SUPPORTED) << "not its child";
+            EXPECT_EQ(ErrorOf(::TerminateProcess(handle, 7)), ERROR_ACCESS_DENIED) << "it has ended";
+        }
     });
     EXPECT_EQ(child.ExitCode(), 0);
     EXPECT_EQ(sibling.ExitCode(), 128u + SIGKILL);

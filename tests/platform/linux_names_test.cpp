@@ -5,16 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <filesystem>
 #include <fstream>
-#include <thread>
 #include <tuple>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace gaizior::test {
 namespace {

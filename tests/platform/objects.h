@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 namespace gaizior::test {
@@ -41,6 +42,20 @@ inline std::string TextIn(const UniqueHandle& section) {
     const std::string text = view ? static_cast<const char*>(view) : "(no view)";
     ::UnmapViewOfFile(view);
     return text;
+}
+
+inline DWORD Call(void* function) {
+    return (*static_cast<std::function<DWORD()>*>(function))();
+}
+/// Runs the function, which must live as long, on a thread of its own.
+inline UniqueHandle Start(std::function<DWORD()>& function, DWORD* id = nullptr) {
+    return UniqueHandle(::CreateThread(nullptr, 4096, &Call, &function, 0, id));
+}
+/// Waits for the thread.
+inline DWORD ExitCode(const UniqueHandle& thread) {
+    DWORD exitCode = STILL_ACTIVE;
+    EXPECT_TRUE(Wait(thread, INFINITE) == WAIT_OBJECT_0 && ::GetExitCodeThread(thread.Get(), &exitCode));
+    return exitCode;
 }
 
 /// The last error that a call left which failed; all ones for one that did not.

@@ -3,15 +3,12 @@
 #include "tests/platform/objects.h"
 
 #include <csignal>
-#include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <tuple>
 #include <utility>
 
 #ifndef _WIN32
 #include <fcntl.h>
-#include <unistd.h>
 #endif
 
 namespace gaizior::test {
@@ -96,21 +93,10 @@ TEST_F(Processes, ThatCannotBeStartedSayWhyAndLeaveNoHandles) {
         {nullptr, '/' + tooLong, nullptr, ERROR_FILENAME_EXCED_RANGE},
 #endif
     };
-    for (const auto& [application, text, directory, error] : cases) {
-        PROCESS_INFORMATION information{INVALID_HANDLE_VALUE, INVALID_HANDLE_VALUE, 1, 1};
-        std::string line = text;
-        STARTUPINFOA startup{};
-        startup.cb = sizeof(startup);
-        EXPECT_EQ(ErrorOf(::CreateProcessA(application, line.data(), nullptr, nullptr, FALSE, 0, nullptr, directory,
-                                           &startup, &information)),
-                  error)
-            << (application ? application : "") << ' ' << line.substr(0, 80);
-#ifdef _WIN32
-        if (!application) {
-            continue; // Wine leaves the handles alone where it finds no program to the command line
-        }
-#endif
-        EXPECT_TRUE(!information.hProcess && !information.hThread && !information.dwProcessId);
+    for (const auto& [application, line, directory, error] : cases) {
+        const Child child(application, line, 0, nullptr, directory);
+        EXPECT_EQ(child.Error(), error) << (application ? application : "") << ' ' << line.substr(0, 80);
+        EXPECT_TRUE(!child.Handle() && !child.Information().hThread && !child.Information().dwProcessId);
     }
 }
 
@@ -164,20 +150,6 @@ TEST_F(Processes, GetSignalsAsConsoleEvents) {
         ::kill(id, signal);
         EXPECT_EQ(child.ExitCode(), code) << what << ' ' << signal;
     }
-}
-
-TEST_F(Processes, OfOthersKeepTheirExitCodes) {
-    DWORD stranger = 0;
-    std::FILE* const shell = ::popen("sleep 60 >/dev/null & echo $!", "r");
-    ASSERT_EQ(std::fscanf(shell, "%u", &stranger), 1);
-    ::pclose(shell);
-    const UniqueHandle handle(::OpenProcess(PROCESS_TERMINATE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, stranger));
-    DWORD code = 0;
-    EXPECT_TRUE(::GetExitCodeProcess(handle.Get(), &code) && code == STILL_ACTIVE);
-    EXPECT_TRUE(::TerminateProcess(handle.Get(), 5));
-    EXPECT_EQ(Wait(handle, 30'000), WAIT_OBJECT_0);
-    EXPECT_EQ(ErrorOf(::GetExitCodeProcess(handle.Get(), &code)), ERROR_NOT_SUPPORTED);
-    EXPECT_EQ(ErrorOf(::TerminateProcess(handle.Get(), 5)), ERROR_ACCESS_DENIED) << "it has ended";
 }
 
 #endif

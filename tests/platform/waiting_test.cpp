@@ -4,8 +4,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <functional>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -24,24 +22,6 @@ constexpr DWORD kSoon = 20;
 
 UniqueHandle Semaphore(LONG initial, LONG maximum) {
     return UniqueHandle(::CreateSemaphoreA(nullptr, initial, maximum, nullptr));
-}
-
-DWORD Call(void* function) {
-    return (*static_cast<std::function<DWORD()>*>(function))();
-}
-/// Runs the function, which must live as long, on a thread of its own.
-UniqueHandle Start(std::function<DWORD()>& function) {
-    DWORD id = 0;
-    UniqueHandle thread(::CreateThread(nullptr, 4096, &Call, &function, 0, &id));
-    EXPECT_TRUE(id != 0 && id != ::GetCurrentThreadId());
-    return thread;
-}
-
-/// Waits for the thread.
-DWORD ExitCode(const UniqueHandle& thread) {
-    DWORD exitCode = STILL_ACTIVE;
-    EXPECT_TRUE(Wait(thread, INFINITE) == WAIT_OBJECT_0 && ::GetExitCodeThread(thread.Get(), &exitCode));
-    return exitCode;
 }
 
 using WaitingTest = ObjectTest;
@@ -172,18 +152,11 @@ TEST_F(WaitingTest, AThreadHasThePriorityThatWasSetLastAndBeginsWithTheOrdinaryO
         return ExitCode(Start(isOrdinary));
     };
     DWORD id = 0;
-    const UniqueHandle thread(::CreateThread(nullptr, 0, &Call, &startsAnother, 0, &id));
+    const UniqueHandle thread = Start(startsAnother, &id);
     std::pair last{THREAD_PRIORITY_NORMAL, 0};
-    for (const auto& next : {std::pair{15, -39},
-                             {2, -10},
-                             {1, -5},
-                             {0, 0},
-                             {-3, kUnknown},
-                             {3, kUnknown},
-                             {16, kUnknown},
-                             {-1, 5},
-                             {-2, 10},
-                             {-15, 39}}) {
+    const std::pair<int, int> cases[] = {{15, -39},     {2, -10},       {1, -5}, {0, 0},   {-3, kUnknown},
+                                         {3, kUnknown}, {16, kUnknown}, {-1, 5}, {-2, 10}, {-15, 39}};
+    for (const auto& next : cases) {
         if (::SetThreadPriority(thread.Get(), next.first)) {
             last = next;
         } else {

@@ -3,16 +3,15 @@
 #include <cerrno>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace gaizior::test {
 namespace {
 
-constinit thread_local int t_left = 0;
-constinit thread_local bool t_happened = false;
+constinit thread_local int t_left = 0; ///< until one fails; 0 before and after it
 
 void* Allocate(std::size_t size) {
     if (t_left > 0 && --t_left == 0) {
-        t_happened = true;
         errno = ENOMEM; // as malloc does
         return nullptr;
     }
@@ -28,14 +27,10 @@ void* AllocateOrThrow(std::size_t size) {
 
 } // namespace
 
-void FailNthAllocation(int number) {
+bool FailAllocation(int number, const std::function<void()>& operation) {
     t_left = number;
-    t_happened = false;
-}
-
-bool EndAllocationFailure() {
-    t_left = 0;
-    return t_happened;
+    operation();
+    return std::exchange(t_left, 0) == 0;
 }
 
 } // namespace gaizior::test

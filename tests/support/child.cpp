@@ -1,7 +1,8 @@
 #include "tests/support/child.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
-#include <stdexcept>
 
 namespace gaizior::test {
 
@@ -23,9 +24,7 @@ Child::Child(const char* application, std::string commandLine, DWORD flags, void
 
 Child::Child(const std::string& program, const std::string& arguments)
     : Child(program.c_str(), '"' + program + "\" " + arguments) {
-    if (m_nError != 0) {
-        throw std::runtime_error("cannot start " + program + ": error " + std::to_string(m_nError));
-    }
+    EXPECT_EQ(m_nError, 0u) << "cannot start " << program;
 }
 
 Child::~Child() {

@@ -12,7 +12,7 @@ std::string SiblingProgram(const char* name);
 /// A child process, ended when this goes if it still runs.
 class Child {
 public:
-    /// Starts a program, or throws.
+    /// Starts a program, which is there.
     Child(const std::string& program, const std::string& arguments);
     /// Calls CreateProcessA; what became of it Error tells.
     Child(const char* application, std::string commandLine, DWORD flags = 0, void* environment = nullptr,

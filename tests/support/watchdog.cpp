@@ -1,7 +1,9 @@
 #include "tests/support/watchdog.h"
 
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 
 #ifndef _WIN32
@@ -21,22 +23,11 @@ void PrintStacks() {
 #endif
 }
 
-} // namespace
-
-Watchdog::Watchdog(std::chrono::seconds limit) : m_thread(&Watchdog::Watch, this, limit) {}
-
-Watchdog::~Watchdog() {
-    {
-        const std::lock_guard lock(m_lock);
-        m_bEnded = true;
-    }
-    m_ended.notify_one();
-    m_thread.join();
-}
-
-void Watchdog::Watch(std::chrono::seconds limit) {
-    std::unique_lock lock(m_lock);
-    if (m_ended.wait_for(lock, limit, [this] { return m_bEnded; })) {
+void Watch(const std::stop_token& ended, std::chrono::seconds limit) {
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    std::condition_variable_any().wait_for(lock, ended, limit, [] { return false; });
+    if (ended.stop_requested()) {
         return;
     }
     std::fprintf(stderr, "WATCHDOG: the test still runs after %lld s\n", static_cast<long long>(limit.count()));
@@ -44,5 +35,9 @@ void Watchdog::Watch(std::chrono::seconds limit) {
     std::fflush(nullptr);
     std::_Exit(1);
 }
+
+} // namespace
+
+Watchdog::Watchdog(std::chrono::seconds limit) : m_thread(&Watch, limit) {}
 
 } // namespace gaizior::test

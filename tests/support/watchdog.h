@@ -1,8 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace gaizior::test {
@@ -12,17 +10,9 @@ namespace gaizior::test {
 class Watchdog {
 public:
     explicit Watchdog(std::chrono::seconds limit = std::chrono::seconds(60));
-    ~Watchdog();
-    Watchdog(const Watchdog&) = delete;
-    Watchdog& operator=(const Watchdog&) = delete;
 
 private:
-    void Watch(std::chrono::seconds limit);
-
-    std::mutex m_lock;
-    std::condition_variable m_ended;
-    bool m_bEnded = false;
-    std::thread m_thread;
+    std::jthread m_thread;
 };
 
 } // namespace gaizior::test

@@ -9,8 +9,6 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
-#include <string>
-#include <thread>
 
 #include <sys/stat.h>
 
