@@ -25,18 +25,15 @@ const ThreadState* FindVictim(const ThreadReport& report) {
     return victim;
 }
 
-std::string HoldText(const LockState& lock) {
-    return " as " + LockerText(lock.locker) + ", for " + Span(lock.milliseconds);
-}
-
 Hang Follow(const ThreadReport& report, const ThreadState& victim) {
-    Hang hang{victim.id, victim.name + " hangs: " + ThreadName(report, victim.id) + " waits for '" + victim.awaits +
-                             "' since " + Span(victim.milliseconds)};
+    Hang hang{victim.id, ThreadName(report, victim.id) + " has waited " + Span(victim.milliseconds) + " for '" +
+                             victim.awaits + "'"};
     std::set<int> seen = {victim.id};
     const ThreadState* waiting = &victim;
     while (const LockState* const lock = waiting ? FindHeldLock(report, waiting->awaits) : nullptr) {
         hang.culprit = lock->owner;
-        hang.text += "; " + ThreadName(report, lock->owner) + " holds it" + HoldText(*lock);
+        hang.text += "; " + ThreadName(report, lock->owner) + " has held it for " + Span(lock->milliseconds) + " as " +
+                     lock->locker;
         if (!seen.insert(lock->owner).second) {
             hang.text += ": a deadlock";
             break;
@@ -60,8 +57,8 @@ std::optional<Hang> FindHang(const ThreadReport& report) {
     if (lock == report.locks.end() || lock->owner == 0 || lock->milliseconds < kHangsAfter) {
         return std::nullopt;
     }
-    return Hang{lock->owner, ThreadName(report, lock->owner) + " holds '" + lock->name + "'" + HoldText(*lock) +
-                                 "; nobody waits for it yet"};
+    return Hang{lock->owner, ThreadName(report, lock->owner) + " has held '" + lock->name + "' for " +
+                                 Span(lock->milliseconds) + " as " + lock->locker + "; nobody waits for it yet"};
 }
 
 const ThreadState* FindThread(const ThreadReport& report, int id) {

@@ -113,11 +113,17 @@ Examples:
   bench channel watch --seconds 30 --json
 )";
 
-/// A range whose name is fit for the help.
+/// A range whose name is fit for the help, and in which "nan" is not.
 template <typename Number>
-CLI::Range Within(Number least, Number most) {
+CLI::Validator Within(Number least, Number most) {
     const std::string name = CLI::detail::to_string(least) + ".." + CLI::detail::to_string(most);
-    return CLI::Range(least, most, name);
+    return CLI::Validator(
+        [=](const std::string& text) {
+            Number value{};
+            const bool isWithin = CLI::detail::lexical_cast(text, value) && value >= least && value <= most;
+            return isWithin ? std::string() : "Value " + text + " not in range " + name;
+        },
+        name);
 }
 
 void AddId(CLI::App& app, std::uint16_t& id, const char* help, int most = 65535) {

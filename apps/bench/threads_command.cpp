@@ -13,7 +13,6 @@ namespace {
 
 constexpr const char* kFunction = "ThreadsCommand(): ";
 constexpr std::uint16_t kOwnId = kServiceId + 1; // beside a 'bench channel send' or 'receive' that runs
-constexpr DWORD kPatienceForId = 3000;           // another of this command needs some 2 s to end
 
 const char* PriorityName(int priority) {
     return priority < THREAD_PRIORITY_BELOW_NORMAL    ? "lowest"
@@ -55,7 +54,7 @@ private:
         for (const LockState& lock : m_report.locks) {
             if (lock.owner == thread.id) {
                 PrintLine(margin + "holds '" + lock.name + "'" + Since(lock.milliseconds));
-                PrintLine(margin + "  as " + LockerText(lock.locker));
+                PrintLine(margin + "  as " + lock.locker);
             }
         }
         if (thread.awaits.empty()) {
@@ -64,7 +63,7 @@ private:
         PrintLine(margin + "waits for '" + thread.awaits + "'" + Since(thread.milliseconds));
         if (const LockState* const lock = FindLock(m_report, thread.awaits); lock && lock->owner != 0) {
             PrintLine(margin + "  held by " + ThreadName(m_report, lock->owner));
-            PrintLine(margin + "  as " + LockerText(lock->locker));
+            PrintLine(margin + "  as " + lock->locker);
         }
     }
 
@@ -136,10 +135,16 @@ Outcome AskFor(ThreadReport& report, const ThreadsOptions& options, const Interr
     // Told apart from that of another call whose answers may still be under way.
     const auto request = static_cast<std::int32_t>(::GetTickCount64() & 0x7FFFFFFF);
     ImagerClient client(options.id, static_cast<DWORD>(options.timeout * 1000));
-    if (Outcome failure = client.Open(options.id == kOwnId ? kServiceId : kOwnId, kPatienceForId)) {
+    client.Watch({nullptr, interrupt.Event()});
+    // Another of this command has the ID for as long as it waits for its answer.
+    if (Outcome failure =
+            client.Open(options.id == kOwnId ? kServiceId : kOwnId, static_cast<DWORD>(options.timeout * 1000))) {
+        if (failure->code == kDeviceBusy) {
+            failure->exit = Exit::kTimedOut;
+            failure->text = "another 'bench imager threads' waits for its answer: try again when it has ended";
+        }
         return failure;
     }
-    client.Watch({nullptr, interrupt.Event()});
     ThreadReportReader reader(request);
     Message reply;
     Outcome failure = client.Command(MakeThreadsCommand(request), reply);
@@ -188,7 +193,8 @@ Outcome ThreadsCommand(const ThreadsOptions& options, const Interrupt& interrupt
     }
     if (hang) {
         return Fail(kFunction, ZRErrors::e_CriticalSection_TimeOut, Exit::kFailed,
-                    hang->text + ": 'bench channel send --to " + number + " \"1;5;110;0;;\"' ends the imager");
+                    "imager " + number + " hangs: " + hang->text + ": 'bench channel send --to " + number +
+                        " \"1;5;110;0;;\"' ends the imager");
     }
     return std::nullopt;
 }

@@ -73,7 +73,7 @@ int main(int argc, char** argv) try {
         ->check(CLI::Range(0.01, 100000.0))
         ->type_name("N");
     // For tests and training: not in the help.
-    app.add_option("--hang", options.hang)->group("");
+    const CLI::Option* hang = app.add_option("--hang", options.hang)->type_name("LOCK")->group("");
     app.add_flag("--verbose", verbose, "Tell every step on standard error");
     try {
         app.parse(argc, argv);
@@ -84,7 +84,7 @@ int main(int argc, char** argv) try {
         std::fprintf(stderr, "imager: %s: see 'imager --help'\n", error.what());
         return static_cast<int>(apps::Exit::kUsage);
     }
-    if (!options.hang.empty() && std::ranges::find(apps::kLockNames, options.hang) == apps::kLockNames.end()) {
+    if (hang->count() > 0 && std::ranges::find(apps::kLockNames, options.hang) == apps::kLockNames.end()) {
         std::fprintf(stderr, "imager: there is no lock '%s' to hang in: --hang takes %s or %s\n", options.hang.c_str(),
                      apps::kLockNames[0], apps::kLockNames[1]);
         return static_cast<int>(apps::Exit::kUsage);

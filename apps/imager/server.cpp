@@ -17,6 +17,7 @@ constexpr unsigned kMostUnread = 4;    // a client that does not read gets no mo
 constexpr std::size_t kOutboxLimit = 100;
 constexpr DWORD kTimeForLastWords = 1000;
 constexpr DWORD kTimeToSendDirectly = 500;
+constexpr DWORD kPatienceWhenStuck = 100;
 constexpr DWORD kPatienceForId = 5000; // an imager whose client died needs some 2 s to end
 
 } // namespace
@@ -113,11 +114,12 @@ bool Server::Handle(Worker& self, const char* packet) {
     }
     LockUser engine(m_engineLock, &self, kFunction);
     LockUser outbox(m_outboxLock, &self, kFunction);
+    // Who waited in vain waits less the next time: a hanging imager still tells quickly that it hangs.
+    const DWORD patience = std::exchange(m_bStuck, false) ? kPatienceWhenStuck : kPatienceForLock;
     for (LockUser* const user : {&engine, &outbox}) {
-        // Who waited in vain only tries the next time: a hanging imager still tells quickly that it hangs.
-        const auto code = user->Enter(m_bStuck ? 0 : kPatienceForLock);
-        m_bStuck = code != ZRErrors::e_General_NoError;
-        if (m_bStuck) {
+        const auto code = user->Enter(patience);
+        if (code != ZRErrors::e_General_NoError) {
+            m_bStuck = true;
             const bool isStop = isCommand && command.code == kStop;
             if (isCommand) {
                 const char* const end = isStop ? "; it stops all the same" : "; 'bench imager threads' tells more";
@@ -138,6 +140,12 @@ bool Server::Handle(Worker& self, const char* packet) {
 
 /// Whatever hangs here, this tells it.
 void Server::ReportThreads(const Message& command) {
+    constexpr const char* kFunction = "Server::ReportThreads(): ";
+    const std::uint16_t asker = m_handler.AddresseeOf(command);
+    if (!IsIdInUse(asker)) { // what nobody takes would fill the channel
+        gaizior::LogAt(1, kFunction, "nobody has the ID ", unsigned{asker}, " any more");
+        return;
+    }
     ThreadReport report;
     report.process = static_cast<int>(::GetCurrentProcessId());
     for (Worker* worker : {&m_sender, &m_receiver, &m_engine}) {
@@ -148,7 +156,7 @@ void Server::ReportThreads(const Message& command) {
     }
     for (Message& reply : MakeThreadReplies(report, command.value)) {
         reply.id = m_options.id;
-        SendDirectly({m_handler.AddresseeOf(command), std::move(reply)});
+        SendDirectly({asker, std::move(reply)});
     }
 }
 

@@ -19,7 +19,7 @@ ImagerClient::ImagerClient(std::uint16_t imagerId, DWORD silenceLimit)
       m_receiver("receiver", nullptr, [this](Worker& self) { return ReceiveAll(self); }) {}
 
 Outcome ImagerClient::Open(std::uint16_t id, DWORD patience) {
-    if (Outcome failure = m_channel.Open(id, patience)) {
+    if (Outcome failure = m_channel.Open(id, patience, m_watched.hInterrupt)) {
         return failure;
     }
     const auto code = m_receiver.start();

@@ -92,7 +92,7 @@ ThreadState Examine(Worker& worker) {
 
 LockState Examine(const WatchedLock& lock) {
     const WatchedLock::Hold hold = lock.Holder();
-    return {lock.Name(), ToInt(hold.thread), ToInt(hold.milliseconds), hold.locker};
+    return {lock.Name(), ToInt(hold.thread), ToInt(hold.milliseconds), LockerText(hold.locker)};
 }
 
 std::vector<Message> MakeThreadReplies(const ThreadReport& report, std::int32_t request) {

@@ -20,14 +20,19 @@ ChannelId::~ChannelId() {
     Close();
 }
 
-Outcome ChannelId::Open(std::uint16_t id, DWORD patience) {
+Outcome ChannelId::Open(std::uint16_t id, DWORD patience, HANDLE hInterrupt) {
     constexpr const char* kFunction = "ChannelId::Open(): ";
     constexpr DWORD kPause = 100;
     const std::string number = std::to_string(id);
     const std::string name = NameOf(id);
     DWORD error = TakeName(name);
     for (DWORD waited = 0; error == ERROR_ALREADY_EXISTS && waited < patience; waited += kPause) {
-        ::Sleep(kPause);
+        if (hInterrupt && ::WaitForSingleObject(hInterrupt, kPause) == WAIT_OBJECT_0) {
+            return Fail(kFunction, kUserAborted, Exit::kFailed, "interrupted");
+        }
+        if (!hInterrupt) {
+            ::Sleep(kPause);
+        }
         error = TakeName(name);
     }
     if (error == ERROR_ALREADY_EXISTS) {

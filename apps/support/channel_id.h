@@ -17,8 +17,8 @@ public:
     ChannelId& operator=(const ChannelId&) = delete;
 
     /// Opens the channel; messages left over for the ID are thrown away, as the channel does. Waits up to `patience`
-    /// milliseconds for another process to give the ID up.
-    Outcome Open(std::uint16_t id, DWORD patience = 0);
+    /// milliseconds for another process to give the ID up, or until `hInterrupt` (null: none) is set.
+    Outcome Open(std::uint16_t id, DWORD patience = 0, HANDLE hInterrupt = nullptr);
     /// Waits up to 1.9 s for the pool to drain, as the channel does, and closes it.
     void Close();
     std::uint16_t Id() const {

@@ -23,7 +23,7 @@ Worker::~Worker() {
 }
 
 void Worker::End() {
-    if (!GetThread()) {
+    if (!GetThread() || !m_bHasEnded) {
         return;
     }
     for (ZRThreadC* child = FindChild(nullptr); child; child = FindChild(child)) {
@@ -34,7 +34,9 @@ void Worker::End() {
     }
     NotifyEnd();
     m_bHasEnded = ::WaitForSingleObject(GetThread(), kStopTimeout) == WAIT_OBJECT_0;
-    stop();
+    if (m_bHasEnded) {
+        stop();
+    }
 }
 
 Worker::Wait Worker::Awaited() const {

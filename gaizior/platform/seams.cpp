@@ -35,29 +35,20 @@ ULONGLONG FastTickCount() GAIZIOR_REQUIRES(g_clockLock) {
     return g_tickAtDivisor == 0 ? real : g_ticksUpToThere + (real - g_tickAtDivisor) * g_timeDivisor;
 }
 
-void RestartTicks(unsigned divisor, ULONGLONG ahead) GAIZIOR_REQUIRES(g_clockLock) {
-    g_ticksUpToThere = FastTickCount() + ahead;
-    g_tickAtDivisor = ::GetTickCount64();
-    g_timeDivisor = divisor;
-}
-
 } // namespace
 
 namespace seams {
 
 void SetTimeDivisor(unsigned divisor) {
     const MutexLock lock(g_clockLock);
-    RestartTicks(std::max(divisor, 1u), 0);
+    g_ticksUpToThere = FastTickCount();
+    g_tickAtDivisor = ::GetTickCount64();
+    g_timeDivisor = std::max(divisor, 1u);
 }
 
 void SetLocalTime(const SYSTEMTIME* time, int minutesEast) {
     const MutexLock lock(g_clockLock);
     g_stoppedClock = time ? std::optional(StoppedClock{*time, minutesEast}) : std::nullopt;
-}
-
-void AdvanceTicks(ULONGLONG milliseconds) {
-    const MutexLock lock(g_clockLock);
-    RestartTicks(g_timeDivisor, milliseconds);
 }
 
 DWORD Shortened(DWORD milliseconds) {

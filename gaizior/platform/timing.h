@@ -22,8 +22,6 @@ void SetTimeDivisor(unsigned divisor);
 /// Stops the clocks: LocalNow answers `time` until this is called with null, and Universal time is `minutesEast`
 /// minutes behind it. Any thread.
 void SetLocalTime(const SYSTEMTIME* time, int minutesEast = 0);
-/// Lets TickCount jump ahead. Any thread.
-void AdvanceTicks(ULONGLONG milliseconds);
 DWORD Shortened(DWORD milliseconds);
 
 } // namespace seams
