@@ -1,6 +1,7 @@
 #include "gaizior/threads/thread_control.h"
 
 #include "gaizior/errors/failure.h"
+#include "gaizior/platform/fork.h"
 #include "gaizior/platform/threads.h"
 #include "gaizior/platform/timing.h"
 
@@ -97,23 +98,30 @@ DWORD TimeLeft(ULONGLONG begin, DWORD milliseconds) {
     return spent < milliseconds ? milliseconds - static_cast<DWORD>(spent) : 0;
 }
 
+const KeepAcrossFork g_keepLock(ThreadControl::Lock());
+
 } // namespace
+
+Mutex& ThreadControl::Lock() {
+    static Mutex& lock = *new Mutex;
+    return lock;
+}
 
 ThreadControl::ThreadControl(const char* name, unsigned long stopTimeout, bool isAutoDelete)
     : m_dwStopTimeout(ToTimeout(stopTimeout)), m_pName(name), m_bAutoDelete(isAutoDelete) {}
 
 ThreadControl::ThreadControl(const ThreadControl& other)
-    : std::enable_shared_from_this<ThreadControl>(), m_dwStopTimeout(other.m_dwStopTimeout), m_pName(other.m_pName),
-      m_bAutoDelete(other.m_bAutoDelete), m_nThreadID(other.m_nThreadID.load()), m_bDeleting(other.m_bDeleting.load()),
-      m_bFinished(other.m_bFinished.load()) {
-    const MutexLock lock(s_lock);
+    : std::enable_shared_from_this<ThreadControl>(other), m_dwStopTimeout(other.m_dwStopTimeout),
+      m_pName(other.m_pName), m_bAutoDelete(other.m_bAutoDelete), m_nThreadID(other.m_nThreadID.load()),
+      m_bDeleting(other.m_bDeleting.load()), m_bFinished(other.m_bFinished.load()) {
+    const MutexLock lock(Lock());
     m_pEndEvent = other.m_pEndEvent;
     m_hEndEvent = HandleOf(m_pEndEvent);
     m_hThread = other.m_hThread;
 }
 
 SharedHandle ThreadControl::Thread() const {
-    const MutexLock lock(s_lock);
+    const MutexLock lock(Lock());
     return m_hThread;
 }
 
@@ -143,7 +151,7 @@ ZRErrorT ThreadControl::MakeEndEvent() {
         const ZRErrorT error = LastSystemError();
         return Fail(kStart, ZRErrors::e_Resource_AllocationFailed, "while creating m_hEndEvent: ", CodeText(error));
     }
-    const MutexLock lock(s_lock);
+    const MutexLock lock(Lock());
     if (!m_pEndEvent) { // else another start was first
         m_pEndEvent = std::move(event);
         m_hEndEvent = HandleOf(m_pEndEvent);
@@ -157,7 +165,7 @@ ZRErrorT ThreadControl::Launch(LPTHREAD_START_ROUTINE body, SharedHandle& thread
     auto self = std::make_unique<std::shared_ptr<ThreadControl>>(shared_from_this());
     ZRErrorT error = ZRErrors::e_General_NoError;
     {
-        const MutexLock lock(s_lock);
+        const MutexLock lock(Lock());
         if (!IsAlive(m_hThread)) {
             m_bFinished = 0;
             ::ResetEvent(EndEvent());
@@ -263,7 +271,7 @@ DWORD ThreadControl::SuspendThread() const {
         suspend(Thread());
     } else {
         // Held until the thread has stopped, which therefore does not hold it.
-        const MutexLock lock(s_lock);
+        const MutexLock lock(Lock());
         suspend(m_hThread);
     }
     if (before == kRefused) {
@@ -328,7 +336,7 @@ ZRErrorT ThreadControl::Stop() {
         }
         AwaitEnd(thread);
     }
-    const MutexLock lock(s_lock);
+    const MutexLock lock(Lock());
     // Not where a new thread was started meanwhile. Where it was stopped before, a parent's stop has set the event
     // since.
     if (m_bIsStarter && m_hThread == thread) {
@@ -339,7 +347,7 @@ ZRErrorT ThreadControl::Stop() {
 }
 
 void ThreadControl::Close() {
-    const MutexLock lock(s_lock);
+    const MutexLock lock(Lock());
     if (m_bIsStarter && !m_bFinished) {
         ::SetEvent(EndEvent());
     }

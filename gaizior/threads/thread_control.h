@@ -30,6 +30,10 @@ public:
     ThreadControl(const ThreadControl& other);
     ThreadControl& operator=(const ThreadControl&) = delete;
 
+    /// Guards the handles of all threads, and is held while one is started or suspended: one that is suspended holds no
+    /// lock that those need who let it go on. Never destroyed, as threads may be static objects anywhere.
+    static Mutex& Lock();
+
     const char* Name() const {
         return m_pName ? m_pName : "Unknown";
     }
@@ -114,11 +118,8 @@ private:
     /// Set once and read without the lock: bodies look at it all the time.
     std::atomic<HANDLE> m_hEndEvent{nullptr};
 
-    /// One for the handles of all threads, also held while a thread is being started or suspended: one that is
-    /// suspended holds no lock that those need who let it go on.
-    static inline constinit Mutex s_lock;
-    SharedHandle m_pEndEvent GAIZIOR_GUARDED_BY(s_lock); ///< who closes m_hEndEvent
-    SharedHandle m_hThread GAIZIOR_GUARDED_BY(s_lock);
+    SharedHandle m_pEndEvent GAIZIOR_GUARDED_BY(Lock()); ///< who closes m_hEndEvent
+    SharedHandle m_hThread GAIZIOR_GUARDED_BY(Lock());
 };
 
 } // namespace gaizior
