@@ -223,10 +223,12 @@ TEST_F(CriticalSectionTest, ACopySharesTheWakesAndOutlivesItsOriginalAsALock) {
         waiter.join();
     }
     original.reset();
+    const std::string notWoken = "0 ERROR: " + kLeave + "failed releasing m_hSemaphore: " + kBadHandle;
     UserT user(&copy);
     EXPECT_EQ(user.EnterCriticalSection("", 0), 0);
-    Told(user.LeaveCriticalSection(""), e_CriticalSection_LockReleaseFailed,
-         "0 ERROR: " + kLeave + "failed releasing m_hSemaphore: " + kBadHandle);
+    Told(user.LeaveCriticalSection(""), e_CriticalSection_LockReleaseFailed, notWoken);
+    std::jthread([&] { EXPECT_EQ(UserT(&copy).EnterCriticalSection("", 0), 0); }).join();
+    EXPECT_EQ(log.Take(), notWoken + "0 ERROR: " + kRollback + "failed\n");
     EXPECT_EQ(CountAndWord(copy).second, 0) << "free all the same";
 }
 

@@ -56,9 +56,9 @@ TEST(Dates, AreRightUpToTheLastAreZeroBeyondAndPrintTheSameWhateverTheFlags) {
     EXPECT_EQ(Composed(ToSystemTime(time)), "Sun Feb 29 00:00:60.000 2004");
     time.tm_year = INT_MAX;
     EXPECT_EQ(Composed(ToSystemTime(time)), none);
-    EXPECT_EQ(Composed(std::hex, std::left, SYSTEMTIME{65535, 13, 7, 1, 2, 3, 4, 5}, 31, std::setw(3), 1,
+    EXPECT_EQ(Composed(std::hex, std::left, std::setw(5), SYSTEMTIME{65535, 13, 7, 1, 2, 3, 4, 5}, 31, std::setw(3), 1,
                        FILETIME{0, 1u << 31}),
-              "??? ??? 01 02:03:04.005 655351f100Invalid File Time");
+              "00??? ??? 01 02:03:04.005 655351f100Invalid File Time");
 }
 
 TEST(Seconds, AreSplitAndWithoutAPlaceForDaysLoseThem) {
