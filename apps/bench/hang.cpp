@@ -13,11 +13,12 @@ const LockState* FindHeldLock(const ThreadReport& report, const std::string& nam
     return lock && lock->owner != 0 ? lock : nullptr;
 }
 
-/// Who has waited longest for a lock that somebody holds.
+/// Who has waited longest for a lock that somebody holds, where the wait or the hold is a hang.
 const ThreadState* FindVictim(const ThreadReport& report) {
     const ThreadState* victim = nullptr;
     for (const ThreadState& thread : report.threads) {
-        if (thread.milliseconds >= kHangsAfter && FindHeldLock(report, thread.awaits) &&
+        const LockState* const lock = FindHeldLock(report, thread.awaits);
+        if (lock && std::max(thread.milliseconds, lock->milliseconds) >= kHangsAfter &&
             (!victim || thread.milliseconds > victim->milliseconds)) {
             victim = &thread;
         }

@@ -23,10 +23,10 @@ TEST(Hang, TheWaitIsFollowedToWhoeverHoldsItUp) {
     } cases[] = {
         {{Thread("a", 1), Thread("b", 2, "x", 1999)}, {{"x", 1, 1999, "A()"}}, 0, ""},
         {{Thread("a", 1), Thread("b", 2, "x", 9000)}, {{"x", 0, 0, "A()"}}, 0, ""}, // free just now
-        {{Thread("a", 1), Thread("b", 2, "x", 2000)},
+        {{Thread("a", 1), Thread("b", 2, "x", 1900)}, // the hold is a hang, the wait not yet
          {{"x", 1, 2500, "A()"}},
          1,
-         "'b' (thread 2) has waited 2.0 s for 'x'; 'a' (thread 1) has held it for 2.5 s as A()"},
+         "'b' (thread 2) has waited 1.9 s for 'x'; 'a' (thread 1) has held it for 2.5 s as A()"},
         {{Thread("a", 1, "y", 4000), Thread("b", 2, "x", 5000)},
          {{"x", 1, 6000, "A()"}, {"y", 9, 65000, "Y"}},
          9,
