@@ -238,7 +238,9 @@ TEST_F(ThreadTest, ASuspendedThreadIsLetGoToEndAndAPriorityIsTheSystemsToGrant) 
     Worker child(&Worker::UntilAsked, &worker);
     worker.body = [&](Worker& self) { // stopped in the middle of what the stop of its child needs
         while (!self.IsEndEventSignalled()) {
+#ifndef __SANITIZE_THREAD__ // It keeps signals from a thread that waits for a mutex, so that nobody can suspend that.
             EXPECT_TRUE(child.IsAlive() || self.IsEndEventSignalled());
+#endif
         }
         return e_General_NoError;
     };
