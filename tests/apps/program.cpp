@@ -1,7 +1,6 @@
 #include "tests/apps/program.h"
 
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #ifndef _WIN32
@@ -21,7 +20,11 @@ std::string ReadFile(const std::string& path) {
 std::string Line(const std::vector<std::string>& words) {
     std::string line;
     for (const std::string& word : words) {
-        line += '"' + std::regex_replace(word, std::regex("\""), "\\\"") + "\" ";
+        line += '"';
+        for (const char letter : word) {
+            line += letter == '"' ? "\\\"" : std::string(1, letter);
+        }
+        line += "\" ";
     }
     return line;
 }

@@ -1,6 +1,5 @@
 #include "tests/support/watchdog.h"
 
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -23,10 +22,15 @@ void PrintStacks() {
 #endif
 }
 
-void Watch(const std::stop_token& ended, std::chrono::seconds limit) {
+} // namespace
+
+Watchdog::Watchdog(std::chrono::seconds limit)
+    : m_thread([this, limit](const std::stop_token& ended) { Watch(ended, limit); }) {}
+
+void Watchdog::Watch(const std::stop_token& ended, std::chrono::seconds limit) {
     std::mutex mutex;
     std::unique_lock lock(mutex);
-    std::condition_variable_any().wait_for(lock, ended, limit, [] { return false; });
+    m_ended.wait_for(lock, ended, limit, [] { return false; });
     if (ended.stop_requested()) {
         return;
     }
@@ -35,9 +39,5 @@ void Watch(const std::stop_token& ended, std::chrono::seconds limit) {
     std::fflush(nullptr);
     std::_Exit(1);
 }
-
-} // namespace
-
-Watchdog::Watchdog(std::chrono::seconds limit) : m_thread(&Watch, limit) {}
 
 } // namespace gaizior::test

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <thread>
 
 namespace gaizior::test {
@@ -12,6 +13,9 @@ public:
     explicit Watchdog(std::chrono::seconds limit = std::chrono::seconds(60));
 
 private:
+    void Watch(const std::stop_token& ended, std::chrono::seconds limit);
+
+    std::condition_variable_any m_ended; // here, where a forked child that looks for leaks still finds it
     std::jthread m_thread;
 };
 
