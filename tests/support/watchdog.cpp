@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <string>
 
 #ifndef _WIN32
@@ -24,14 +23,20 @@ void PrintStacks() {
 
 } // namespace
 
-Watchdog::Watchdog(std::chrono::seconds limit)
-    : m_thread([this, limit](const std::stop_token& ended) { Watch(ended, limit); }) {}
+Watchdog::Watchdog(std::chrono::seconds limit) : m_thread([this, limit] { Watch(limit); }) {}
 
-void Watchdog::Watch(const std::stop_token& ended, std::chrono::seconds limit) {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
-    m_ended.wait_for(lock, ended, limit, [] { return false; });
-    if (ended.stop_requested()) {
+Watchdog::~Watchdog() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bEnded = true;
+    }
+    m_condition.notify_one();
+    m_thread.join();
+}
+
+void Watchdog::Watch(std::chrono::seconds limit) {
+    std::unique_lock lock(m_mutex);
+    if (m_condition.wait_for(lock, limit, [&] { return m_bEnded; })) {
         return;
     }
     std::fprintf(stderr, "WATCHDOG: the test still runs after %lld s\n", static_cast<long long>(limit.count()));

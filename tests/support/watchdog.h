@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <mutex>
 #include <thread>
 
 namespace gaizior::test {
@@ -11,12 +12,19 @@ namespace gaizior::test {
 class Watchdog {
 public:
     explicit Watchdog(std::chrono::seconds limit = std::chrono::seconds(60));
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+    ~Watchdog();
 
 private:
-    void Watch(const std::stop_token& ended, std::chrono::seconds limit);
+    void Watch(std::chrono::seconds limit);
 
-    std::condition_variable_any m_ended; // here, where a forked child that looks for leaks still finds it
-    std::jthread m_thread;
+    // No stop token: the end of its callback may wait for ever in MinGW's library. All stands here, where a forked
+    // child that looks for leaks still finds it.
+    std::mutex m_mutex;
+    std::condition_variable m_condition;
+    bool m_bEnded = false;
+    std::thread m_thread;
 };
 
 } // namespace gaizior::test
