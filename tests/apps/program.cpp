@@ -21,8 +21,8 @@ std::string Line(const std::vector<std::string>& words) {
     std::string line;
     for (const std::string& word : words) {
         line += '"';
-        for (const char letter : word) {
-            line += letter == '"' ? "\\\"" : std::string(1, letter);
+        for (const char c : word) {
+            line += c == '"' ? "\\\"" : std::string(1, c);
         }
         line += "\" ";
     }

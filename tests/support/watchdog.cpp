@@ -23,20 +23,20 @@ void PrintStacks() {
 
 } // namespace
 
-Watchdog::Watchdog(std::chrono::seconds limit) : m_thread([this, limit] { Watch(limit); }) {}
+Watchdog::Watchdog(std::chrono::seconds limit) : m_thread(&Watchdog::Watch, this, limit) {}
 
 Watchdog::~Watchdog() {
     {
-        const std::lock_guard lock(m_mutex);
+        const std::lock_guard lock(m_lock);
         m_bEnded = true;
     }
-    m_condition.notify_one();
+    m_ended.notify_one();
     m_thread.join();
 }
 
 void Watchdog::Watch(std::chrono::seconds limit) {
-    std::unique_lock lock(m_mutex);
-    if (m_condition.wait_for(lock, limit, [&] { return m_bEnded; })) {
+    std::unique_lock lock(m_lock);
+    if (m_ended.wait_for(lock, limit, [this] { return m_bEnded; })) {
         return;
     }
     std::fprintf(stderr, "WATCHDOG: the test still runs after %lld s\n", static_cast<long long>(limit.count()));

@@ -12,17 +12,17 @@ namespace gaizior::test {
 class Watchdog {
 public:
     explicit Watchdog(std::chrono::seconds limit = std::chrono::seconds(60));
+    ~Watchdog();
     Watchdog(const Watchdog&) = delete;
     Watchdog& operator=(const Watchdog&) = delete;
-    ~Watchdog();
 
 private:
     void Watch(std::chrono::seconds limit);
 
     // No stop token: the end of its callback may wait for ever in MinGW's library. All stands here, where a forked
     // child that looks for leaks still finds it.
-    std::mutex m_mutex;
-    std::condition_variable m_condition;
+    std::mutex m_lock;
+    std::condition_variable m_ended;
     bool m_bEnded = false;
     std::thread m_thread;
 };
