@@ -2,11 +2,13 @@
 
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/message_pool.h"
+#include "gaizior/comms/wake_events.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/fork.h"
 #include "gaizior/platform/timing.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
@@ -23,12 +25,39 @@ constexpr DWORD kOpenTimeout = 20000;
 constexpr DWORD kPollInterval = 100;
 constexpr int kFullPoolRetries = 21;
 constexpr int kDrainPolls = 19;
+constexpr const char* kReceive = "ZcReceiveMessage";
+constexpr const char* kReceiveAtOnce = "ZcReceiveMessageAtOnce";
 
 /// A receive times out all the time: that is no failure to be told.
-ZRErrorT TellReceiver(const ChannelFailure& failure) {
+ZRErrorT TellReceiver(const char* function, const ChannelFailure& failure) {
     const bool hasTimedOut = failure.code == ZRErrors::e_Command_TimedOut;
-    return Tell("ZcReceiveMessage", failure, hasTimedOut ? kStepLevel : kFailureLevel);
+    return Tell(function, failure, hasTimedOut ? kStepLevel : kFailureLevel);
 }
+
+/// What a wait for an event came to, other than its signal or the time-out.
+ChannelFailure FailureOfWait(DWORD woken) {
+    return woken == WAIT_OBJECT_0 || woken == WAIT_TIMEOUT
+               ? ChannelFailure()
+               : FailedWithLastError("waiting for the event", ZRErrors::e_Command_Aborted);
+}
+
+/// What is left of a time-out.
+class Patience {
+public:
+    explicit Patience(DWORD timeout) : m_nTimeout(timeout) {}
+
+    DWORD Left() const {
+        if (m_nTimeout == INFINITE) {
+            return INFINITE;
+        }
+        const ULONGLONG elapsed = TickCount() - m_nStart;
+        return elapsed < m_nTimeout ? static_cast<DWORD>(m_nTimeout - elapsed) : 0;
+    }
+
+private:
+    const DWORD m_nTimeout;
+    const ULONGLONG m_nStart = TickCount();
+};
 
 /// An empty pool still dumps slot 0, to which its head points.
 void DumpSlots(const ZcChannel& block) {
@@ -48,11 +77,12 @@ void DumpSlots(const ZcChannel& block) {
 /// An open channel. Calls on several threads share it; it is released when the last of them has left.
 class Channel {
 public:
-    explicit Channel(std::uint16_t ownId) : m_ownId(ownId) {}
+    explicit Channel(std::uint16_t ownId) : m_ownId(ownId), m_wakes(ownId) {}
 
     ZRErrorT Open();
     ZRErrorT Send(const char* message, DWORD timeout, std::uint16_t destination);
     ZRErrorT Receive(char* buffer, std::size_t size, DWORD timeout);
+    ZRErrorT ReceiveAtOnce(char* buffer, std::size_t size, DWORD timeout);
     /// Waits for the pool to drain and tells what is left, while others may go on; then ends their receives. Where
     /// another thread is at it, waits for that.
     void Close();
@@ -62,7 +92,7 @@ private:
 
     ChannelFailure OpenLocked(Texts& purged);
     ChannelFailure TryPost(const char* message, DWORD timeout, std::uint16_t destination, bool& posted);
-    ChannelFailure TryTake(char* buffer, std::size_t size, bool& taken);
+    ChannelFailure TryTake(const char* function, char* buffer, std::size_t size, bool& taken);
     bool TakeLocked(ChannelLock& lock, char* buffer, std::size_t size);
     void Drain() const;
     void Dump();
@@ -75,6 +105,7 @@ private:
     std::atomic<std::uint64_t> m_closer{0}; ///< process and thread; 0 for none
     std::atomic<bool> m_bClosed{false};
     ChannelObjects m_objects;
+    WakeEvents m_wakes;
     ZcChannel m_left; ///< what Close tells: made with the channel, so that closing needs no memory
 };
 
@@ -83,6 +114,7 @@ ZRErrorT Channel::Open() {
     if (const ChannelFailure failure = OpenLocked(purged)) {
         return Tell("ZcOpenComms", failure);
     }
+    m_wakes.Open("ZcOpenComms");
     if (m_objects.section.Existed()) {
         ZRDBprintf(kStepLevel, kChannelMode, "Purging messages for destination ID %d%s", m_ownId, kLineEnd);
         for (const Texts::value_type& message : purged) {
@@ -133,6 +165,9 @@ bool Channel::TakeLocked(ChannelLock& lock, char* buffer, std::size_t size) {
     if (taken && pool.IsEmpty()) {
         ::ResetEvent(m_objects.event.Get());
         CrashPoint();
+    } else if (taken && pool.HasFor(m_ownId)) {
+        m_wakes.WakeOwn(); // two posts may have come to one wake, and there may be another receiver
+        CrashPoint();
     }
     return taken;
 }
@@ -158,6 +193,8 @@ ZRErrorT Channel::Send(const char* message, DWORD timeout, std::uint16_t destina
     CrashPoint();
     ::SetEvent(m_objects.event.Get());
     CrashPoint();
+    m_wakes.Wake("ZcSendMessage", destination);
+    CrashPoint();
     return ZRErrors::e_General_NoError;
 }
 
@@ -179,18 +216,18 @@ ZRErrorT Channel::Receive(char* buffer, std::size_t size, DWORD timeout) {
     const auto isOver = [&] { return timeout != INFINITE && elapsed > timeout; };
     while (!isOver()) {
         if (m_bClosed) {
-            return TellReceiver(NotOpen());
+            return TellReceiver(kReceive, NotOpen());
         }
         const DWORD announced = WaitFor(m_objects.event.Get(), kPollInterval);
-        if (announced != WAIT_OBJECT_0 && announced != WAIT_TIMEOUT) {
-            return TellReceiver(FailedWithLastError("waiting for the event", ZRErrors::e_Command_Aborted));
+        if (const ChannelFailure failure = FailureOfWait(announced)) {
+            return TellReceiver(kReceive, failure);
         }
         while (announced == WAIT_OBJECT_0 && !isOver() && !m_bClosed) {
             bool taken = false;
-            const ChannelFailure failure = TryTake(buffer, size, taken);
+            const ChannelFailure failure = TryTake(kReceive, buffer, size, taken);
             SleepFor(kPollInterval);
             if (failure) {
-                return TellReceiver(failure);
+                return TellReceiver(kReceive, failure);
             }
             if (taken) {
                 return ZRErrors::e_General_NoError;
@@ -201,11 +238,33 @@ ZRErrorT Channel::Receive(char* buffer, std::size_t size, DWORD timeout) {
         elapsed += kPollInterval;
         SleepFor(kPollInterval);
     }
-    return TellReceiver(TimedOut("no message came"));
+    return TellReceiver(kReceive, TimedOut("no message came"));
 }
 
-ChannelFailure Channel::TryTake(char* buffer, std::size_t size, bool& taken) {
-    ChannelLock lock = m_objects.Lock("ZcReceiveMessage", kPollInterval);
+/// Looks every 100 ms besides, in case nobody wakes it.
+ZRErrorT Channel::ReceiveAtOnce(char* buffer, std::size_t size, DWORD timeout) {
+    const Patience patience(timeout);
+    while (!m_bClosed) {
+        bool taken = false;
+        ChannelFailure failure = TryTake(kReceiveAtOnce, buffer, size, taken);
+        if (taken) {
+            return ZRErrors::e_General_NoError;
+        }
+        const DWORD left = patience.Left();
+        if (left == 0 && !failure) {
+            failure = TimedOut("no message came");
+        } else if (!failure) {
+            failure = FailureOfWait(m_wakes.Wait(std::min(left, kPollInterval)));
+        }
+        if (failure && (left == 0 || failure.code != ZRErrors::e_Command_TimedOut)) {
+            return TellReceiver(kReceiveAtOnce, failure);
+        }
+    }
+    return TellReceiver(kReceiveAtOnce, NotOpen());
+}
+
+ChannelFailure Channel::TryTake(const char* function, char* buffer, std::size_t size, bool& taken) {
+    ChannelLock lock = m_objects.Lock(function, kPollInterval);
     if (!lock) {
         return lock.Failure();
     }
@@ -286,6 +345,23 @@ void Forget(const std::shared_ptr<Channel>& channel) {
     }
 }
 
+using ReceiveT = ZRErrorT (Channel::*)(char*, std::size_t, DWORD);
+
+ZRErrorT ReceiveBy(ReceiveT receive, const char* function, char* buffer, unsigned long size, unsigned long timeout) {
+    const bool hasRoom = buffer && size != 0;
+    if (hasRoom) {
+        buffer[0] = 0;
+    }
+    const auto channel = CurrentChannel();
+    if (!channel) {
+        return Tell(function, NotOpen());
+    }
+    if (!hasRoom) {
+        return Refuse(function, "there is no buffer for a message");
+    }
+    return (*channel.*receive)(buffer, size, ToTimeout(timeout));
+}
+
 } // namespace
 } // namespace gaizior
 
@@ -323,18 +399,11 @@ ZRErrors::ZRErrorT ZcSendMessage(const char* message, unsigned long timeoutMs, u
 }
 
 ZRErrors::ZRErrorT ZcReceiveMessage(char* buffer, unsigned long bufferSize, unsigned long timeoutMs) {
-    const bool hasRoom = buffer && bufferSize != 0;
-    if (hasRoom) {
-        buffer[0] = 0;
-    }
-    const auto channel = CurrentChannel();
-    if (!channel) {
-        return Tell("ZcReceiveMessage", NotOpen());
-    }
-    if (!hasRoom) {
-        return Refuse("ZcReceiveMessage", "there is no buffer for a message");
-    }
-    return channel->Receive(buffer, bufferSize, ToTimeout(timeoutMs));
+    return ReceiveBy(&Channel::Receive, kReceive, buffer, bufferSize, timeoutMs);
+}
+
+ZRErrors::ZRErrorT ZcReceiveMessageAtOnce(char* buffer, unsigned long bufferSize, unsigned long timeoutMs) {
+    return ReceiveBy(&Channel::ReceiveAtOnce, kReceiveAtOnce, buffer, bufferSize, timeoutMs);
 }
 
 void ZcCloseComms() {

@@ -36,6 +36,13 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcSendMessage(const char* message, unsigned long 
 ///   when a wait failed, `buffer` is null, `bufferSize` is 0 or the channel is not open (any more).
 GAIZIOR_API ZRErrors::ZRErrorT ZcReceiveMessage(char* buffer, unsigned long bufferSize, unsigned long timeoutMs);
 
+/// As ZcReceiveMessage, but for those who want a message as soon as it comes: returns at once when there is one, and
+/// else, without any sleep, no later than `timeoutMs`, or 100 ms after that where the mutex is not free. 0 looks once:
+/// a loop around that spins. What a sender of an older make posted, or one that died as it posted, takes up to 100 ms.
+/// Both calls may be mixed, also on several threads and in several processes under one ID.
+/// @returns as ZcReceiveMessage.
+GAIZIOR_API ZRErrors::ZRErrorT ZcReceiveMessageAtOnce(char* buffer, unsigned long bufferSize, unsigned long timeoutMs);
+
 /// Waits up to 1.9 s until nothing is in the pool, for whomever, writes what is left to the log and closes the channel.
 /// Until then other threads send and receive as before; a receive that is still under way ends with e_Command_Aborted.
 /// The messages stay for their addressees as long as another process has the channel open.

@@ -12,6 +12,8 @@ namespace gaizior {
 inline constexpr const char* kChannelMutexName = "Zircona_Comms_Mutex";
 inline constexpr const char* kChannelEventName = "Zircona_Comms_Event";
 inline constexpr const char* kChannelSectionName = "Zircona_Comms_Queue";
+/// An ID's own event has this name with the ID in decimal behind it.
+inline constexpr const char* kWakeEventPrefix = "Zircona_Comms_Event_";
 
 inline constexpr int kFailureLevel = 0;
 inline constexpr int kStepLevel = 5;

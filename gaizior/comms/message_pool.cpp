@@ -253,6 +253,10 @@ bool MessagePool::IsEmpty() const {
     return Load(m_block.nMessages) == 0;
 }
 
+bool MessagePool::HasFor(std::uint16_t destination) const {
+    return FindFor(destination).slot != kNone;
+}
+
 bool MessagePool::Post(const char* message, std::uint16_t destination) {
     Index older = 0;
     Index count = 0;

@@ -67,6 +67,8 @@ public:
     bool Take(std::uint16_t destination, char* buffer, std::size_t size);
 
     bool IsEmpty() const;
+    /// Whether there is a message for `destination`, or may be, as the block is damaged.
+    bool HasFor(std::uint16_t destination) const;
 
     /// Puts a damaged block in order and leaves a consistent one byte for byte as it is: list and count are rebuilt
     /// from the taken slots, in the order that the links still tell, half-written slots are freed.

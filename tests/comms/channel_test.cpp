@@ -2,6 +2,7 @@
 
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/channel_status.h"
+#include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/section.h"
 #include "gaizior/platform/timing.h"
@@ -71,6 +72,12 @@ protected:
     static std::string Receive() {
         char buffer[256];
         const ZRErrorT error = ZcReceiveMessage(buffer, sizeof(buffer), 1000);
+        return error ? "error " + std::to_string(error) : buffer;
+    }
+
+    static std::string ReceiveAtOnce(unsigned long timeout) {
+        char buffer[256];
+        const ZRErrorT error = ZcReceiveMessageAtOnce(buffer, sizeof(buffer), timeout);
         return error ? "error " + std::to_string(error) : buffer;
     }
 
@@ -186,25 +193,86 @@ TEST_F(ChannelTest, CallsThatCannotWorkSayWhy) {
     EXPECT_EQ(ZcSendMessage(nullptr, 0, 1), e_Command_Aborted);
     EXPECT_EQ(ZcReceiveMessage(nullptr, 9, 0), e_Command_Aborted);
     EXPECT_EQ(ZcReceiveMessage(buffer, 0, 0), e_Command_Aborted);
+    EXPECT_EQ(ZcReceiveMessageAtOnce(buffer, 0, 0), e_Command_Aborted);
+    EXPECT_TRUE(Logged("0ZcReceiveMessageAtOnce: ERROR: there is no buffer for a message"));
     EXPECT_EQ(Receive(), "kept");
 }
 
 TEST_F(OpenChannelTest, ReceiversGoOnWhileTheChannelIsClosedAndAreToldAtTheEnd) {
     seams::SetTimeDivisor(4);
-    std::string received;
-    std::thread receiver([&] {
-        char buffer[8];
-        while (ZcReceiveMessage(buffer, sizeof(buffer), INFINITE) != e_Command_Aborted) {
-            received += buffer;
+    for (auto* const receive : {&ZcReceiveMessage, &ZcReceiveMessageAtOnce}) {
+        ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
+        std::string received;
+        std::thread receiver([&] {
+            char buffer[8];
+            while (receive(buffer, sizeof(buffer), INFINITE) != e_Command_Aborted) {
+                received += buffer;
+            }
+        });
+        for (const char* text : {"1", "2", "3"}) {
+            ZcSendMessage(text, 1000, kOwnId);
         }
-    });
+        ZcCloseComms();
+        receiver.join();
+        EXPECT_EQ(received, "123");
+        EXPECT_TRUE(Logged("5Dumped 0 messages\r\n"));
+    }
+}
+
+/// An event of an ID, and whether it was set since the last look.
+struct WakeEvent {
+    UniqueHandle event;
+    bool Take() const {
+        return ::WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0;
+    }
+};
+
+TEST_F(OpenChannelTest, EachReceiverIsWokenByTheEventOfItsId) {
+    const WakeEvent own{UniqueHandle(::OpenEventA(SYNCHRONIZE, FALSE, "Zircona_Comms_Event_11"))};
+    EXPECT_EQ(ReceiveAtOnce(0), "error 2013");
+    EXPECT_EQ(ReceiveAtOnce(200), "error 2013");
+    EXPECT_TRUE(Logged("5ZcReceiveMessageAtOnce: timed out: no message came"));
     for (const char* text : {"1", "2", "3"}) {
         ZcSendMessage(text, 1000, kOwnId);
     }
-    ZcCloseComms();
-    receiver.join();
-    EXPECT_EQ(received, "123");
-    EXPECT_TRUE(Logged("5Dumped 0 messages\r\n"));
+    EXPECT_TRUE(own.Take()) << "one wake of three sends";
+    EXPECT_EQ(ReceiveAtOnce(0), "1");
+    EXPECT_TRUE(own.Take()) << "for another receiver";
+    EXPECT_EQ(Receive(), "2");
+    EXPECT_TRUE(own.Take());
+    EXPECT_EQ(ReceiveAtOnce(INFINITE), "3");
+    ZcSendMessage("nobody has that ID yet", 1000, kOtherId);
+    EXPECT_FALSE(own.Take());
+    const WakeEvent other{UniqueHandle(::CreateEventA(nullptr, FALSE, FALSE, "Zircona_Comms_Event_12"))};
+    do {
+        ASSERT_EQ(ZcSendMessage("somebody comes", 5000, kOtherId), e_General_NoError) << "nobody was woken";
+    } while (!other.Take());
+}
+
+TEST_F(ChannelTest, WhoIsNotWokenLooksAllTheSame) {
+    for (const bool hasEvent : {true, false}) {
+        const UniqueHandle inTheWay(hasEvent ? nullptr : ::CreateMutexA(nullptr, FALSE, "Zircona_Comms_Event_11"));
+        ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
+        std::string received;
+        std::thread receiver([&] { received = ReceiveAtOnce(INFINITE); });
+        SleepFor(300);
+        if (hasEvent) { // as a sender of an older make
+            const test::SharedView<ZcChannel> block(kChannelSectionName);
+            ChannelMutex mutex;
+            ASSERT_FALSE(mutex.Open());
+            const ChannelLock lock = mutex.Lock("Test", INFINITE);
+            EXPECT_TRUE(MessagePool(*block.Get()).Post("look", kOwnId));
+        } else {
+            EXPECT_EQ(ZcSendMessage("look", 1000, kOwnId), e_General_NoError);
+        }
+        receiver.join();
+        EXPECT_EQ(received, "look");
+        for (const char* line : {"0ZcOpenComms: WARNING: making the event of ID 11 failed with system error 6",
+                                 "0ZcSendMessage: WARNING: setting the event of ID 11 failed with system error 6"}) {
+            EXPECT_NE(Logged(line), hasEvent);
+        }
+        ZcCloseComms();
+    }
 }
 
 TEST_F(ChannelTest, AMutexThatIsNotFreeOrNotHeldIsAFailure) {

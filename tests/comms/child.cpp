@@ -1,6 +1,7 @@
 // The program that the survival tests start and kill. Its words are:
 //   crash WHAT N IDS   opens the channel, posts a message for each digit in IDS, then dies at the N-th crash point of
-//                      WHAT: send, take, open (again, which throws messages away), create (without having opened)
+//                      WHAT: send, take, take-at-once, open (again, which throws messages away), create (without having
+//                      opened)
 //   gather I ROUNDS    opens and closes the channel again and again at the same moment as its siblings
 //   soak I             exchanges messages with its siblings until the ledger says stop
 // It ends with 0 when all went well; it says on standard error what did not, and ends with 1.
@@ -51,7 +52,7 @@ void Send(const std::string& text, unsigned id) {
 void Crash(const std::string& what, unsigned point, const std::string& ids) {
     seams::SetTimeDivisor(1000);
     if (what != "create") {
-        Open(what == "take" ? kVictimId : kFillerId);
+        Open(what.starts_with("take") ? kVictimId : kFillerId);
     }
     for (std::size_t i = 0; i < ids.size(); ++i) {
         Send(FillText(i), static_cast<unsigned>(10 + ids[i] - '0'));
@@ -59,9 +60,9 @@ void Crash(const std::string& what, unsigned point, const std::string& ids) {
     seams::CrashAfter(point);
     if (what == "send") {
         Send(kSentByVictim, kSurvivorId);
-    } else if (what == "take") {
+    } else if (what.starts_with("take")) {
         char buffer[256];
-        ZcReceiveMessage(buffer, sizeof(buffer), 0);
+        (what == "take" ? ZcReceiveMessage : ZcReceiveMessageAtOnce)(buffer, sizeof(buffer), 0);
     } else {
         Open(kVictimId);
     }
@@ -171,8 +172,9 @@ void Soak(unsigned index) {
     Open(kFirstSoakId + index);
     ledger->isOpen[index] = 1;
     std::thread sender(&SendAll);
-    while (!ledger->stop) {
-        const ZRErrorT error = ZcReceiveMessage(buffer, sizeof(buffer), 1000);
+    for (unsigned turn = 0; !ledger->stop; ++turn) {
+        auto* const receive = turn % 2 == 0 ? &ZcReceiveMessage : &ZcReceiveMessageAtOnce;
+        const ZRErrorT error = receive(buffer, sizeof(buffer), 1000);
         if (error == ZRErrors::e_General_NoError) {
             Enter(buffer);
         } else if (error != ZRErrors::e_Command_TimedOut) {

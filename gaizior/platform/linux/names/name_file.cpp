@@ -1,12 +1,15 @@
 #include "gaizior/platform/linux/names/name_file.h"
 
 #include "gaizior/platform/crash_point.h"
+#include "gaizior/platform/error_keeper.h"
 #include "gaizior/platform/linux/system/last_error.h"
 #include "gaizior/platform/linux/system/suspension.h"
+#include "gaizior/platform/names.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <utility>
 
 #include <sys/resource.h>
@@ -291,3 +294,22 @@ void NameFile::ContinueInChild() {
 }
 
 } // namespace gaizior::platform
+
+void gaizior::RemoveUnusedNames(const char* prefix) {
+    using namespace gaizior::platform;
+    const ErrorKeeper keeper;
+    const InsideLayer inside; // as in NameFile::GiveUp
+    NoThrow([&] {
+        std::error_code error;
+        std::filesystem::directory_iterator entry(Folder(), error);
+        for (; !error && entry != end(entry); entry.increment(error)) {
+            if (entry->path().filename().native().starts_with(prefix)) {
+                const UniqueFd file(::open(entry->path().c_str(), kOpenFlags));
+                if (file && IsOurs(file.Get())) {
+                    RemoveIfUnused(entry->path(), file.Get());
+                }
+            }
+        }
+        return true;
+    });
+}
