@@ -5,6 +5,7 @@
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <map>
@@ -106,10 +107,14 @@ void PrintMessage(unsigned id, std::string_view text, bool json) {
 /// Takes and prints one message for the own ID.
 Outcome ReceiveOne(std::uint16_t id, double seconds, bool json, const Interrupt& interrupt) {
     constexpr const char* kFunction = "ReceiveOne(): ";
+    constexpr ULONGLONG kPeriod = 100; // Ctrl-C is noticed as late as this
     const ULONGLONG end = ::GetTickCount64() + static_cast<ULONGLONG>(seconds * 1000);
-    do {
+    for (ULONGLONG now = 0; now < end;) {
+        now = ::GetTickCount64();
+        const ULONGLONG left = now < end ? end - now : 0;
         std::array<char, kMaxMessage + 1> buffer{};
-        const auto code = ZcReceiveMessage(buffer.data(), buffer.size(), 0);
+        const auto code =
+            ZcReceiveMessageAtOnce(buffer.data(), buffer.size(), static_cast<DWORD>(std::min(left, kPeriod)));
         if (code == ZRErrors::e_General_NoError) {
             PrintMessage(id, buffer.data(), json);
             return std::nullopt;
@@ -120,7 +125,7 @@ Outcome ReceiveOne(std::uint16_t id, double seconds, bool json, const Interrupt&
         if (interrupt.IsSet()) {
             return Fail(kFunction, kUserAborted, Exit::kFailed, "interrupted while waiting for a message");
         }
-    } while (::GetTickCount64() < end);
+    }
     return Fail(kFunction, ZRErrors::e_Command_TimedOut, Exit::kTimedOut,
                 "no message came for ID " + std::to_string(id) +
                     " in time: --id chooses another ID, 'bench channel "

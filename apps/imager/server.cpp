@@ -12,7 +12,8 @@ namespace apps {
 namespace {
 
 constexpr DWORD kTick = 50;            // milliseconds between two looks at the engine
-constexpr DWORD kProgressPeriod = 500; // a client takes at most ten messages a second
+constexpr DWORD kReceivePeriod = 100;  // the channel is looked at so often in any case
+constexpr DWORD kProgressPeriod = 500; // a client may take at most ten messages a second
 constexpr unsigned kMostUnread = 4;    // a client that does not read gets no more progress
 constexpr std::size_t kOutboxLimit = 100;
 constexpr DWORD kTimeForLastWords = 1000;
@@ -24,7 +25,8 @@ constexpr DWORD kPatienceForId = 5000; // an imager whose client died needs some
 
 Server::Server(const ServerOptions& options)
     : m_options(options), m_hWake(::CreateEventA(nullptr, FALSE, FALSE, nullptr)),
-      m_handler(options.id, options.clientId), m_sender("sender", nullptr, [this](Worker& self) { return Send(self); }),
+      m_hWork(::CreateEventA(nullptr, TRUE, FALSE, nullptr)), m_handler(options.id, options.clientId),
+      m_sender("sender", nullptr, [this](Worker& self) { return Send(self); }),
       m_receiver("receiver", &m_sender, [this](Worker& self) { return Receive(self); }),
       m_engine("engine", &m_sender, [this](Worker& self) { return Simulate(self); }) {}
 
@@ -65,7 +67,7 @@ Outcome Server::WaitForEnd() {
     const DWORD count = m_options.hClientProcess ? 5 : 4;
     DWORD woken = WAIT_TIMEOUT;
     while (woken == WAIT_TIMEOUT) { // the thread sanitizer keeps a signal back during one long wait
-        woken = ::WaitForMultipleObjects(count, handles.data(), FALSE, kProgressPeriod);
+        woken = ::WaitForMultipleObjects(count, handles.data(), FALSE, 4 * kProgressPeriod);
     }
     if (woken >= count) {
         const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
@@ -90,7 +92,7 @@ ZRErrors::ZRErrorT Server::Receive(Worker& self) {
             continue;
         }
         std::array<char, kMaxMessage + 1> buffer{};
-        const auto code = ZcReceiveMessage(buffer.data(), buffer.size(), 0);
+        const auto code = ZcReceiveMessageAtOnce(buffer.data(), buffer.size(), kReceivePeriod);
         if (code == ZRErrors::e_Command_TimedOut) {
             continue;
         }
@@ -135,6 +137,7 @@ bool Server::Handle(Worker& self, const char* packet) {
         }
     }
     Put(m_handler.Handle(packet));
+    NoteWork();
     return !m_handler.IsStopped();
 }
 
@@ -176,6 +179,11 @@ ZRErrors::ZRErrorT Server::Simulate(Worker& self) {
     constexpr const char* kFunction = "Server::Simulate(): ";
     ULONGLONG last = ::GetTickCount64();
     while (self.Rest(kTick)) {
+        if (!IsSignalled(m_hWork.Get())) { // no time passes for an engine at rest
+            self.WaitForSingleObject(m_hWork.Get(), INFINITE);
+            last = ::GetTickCount64();
+            continue;
+        }
         LockUser engine(m_engineLock, &self, kFunction);
         LockUser outbox(m_outboxLock, &self, kFunction);
         if (!Take(engine, self) || !Take(outbox, self)) {
@@ -183,6 +191,7 @@ ZRErrors::ZRErrorT Server::Simulate(Worker& self) {
         }
         const ULONGLONG now = ::GetTickCount64();
         Put(m_handler.Advance(static_cast<double>(now - last) / 1000.0 * m_options.speed));
+        NoteWork();
         last = now;
     }
     return ZRErrors::e_General_NoError;
@@ -195,7 +204,8 @@ ZRErrors::ZRErrorT Server::Send(Worker& self) {
     }
     ULONGLONG lastProgress = ::GetTickCount64();
     while (!self.IsEndEventSignalled()) {
-        self.WaitForSingleObject(m_hWake.Get(), kTick);
+        const DWORD untilProgress = IsSignalled(m_hWork.Get()) ? kProgressPeriod : INFINITE;
+        self.WaitForSingleObject(m_hWake.Get(), m_nWaiting > 0 ? kTick : untilProgress);
         SendWaiting(self);
         if (const ULONGLONG now = ::GetTickCount64(); now - lastProgress >= kProgressPeriod) {
             lastProgress = now;
@@ -276,6 +286,7 @@ void Server::SendLast(Worker& self) {
 void Server::Hang(Worker& self) {
     LockUser user(m_options.hang == m_engineLock.Name() ? m_engineLock : m_outboxLock, &self, "Server::Hang(): ");
     if (Take(user, self)) {
+        ::SetEvent(m_hWork.Get()); // the engine comes to wait for it
         ::WaitForSingleObject(self.EndEvent(), INFINITE);
     }
 }
@@ -299,6 +310,15 @@ void Server::Put(std::vector<Outgoing> messages) {
     }
     m_nWaiting = m_outbox.size();
     if (!messages.empty()) {
+        ::SetEvent(m_hWake.Get());
+    }
+}
+
+void Server::NoteWork() {
+    if (!m_handler.Progress()) {
+        ::ResetEvent(m_hWork.Get());
+    } else if (!IsSignalled(m_hWork.Get())) {
+        ::SetEvent(m_hWork.Get());
         ::SetEvent(m_hWake.Get());
     }
 }

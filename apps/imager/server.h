@@ -65,10 +65,13 @@ private:
     bool Take(LockUser& user, Worker& self);
     /// The caller holds the outbox's lock.
     void Put(std::vector<Outgoing> messages);
+    /// Keeps in mind, and tells the sender, whether the engine is at work. The caller holds its lock.
+    void NoteWork();
 
     ServerOptions m_options;
     ChannelId m_channel;
-    gaizior::UniqueHandle m_hWake; ///< auto-reset: something waits to be sent
+    gaizior::UniqueHandle m_hWake; ///< auto-reset: something waits to be sent, or the engine begins
+    gaizior::UniqueHandle m_hWork; ///< manual: the engine is at work
     WatchedLock m_engineLock{kLockNames[0]};
     CommandHandler m_handler;                ///< guarded by m_engineLock
     WatchedLock m_outboxLock{kLockNames[1]}; ///< entered after m_engineLock where both are needed

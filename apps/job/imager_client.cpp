@@ -11,6 +11,7 @@ namespace apps {
 namespace {
 
 constexpr unsigned long kSendTimeout = 2000;
+constexpr unsigned long kReceivePeriod = 100; // the receiver's end is noticed as late as this
 
 } // namespace
 
@@ -106,7 +107,7 @@ ZRErrors::ZRErrorT ImagerClient::ReceiveAll(Worker& self) {
     auto code = ZRErrors::e_General_NoError;
     while (code == ZRErrors::e_General_NoError && !self.IsEndEventSignalled()) {
         std::array<char, kMaxMessage + 1> buffer{};
-        code = ZcReceiveMessage(buffer.data(), buffer.size(), 0);
+        code = ZcReceiveMessageAtOnce(buffer.data(), buffer.size(), kReceivePeriod);
         if (code == ZRErrors::e_Command_TimedOut) {
             code = ZRErrors::e_General_NoError;
             ++m_nIdleCycles;
