@@ -5,12 +5,15 @@
 #include "gaizior/errors/error_text_format.h"
 #include "gaizior/errors/folded_code.h"
 #include "gaizior/platform/error_keeper.h"
+#include "gaizior/platform/thread_local.h"
 
 #include <array>
 #include <cstring>
 
 namespace gaizior {
 namespace {
+
+static_assert(kErrorTextSize + kLastErrorMessageSize <= kThreadMemorySize, "a thread's two texts stand side by side");
 
 /// Writes the system's text of a number, as the system ends it. @returns whether it has one.
 bool AppendSystemText(BoundedText& text, DWORD number) {
@@ -77,8 +80,7 @@ std::string_view FormatErrorText(ZRErrors::ZRErrorT code, std::span<char> buffer
 
 const char* ZRErrToStr(ZRErrors::ZRErrorT code) {
     const gaizior::ErrorKeeper keeper;
-    thread_local std::array<char, gaizior::kErrorTextSize> text;
-    return gaizior::FormatErrorText(code, text).data();
+    return gaizior::FormatErrorText(code, gaizior::ThreadMemory().first<gaizior::kErrorTextSize>()).data();
 }
 
 int DetermineErrorClass(ZRErrors::ZRErrorT code) {
@@ -88,8 +90,7 @@ int DetermineErrorClass(ZRErrors::ZRErrorT code) {
 const char* ZRGetLastErrorMsg(const DWORD* number) {
     const gaizior::ErrorKeeper keeper;
     const DWORD asked = number ? *number : ::GetLastError();
-    thread_local std::array<char, gaizior::kLastErrorMessageSize> text;
-    return gaizior::FormatLastErrorMessage(asked, text).data();
+    return gaizior::FormatLastErrorMessage(asked, gaizior::ThreadMemory().last<gaizior::kLastErrorMessageSize>()).data();
 }
 
 int ZROSError(const char* text) {

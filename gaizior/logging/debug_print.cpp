@@ -1,6 +1,7 @@
 #include "gaizior/logging/debug_print.h"
 
 #include "gaizior/logging/hook_call.h"
+#include "gaizior/platform/thread_local.h"
 
 #include <atomic>
 
@@ -10,7 +11,7 @@ constexpr std::size_t kTextSize = 2052;
 
 constinit std::atomic<int> g_level{0};
 constinit std::atomic<ZRDBCallbackT> g_callback{nullptr};
-constinit thread_local bool t_inCallback = false;
+GAIZIOR_REACHED_WITHOUT_A_CALL constinit thread_local bool t_inCallback = false;
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "gaizior/logging/log_stream.h"
 
 #include "gaizior/logging/hook_call.h"
+#include "gaizior/platform/thread_local.h"
 
 #include <atomic>
 #include <charconv>
@@ -32,7 +33,7 @@ struct HooksEntered {
     bool m_bSetLevel = false;
     bool m_bGetLevel = false;
 };
-constinit thread_local HooksEntered t_entered;
+GAIZIOR_REACHED_WITHOUT_A_CALL constinit thread_local HooksEntered t_entered;
 
 template <class Hook>
 void Install(std::atomic<Hook>& slot, Hook hook) {

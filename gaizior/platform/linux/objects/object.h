@@ -1,6 +1,7 @@
 #pragma once
 
 #include "gaizior/platform/linux/system/suspension.h"
+#include "gaizior/platform/thread_local.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <array>

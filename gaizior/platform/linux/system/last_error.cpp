@@ -1,6 +1,7 @@
 #include "gaizior/platform/linux/system/last_error.h"
 
 #include "gaizior/platform/linux/system/errno_map.h"
+#include "gaizior/platform/thread_local.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +9,7 @@
 
 namespace {
 
-thread_local DWORD t_lastError = ERROR_SUCCESS;
+GAIZIOR_REACHED_WITHOUT_A_CALL constinit thread_local DWORD t_lastError = ERROR_SUCCESS;
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "gaizior/platform/mutex.h"
+#include "gaizior/platform/thread_local.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <atomic>
@@ -14,13 +15,6 @@
 /// open names. There the suspension takes effect when the thread leaves the layer. A call that takes no such lock
 /// counts nothing.
 namespace gaizior::platform {
-
-// A thread-local of the shared library is reached by a call unless it says otherwise; one of a program never is.
-#ifdef GAIZIOR_BUILDING
-#define GAIZIOR_REACHED_WITHOUT_A_CALL [[gnu::tls_model("initial-exec")]]
-#else
-#define GAIZIOR_REACHED_WITHOUT_A_CALL
-#endif
 
 class Suspension;
 
