@@ -90,7 +90,8 @@ int DetermineErrorClass(ZRErrors::ZRErrorT code) {
 const char* ZRGetLastErrorMsg(const DWORD* number) {
     const gaizior::ErrorKeeper keeper;
     const DWORD asked = number ? *number : ::GetLastError();
-    return gaizior::FormatLastErrorMessage(asked, gaizior::ThreadMemory().last<gaizior::kLastErrorMessageSize>()).data();
+    return gaizior::FormatLastErrorMessage(asked, gaizior::ThreadMemory().last<gaizior::kLastErrorMessageSize>())
+        .data();
 }
 
 int ZROSError(const char* text) {
