@@ -3,6 +3,7 @@
 #include "gaizior/logging/hook_call.h"
 #include "gaizior/platform/thread_local.h"
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <concepts>
@@ -15,7 +16,6 @@
 
 namespace {
 
-constexpr std::size_t kFirstLineSize = 256;
 constexpr std::size_t kFormatSize = 32768;
 constexpr std::string_view kErrorMark = " ERROR: ";
 constexpr std::string_view kInfoMark = " INFO: ";
@@ -126,10 +126,10 @@ void ZRLogStrstreambufC::GetDBGetLevelFn(ZRGetLevelHookT& hook) {
     hook = Installed(g_getLevel);
 }
 
-/// The base asks for a small piece at construction, which a suppressed line must not pay for: it gets none, and
-/// overflow() takes the first piece when there is a character to keep.
+/// The base asks for a small piece at construction, which a suppressed line must not pay for: it gets none, and the
+/// line begins in the object when there is a character to keep.
 void* ZRLogStrstreambufC::AllocateLine(std::size_t size) {
-    if (size < kFirstLineSize) {
+    if (size < sizeof m_szLine) {
         return nullptr;
     }
     const int before = errno;
@@ -169,16 +169,25 @@ void ZRLogStrstreambufC::Deliver() {
 
 ZRLogStrstreambufC::int_type ZRLogStrstreambufC::overflow(int_type character) {
     if (!pbase()) {
-        BeginBuffer();
+        BeginLine();
+    } else if (pbase() == m_szLine && pptr() == epptr() && !LeaveLine()) {
+        return traits_type::eof();
     }
     return std::strstreambuf::overflow(character);
 }
 
-void ZRLogStrstreambufC::BeginBuffer() {
-    if (char* const line = static_cast<char*>(AllocateLine(kFirstLineSize))) {
-        setp(line, line + kFirstLineSize);
-        setg(line, line, line);
+/// Moves a full line to memory of its own, where the base makes room for more. @returns false when there is none.
+bool ZRLogStrstreambufC::LeaveLine() {
+    constexpr std::size_t kSize = 2 * sizeof m_szLine;
+    char* const line = static_cast<char*>(AllocateLine(kSize));
+    if (!line) {
+        return false;
     }
+    std::copy_n(m_szLine, sizeof m_szLine, line);
+    setp(line, line + kSize);
+    pbump(sizeof m_szLine);
+    setg(line, line, line);
+    return true;
 }
 
 // --- Manipulators ----------------------------------------------------------------------------------------------------

@@ -37,7 +37,11 @@ public:
         m_nMode = other.m_nMode;
         return *this;
     }
-    ~ZRLogStrstreambufC() override {}
+    ~ZRLogStrstreambufC() override {
+        if (pbase() == m_szLine) {
+            setg(nullptr, nullptr, nullptr); // the base frees what it finds here
+        }
+    }
 
     /// Sets the level of the line being built (lower is more important, 0 errors). @returns the level before.
     unsigned SetMessageLevel(unsigned level) {
@@ -86,7 +90,7 @@ protected:
     /// Adds to the line; a short way past the virtual xsputn.
     void Append(std::string_view text) {
         if (!pbase()) {
-            BeginBuffer();
+            BeginLine();
         }
         if (text.size() <= static_cast<std::size_t>(epptr() - pptr())) {
             std::char_traits<char>::copy(pptr(), text.data(), text.size());
@@ -100,7 +104,11 @@ private:
     static void* AllocateLine(std::size_t size);
     static void FreeLine(void* line);
     static bool AskWhetherEnabled(unsigned level);
-    void BeginBuffer();
+    void BeginLine() {
+        setp(m_szLine, m_szLine + sizeof m_szLine);
+        setg(m_szLine, m_szLine, m_szLine);
+    }
+    bool LeaveLine();
     void Deliver();
 
     /// Where the get-level hook's answer stands; null when only the hook knows.
@@ -108,6 +116,7 @@ private:
 
     unsigned m_nMessageLevel = 0;
     unsigned m_nMode = 1;
+    char m_szLine[256]; ///< where a line begins; a longer one is moved to memory of its own
 };
 
 /// Sets the message level of the log stream that it is inserted into, whether or not that level passes.

@@ -121,6 +121,20 @@ TEST_F(LogStream, HandsOverEachLineOnceAndWhole) {
                                "\n0,6 copy\n0,6 never copied\n");
 }
 
+TEST_F(LogStream, KeepsALineThatOutgrowsTheObjectWhole) {
+    for (const std::size_t length : {253, 254, 255, 256, 257, 510, 511, 512, 513}) {
+        g_host.text.clear();
+        std::string text;
+        ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
+        for (std::size_t i = 0; i < length; ++i) {
+            text += static_cast<char>('a' + i % 26);
+            log << text.back();
+        }
+        log << std::endl << text << std::endl << "short" << std::endl;
+        EXPECT_EQ(g_host.text, "0,1 " + text + "\n0,1 " + text + "\n0,1 short\n");
+    }
+}
+
 TEST_F(LogStream, SurvivesHooksThatLogThrowAndSpoilTheErrorNumbers) {
     g_host.inHooks = [] {
         ZRLogStreamC(nullptr, nullptr, nullptr, nullptr) << "from within" << std::endl;
