@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <charconv>
+#include <cmath>
 #include <concepts>
 #include <cstdlib>
 #include <iterator>
@@ -286,7 +287,8 @@ ZRLogStreamC& ZRLogStreamC::Insert(T value) {
     return *this;
 }
 
-/// @returns false, and does nothing, for what takes an ostream: real numbers, pointers, formats.
+/// @returns false, and does nothing, for what takes an ostream: pointers, formats, what is no number (of which not
+/// every system shows the sign).
 template <class T>
 bool ZRLogStreamC::PutPlain(T value) {
     if constexpr (std::same_as<T, std::string_view>) {
@@ -298,6 +300,13 @@ bool ZRLogStreamC::PutPlain(T value) {
     } else if constexpr (std::integral<T>) {
         char digits[std::numeric_limits<T>::digits10 + 3];
         Append(std::string_view(digits, std::to_chars(std::begin(digits), std::end(digits), value).ptr));
+    } else if constexpr (std::same_as<T, double>) {
+        if (std::isnan(value)) {
+            return false;
+        }
+        char digits[24];
+        const auto end = std::to_chars(std::begin(digits), std::end(digits), value, std::chars_format::general, 6);
+        Append(std::string_view(digits, end.ptr));
     } else if constexpr (std::same_as<T, std::ostream& (*)(std::ostream&)>) {
         return PutManipulator(value);
     } else {

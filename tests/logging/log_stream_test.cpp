@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <limits>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -102,6 +103,19 @@ TEST_F(LogStream, WritesEveryTypeAlikeWithAndWithoutAnOstream) {
     std::locale::global(before);
 }
 
+TEST_F(LogStream, WritesRealNumbersAsAnUntouchedOstreamDoes) {
+    using Limits = std::numeric_limits<double>;
+    for (const double value :
+         {0.0, -0.0, 0.1, 123456.5, 999999.4, 999999.5, 1e-4, 9.999994e-5, 9.999996e-5, Limits::denorm_min(),
+          Limits::lowest(), Limits::infinity(), Limits::quiet_NaN(), -Limits::quiet_NaN()}) {
+        g_host.text.clear();
+        std::ostringstream expected;
+        expected << "0,1 " << value << '\n';
+        ZRLogStreamC(nullptr, nullptr, nullptr, nullptr) << value << std::endl;
+        EXPECT_EQ(g_host.text, expected.str());
+    }
+}
+
 TEST_F(LogStream, HandsOverEachLineOnceAndWhole) {
     const std::string longText(40000, 'x');
     {
@@ -122,7 +136,7 @@ TEST_F(LogStream, HandsOverEachLineOnceAndWhole) {
 }
 
 TEST_F(LogStream, KeepsALineThatOutgrowsTheObjectWhole) {
-    for (const std::size_t length : {253, 254, 255, 256, 257, 510, 511, 512, 513}) {
+    for (const std::size_t length : {253u, 254u, 255u, 256u, 257u, 510u, 511u, 512u, 513u}) {
         g_host.text.clear();
         std::string text;
         ZRLogStreamC log(nullptr, nullptr, nullptr, nullptr);
