@@ -111,7 +111,8 @@ Object* NewObject(Kind kind, std::uint64_t state) {
     object->owner.store(0, std::memory_order_relaxed);
     object->exitCode.store(STILL_ACTIVE, std::memory_order_relaxed);
     object->word.store(generation << kGenerationShift | std::uint64_t{static_cast<std::uint8_t>(kind)} << kKindShift |
-                       kOpen | state);
+                           kOpen | state,
+                       std::memory_order_release);
     return object;
 }
 
@@ -195,7 +196,7 @@ void ObjectLock::UnlockClosed() const {
     void* const context = std::exchange(object.context, nullptr);
     const auto release = std::exchange(object.release, nullptr);
     const std::shared_ptr<NamedObject> named = std::move((*this)->named);
-    object.word.store(m_word >> kGenerationShift << kGenerationShift);
+    object.word.store(m_word >> kGenerationShift << kGenerationShift, std::memory_order_release);
     TheTable().Free(object);
     if (release) {
         release(context);
