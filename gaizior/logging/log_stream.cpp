@@ -171,7 +171,7 @@ void ZRLogStrstreambufC::Deliver() {
 ZRLogStrstreambufC::int_type ZRLogStrstreambufC::overflow(int_type character) {
     if (!pbase()) {
         BeginLine();
-    } else if (pbase() == m_szLine && pptr() == epptr() && !LeaveLine()) {
+    } else if (pbase() == m_szLine.data() && pptr() == epptr() && !LeaveLine()) {
         return traits_type::eof();
     }
     return std::strstreambuf::overflow(character);
@@ -179,14 +179,14 @@ ZRLogStrstreambufC::int_type ZRLogStrstreambufC::overflow(int_type character) {
 
 /// Moves a full line to memory of its own, where the base makes room for more. @returns false when there is none.
 bool ZRLogStrstreambufC::LeaveLine() {
-    constexpr std::size_t kSize = 2 * sizeof m_szLine;
-    char* const line = static_cast<char*>(AllocateLine(kSize));
+    const std::size_t size = 2 * m_szLine.size();
+    char* const line = static_cast<char*>(AllocateLine(size));
     if (!line) {
         return false;
     }
-    std::copy_n(m_szLine, sizeof m_szLine, line);
-    setp(line, line + kSize);
-    pbump(sizeof m_szLine);
+    std::ranges::copy(m_szLine, line);
+    setp(line, line + size);
+    pbump(static_cast<int>(m_szLine.size()));
     setg(line, line, line);
     return true;
 }

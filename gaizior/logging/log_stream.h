@@ -4,6 +4,7 @@
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/printf_format.h"
 
+#include <array>
 #include <atomic>
 #include <concepts>
 #include <cstddef>
@@ -38,7 +39,7 @@ public:
         return *this;
     }
     ~ZRLogStrstreambufC() override {
-        if (pbase() == m_szLine) {
+        if (pbase() == m_szLine.data()) {
             setg(nullptr, nullptr, nullptr); // the base frees what it finds here
         }
     }
@@ -105,8 +106,9 @@ private:
     static void FreeLine(void* line);
     static bool AskWhetherEnabled(unsigned level);
     void BeginLine() {
-        setp(m_szLine, m_szLine + sizeof m_szLine);
-        setg(m_szLine, m_szLine, m_szLine);
+        char* const begin = m_szLine.data();
+        setp(begin, begin + m_szLine.size());
+        setg(begin, begin, begin);
     }
     bool LeaveLine();
     void Deliver();
@@ -116,7 +118,7 @@ private:
 
     unsigned m_nMessageLevel = 0;
     unsigned m_nMode = 1;
-    char m_szLine[256]; ///< where a line begins; a longer one is moved to memory of its own
+    std::array<char, 256> m_szLine; ///< where a line begins; a longer one is moved to memory of its own
 };
 
 /// Sets the message level of the log stream that it is inserted into, whether or not that level passes.

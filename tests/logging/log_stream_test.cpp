@@ -145,7 +145,7 @@ TEST_F(LogStream, KeepsALineThatOutgrowsTheObjectWhole) {
             log << text.back();
         }
         log << std::endl << text << std::endl << "short" << std::endl;
-        EXPECT_EQ(g_host.text, "0,1 " + text + "\n0,1 " + text + "\n0,1 short\n");
+        EXPECT_EQ(g_host.text, std::string("0,1 ").append(text).append("\n0,1 ").append(text).append("\n0,1 short\n"));
     }
 }
 
