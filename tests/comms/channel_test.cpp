@@ -276,6 +276,26 @@ TEST_F(ChannelTest, WhoIsNotWokenLooksAllTheSame) {
     }
 }
 
+TEST_F(ChannelTest, AViewerFollowsAChannelThatComesAndGoes) {
+    ZcViewerC viewer;
+    const auto block = std::make_unique<ZcChannel>();
+    for (const char* text : {"one", "another"}) {
+        ASSERT_EQ(viewer.Snapshot(block.get(), 100), e_Resource_AllocationFailed);
+        EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
+        ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
+        for (std::uint16_t count = 1; count <= 2; ++count) {
+            ZcSendMessage(text, 1000, kOtherId);
+            ASSERT_EQ(viewer.Snapshot(block.get(), 100), e_General_NoError);
+            EXPECT_EQ(block->nMessages, count);
+            EXPECT_STREQ(block->slots[0].msg, text);
+        }
+        ZcCloseComms();
+        for (int looks = 0; looks < 20 && viewer.Snapshot(block.get(), 100) == e_General_NoError; ++looks) {
+            SleepFor(100);
+        }
+    }
+}
+
 TEST_F(ChannelTest, AMutexThatIsNotFreeOrNotHeldIsAFailure) {
     g_isMutexOurs = true;
     ChannelMutex mutex;
