@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -15,74 +16,58 @@
 namespace gaizior::test {
 namespace {
 
+#ifdef _WIN32
+constexpr int RTLD_NOW = 0;
+void* dlopen(const char* name, int) {
+    return ::LoadLibraryA(name);
+}
+void* dlsym(void* library, const char* name) {
+    return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(library), name));
+}
+int dlclose(void* library) {
+    return ::FreeLibrary(static_cast<HMODULE>(library));
+}
+#endif
+
 thread_local std::string t_printed;
 
-/// The library, loaded as long as this lives.
-class Library {
-public:
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-#ifdef _WIN32
-    Library() : m_pHandle(::LoadLibraryA(GAIZIOR_LIBRARY)) {}
-    ~Library() {
-        ::FreeLibrary(m_pHandle);
-    }
-    template <class Function>
-    Function* Find(const char* name) const {
-        return reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(m_pHandle, name)));
-    }
-
-private:
-    HMODULE m_pHandle;
-#else
-    Library() : m_pHandle(::dlopen(GAIZIOR_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
-        EXPECT_TRUE(m_pHandle) << ::dlerror();
-    }
-    ~Library() {
-        if (m_pHandle) {
-            ::dlclose(m_pHandle);
-        }
-    }
-    template <class Function>
-    Function* Find(const char* name) const {
-        return reinterpret_cast<Function*>(::dlsym(m_pHandle, name));
-    }
-
-private:
-    void* m_pHandle;
-#endif
-};
-
-/// Loads the library in the calling thread, asks a code's text and prints a line. @returns both.
+/// Loads the library in the calling thread, prints a line and asks a code's text. @returns both.
 std::string LoadAndUse(int code) {
-    const Library library;
-    const auto toText = library.Find<decltype(ZRErrToStr)>("ZRErrToStr");
-    const auto setCallback = library.Find<decltype(ZRDBNewRegisterCallback)>("ZRDBNewRegisterCallback");
-    const auto print = library.Find<decltype(ZRDBprintf)>("ZRDBprintf");
-    if (!toText || !setCallback || !print) {
-        return "not there";
+    const std::unique_ptr<void, int (*)(void*)> library(dlopen(GAIZIOR_LIBRARY, RTLD_NOW), &dlclose);
+    if (!library) {
+        return "not loaded";
     }
-    const std::string text = toText(static_cast<ZRErrors::ZRErrorT>(code));
+    const auto find = [&]<class Function>(Function*& function, const char* name) {
+        function = reinterpret_cast<Function*>(dlsym(library.get(), name));
+    };
+    decltype(&ZRDBNewRegisterCallback) setCallback = nullptr;
+    decltype(&ZRDBprintf) print = nullptr;
+    decltype(&ZRErrToStr) toText = nullptr;
+    find(setCallback, "ZRDBNewRegisterCallback");
+    find(print, "ZRDBprintf");
+    find(toText, "ZRErrToStr");
     setCallback([](int, int, const char* line) { t_printed = line; });
-    print(0, 1, "line %d", code);
-    return text + ", " + t_printed;
+    print(0, 1, "line %d, ", code);
+    return t_printed + toText(static_cast<ZRErrors::ZRErrorT>(code));
 }
 
 TEST(Loading, AnyThreadOfARunningProcessLoadsTheLibraryAndUsesItAgainAndAgain) {
     const Watchdog watchdog;
-    std::promise<void> loadedBefore;
-    std::future<std::string> older = std::async(std::launch::async, [&] {
-        loadedBefore.get_future().wait();
-        return LoadAndUse(57);
+    std::string used;
+    std::mutex turn;
+    std::unique_lock mine(turn);
+    std::thread older([&] {
+        const std::lock_guard its(turn);
+        used = LoadAndUse(57);
     });
     for (int round = 0; round < 3; ++round) {
-        std::string used;
         std::thread([&] { used = LoadAndUse(0); }).join();
-        EXPECT_EQ(used, "No Error: 0, line 0");
-        EXPECT_EQ(LoadAndUse(57), "Job Stopped: 57, line 57");
+        EXPECT_EQ(used, "line 0, No Error: 0");
+        EXPECT_EQ(LoadAndUse(57), "line 57, Job Stopped: 57");
     }
-    loadedBefore.set_value();
-    EXPECT_EQ(older.get(), "Job Stopped: 57, line 57");
+    mine.unlock();
+    older.join();
+    EXPECT_EQ(used, "line 57, Job Stopped: 57");
 }
 
 } // namespace
