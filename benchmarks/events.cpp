@@ -161,7 +161,7 @@ void AnyOfEight() {
 }
 
 void BetweenThreads() {
-    Results::All().SetPlace("two threads of one process, both on core 0");
+    Results::All().SetPlace("Two threads of one process, both on core 0");
     Table<EventSignal> events;
     Table<ConditionSignal> conditions;
     const PartnerThread eventPartner(events);
@@ -185,9 +185,9 @@ void Events() {
     OneThread();
     AnyOfEight();
     BetweenThreads();
-    BetweenProcesses("two processes, both on core 0", 0);
+    BetweenProcesses("Two processes, both on core 0", 0);
     if (UsableCores() > 1) {
-        BetweenProcesses("two processes, on the cores 0 and 1", 1);
+        BetweenProcesses("Two processes, on the cores 0 and 1", 1);
     }
 }
 

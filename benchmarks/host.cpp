@@ -66,7 +66,7 @@ bool PinToCore(unsigned core) {
 }
 
 void Calibrate() {
-    Results::All().SetPlace("this machine, to compare others with");
+    Results::All().SetPlace("This machine, to compare others with");
     std::atomic<int> word{0};
     Limit("lock and unlock a word, two compare-and-swaps", Repeat([&word] {
               int expected = 0;

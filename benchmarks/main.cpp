@@ -26,8 +26,8 @@ struct Subject {
 
 constexpr Subject kSubjects[] = {
     {"errors", &benchmarks::Errors},   {"logging", &benchmarks::Logging},       {"messages", &benchmarks::Messages},
-    {"channel", &benchmarks::Channel}, {"roundtrips", &benchmarks::RoundTrips}, {"times", &benchmarks::Times},
-    {"threads", &benchmarks::Threads}, {"events", &benchmarks::Events},         {"process", &benchmarks::Process},
+    {"channel", &benchmarks::Channel}, {"times", &benchmarks::Times},           {"threads", &benchmarks::Threads},
+    {"events", &benchmarks::Events},   {"roundtrips", &benchmarks::RoundTrips}, {"process", &benchmarks::Process},
 };
 
 constexpr unsigned kMostPasses = 99;
@@ -92,7 +92,7 @@ void Measure(const Options& options) {
         benchmarks::Calibrate();
         for (const Subject& subject : options.subjects) {
             ShowProgress(pass, options.passes, subject.name);
-            Results::All().SetPlace("one thread, on core 0; a second thread of the process sleeps");
+            Results::All().SetPlace("One thread, on core 0; a second thread of the process sleeps");
             subject.run();
         }
     }

@@ -7,6 +7,7 @@
 #include "gaizior/threads/critical_section.h"
 #include "gaizior/threads/thread.h"
 
+#include <csignal>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -44,7 +45,11 @@ public:
             throw std::system_error(error, std::generic_category(), m_path);
         }
         int status = 0;
-        if (::waitpid(child, &status, 0) != child || status != 0) {
+        ::waitpid(child, &status, 0);
+        if (WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) {
+            throw Interrupted{SIGINT}; // by the terminal, which meant all of us
+        }
+        if (status != 0) {
             throw std::runtime_error(m_path + " has failed");
         }
     }

@@ -57,9 +57,6 @@ Results& Results::All() {
 
 void Results::SetPlace(const char* place) {
     m_place = place;
-    if (std::ranges::find(m_places, m_place) == m_places.end()) {
-        m_places.push_back(m_place);
-    }
 }
 
 void Results::Add(const char* operation, const char* peer, double aim, double ours, double theirs) {
@@ -68,6 +65,9 @@ void Results::Add(const char* operation, const char* peer, double aim, double ou
     });
     if (row == m_rows.end()) {
         row = m_rows.insert(row, {m_place, operation, peer, aim, {}, {}});
+        if (std::ranges::find(m_places, m_place) == m_places.end()) {
+            m_places.push_back(m_place);
+        }
     }
     row->ours.push_back(ours);
     row->theirs.push_back(theirs);
@@ -141,7 +141,7 @@ void Results::Print(Format format, unsigned passes) const {
         }
     }
     if (!m_figures.empty()) {
-        std::printf(isText ? "\n-- figures to keep\n" : "\n**Figures to keep**\n\n| | |\n|---|---:|\n");
+        std::printf(isText ? "\n-- Figures to keep\n" : "\n**Figures to keep**\n\n| | |\n|---|---:|\n");
     }
     for (const Figure& figure : m_figures) {
         std::printf(isText ? "%-52s %9s\n" : "| %s | %s |\n", figure.name.c_str(), figure.value.c_str());

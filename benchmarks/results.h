@@ -49,8 +49,8 @@ private:
     static void PrintText(const Row& row, bool isFirst);
     static void PrintMarkdown(const Row& row, bool isFirst);
 
-    std::vector<std::string> m_places;
     std::string m_place;
+    std::vector<std::string> m_places; ///< those of the rows
     std::vector<Row> m_rows;
     std::vector<Figure> m_figures;
 };

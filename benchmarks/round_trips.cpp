@@ -113,9 +113,9 @@ void RoundTripsTo(unsigned core, const char* place) {
 } // namespace
 
 void RoundTrips() {
-    RoundTripsTo(0, "two processes, both on core 0");
+    RoundTripsTo(0, "Two processes, both on core 0");
     if (UsableCores() > 1) {
-        RoundTripsTo(1, "two processes, on the cores 0 and 1");
+        RoundTripsTo(1, "Two processes, on the cores 0 and 1");
     }
 }
 

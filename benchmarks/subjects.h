@@ -7,10 +7,10 @@ void Errors();
 void Logging();
 void Messages();
 void Channel();
-void RoundTrips();
 void Times();
 void Threads();
 void Events();
+void RoundTrips();
 void Process();
 
 } // namespace benchmarks

@@ -203,7 +203,7 @@ void Threads() {
     Compare("create, start, stop and destroy a thread", Repeat(RunThread),
             {{"std::thread, create and join", Repeat([] { std::thread([] {}).join(); }), 1.5}});
     if (UsableCores() > 1) {
-        Results::All().SetPlace("two threads that lock in turn, on the cores 0 and 1");
+        Results::All().SetPlace("Two threads that lock in turn, on the cores 0 and 1");
         ContendedLock("short section, 10 steps of 20", 10, 10, 1.0);
         ContendedLock("long section, 2,000 steps of 2,010", 2000, 10, 1.1);
     }
