@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Objects that threads share, and counted references to them.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/platform/export.h"
@@ -75,10 +78,12 @@ private:
 /// assigned a detached one, not by Detach.
 class GAIZIOR_API ZRCommObjectPtrC {
 public:
+    /// A handle that refers to nothing.
     ZRCommObjectPtrC() = default;
     /// Detaches.
     ~ZRCommObjectPtrC();
     ZRCommObjectPtrC(const ZRCommObjectPtrC&) = delete;
+    /// Hands the reference on; what this one referred to is not released.
     ZRCommObjectPtrC& operator=(const ZRCommObjectPtrC&) = default;
 
     /// Refers to an object. One that was attached before is not released, a decision of this system: detach first.
@@ -96,13 +101,15 @@ public:
     ZRCommObjectC& GetObject() const {
         return *m_pObject;
     }
-    /// The names that <windows.h> makes of it.
+    /// GetObject, under the names that `<windows.h>` makes of it.
+    /// @{
     ZRCommObjectC& GetObjectA() const {
         return GetObject();
     }
     ZRCommObjectC& GetObjectW() const {
         return GetObject();
     }
+    /// @}
 
 private:
     ZRCommObjectC* m_pObject = nullptr;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A lock with one time-out for all.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
