@@ -27,6 +27,7 @@
 /// public here; who destroys an object must know that nobody uses it.
 class GAIZIOR_API ZRCommObjectC {
 public:
+    /// An object that nobody refers to yet.
     /// @param name the object's, for the log; the caller's, which must outlive it. Null prints as "<unknown>".
     /// @param bAutoDelete whether the object, which then stands on the heap, is deleted with its last reference.
     explicit ZRCommObjectC(const char* name = nullptr, bool bAutoDelete = false);

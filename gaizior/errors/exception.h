@@ -9,7 +9,7 @@
 /// A result code as a value to throw, for callers that prefer that; nothing in the library throws it.
 class GAIZIOR_API ZRExceptionC {
 public:
-    /// @param code any code, 0 too.
+    /// Carries `code`, which may be any, 0 too.
     explicit ZRExceptionC(ZRErrors::ZRErrorT code);
     /// Copies have the same code.
     /// @{

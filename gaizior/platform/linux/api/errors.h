@@ -8,6 +8,8 @@
 
 inline namespace gaizior_windows_api {
 
+// Every number that a call of this header can set has its text in linux/system/message_texts.h.
+
 /// A number of the last error. FormatMessageA has its text.
 /// @{
 inline constexpr DWORD NO_ERROR = 0;

@@ -53,8 +53,7 @@ inline constexpr DWORD MUTEX_ALL_ACCESS = 0x1F0001;
 ///          when it belongs to another user, ERROR_BUSY when another process that makes, removes or looks at it has
 ///          stood still for 5 s, ERROR_NOT_ENOUGH_MEMORY, ERROR_DISK_FULL, ERROR_TOO_MANY_OPEN_FILES,
 ///          ERROR_INVALID_NAME for "." and "..", ERROR_PATH_NOT_FOUND for a name with '/' or '\\' (but "Local\\" and
-///          "Global\\" may lead it in), ERROR_FILENAME_EXCED_RANGE for one that is too long. Any
-///          thread.
+///          "Global\\" may lead it in), ERROR_FILENAME_EXCED_RANGE for one that is too long. Any thread.
 GAIZIOR_API HANDLE CreateEventA(SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initiallySet, const char* name);
 /// Opens an existing named event and leaves the last error alone.
 /// @returns null with ERROR_FILE_NOT_FOUND when there is none, ERROR_INVALID_PARAMETER for a null name,
@@ -70,14 +69,17 @@ GAIZIOR_API BOOL ResetEvent(HANDLE event);
 GAIZIOR_API HANDLE CreateMutexA(SECURITY_ATTRIBUTES* attributes, BOOL initiallyOwned, const char* name);
 /// Opens an existing named mutex, as OpenEventA does an event.
 GAIZIOR_API HANDLE OpenMutexA(DWORD access, BOOL inherit, const char* name);
-/// Undoes one acquisition. @returns FALSE with ERROR_NOT_OWNER unless the calling thread owns the mutex.
+/// Undoes one acquisition. @returns FALSE with ERROR_NOT_OWNER unless the calling thread owns the mutex,
+/// ERROR_INVALID_HANDLE for anything that is no mutex. Any thread.
 GAIZIOR_API BOOL ReleaseMutex(HANDLE mutex);
 
-/// An unnamed counting semaphore: 0 <= initial <= maximum, 1 <= maximum, else null with ERROR_INVALID_PARAMETER.
-/// `name` must be null or empty: no part of the library shares a semaphore between processes.
+/// Makes a counting semaphore: 0 <= initial <= maximum, 1 <= maximum. `name` must be null or empty: no part of the
+/// library shares a semaphore between processes.
+/// @returns null with ERROR_INVALID_PARAMETER for other arguments, ERROR_NOT_ENOUGH_MEMORY. Any thread.
 GAIZIOR_API HANDLE CreateSemaphoreA(SECURITY_ATTRIBUTES* attributes, LONG initial, LONG maximum, const char* name);
 /// Adds `count` (1 or more) and stores the count before it. @returns FALSE with ERROR_TOO_MANY_POSTS, nothing
-/// changed, when that would pass the maximum; ERROR_INVALID_PARAMETER for a count below 1.
+/// changed, when that would pass the maximum; ERROR_INVALID_PARAMETER for a count below 1; ERROR_INVALID_HANDLE for
+/// anything that is no semaphore. Any thread.
 GAIZIOR_API BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LONG* previous);
 
 } // namespace gaizior_windows_api
