@@ -45,7 +45,7 @@ Batch Copy() {
 
 } // namespace
 
-std::string HostName() {
+std::string DescribeHost() {
     return ProcessorName() + "; " + std::to_string(UsableCores()) + " cores usable; GCC " __VERSION__;
 }
 

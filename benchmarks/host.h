@@ -6,7 +6,7 @@
 namespace benchmarks {
 
 /// @returns the processor's name, how many of its cores this process may use, and the compiler.
-std::string HostName();
+std::string DescribeHost();
 
 unsigned UsableCores();
 

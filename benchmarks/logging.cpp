@@ -32,7 +32,7 @@ protected:
         spdlog::memory_buf_t text;
         formatter_->format(message, text);
         text.push_back('\0');
-        TakeLine(message.level, 0, text.data());
+        TakeLine(kShown, 0, text.data());
     }
     void flush_() override {}
 };
@@ -62,7 +62,8 @@ void Logging() {
     const auto logger = TextLogger();
     int plate = 1234;
     int step = 7;
-    ZRLogStreamC(&TakeLine, nullptr, nullptr, &Level);
+    ZRLogStreamC::SetDBFn(&TakeLine);
+    ZRLogStreamC::SetDBGetLevelFn(&Level);
     const Batch suppressed = Repeat([&] {
         Keep(plate);
         WriteLine(kSuppressed, plate, step);

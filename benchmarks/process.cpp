@@ -7,6 +7,7 @@
 #include "gaizior/threads/critical_section.h"
 #include "gaizior/threads/thread.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <memory>
@@ -110,12 +111,17 @@ struct Thread : ZRThreadC {
     }
 };
 
-/// With all that it has on the heap, but for its handles.
+/// With all that it has on the heap, but for its handles. The second of two rounds finds their places made.
 std::size_t SizeOfThread() {
-    const Thread other; // makes what all threads share
-    const std::size_t before = ::mallinfo2().uordblks;
-    const auto thread = std::make_unique<Thread>();
-    return ::mallinfo2().uordblks - before;
+    constexpr std::size_t kCount = 100;
+    std::size_t size = 0;
+    for (int round = 0; round < 2; ++round) {
+        std::vector<std::unique_ptr<Thread>> threads(kCount);
+        const std::size_t before = ::mallinfo2().uordblks;
+        std::ranges::generate(threads, [] { return std::make_unique<Thread>(); });
+        size = (::mallinfo2().uordblks - before) / kCount;
+    }
+    return size;
 }
 
 void SetObjectSizes() {

@@ -41,6 +41,16 @@ void PrintCells(const std::string& name, const std::vector<double>& nanoseconds,
     std::printf("%-52s %9s%s", name.c_str(), Time(Median(nanoseconds)).c_str(), end);
 }
 
+void PrintHead(const std::string& place, bool isText) {
+    if (isText) {
+        std::printf("\n-- %s\n%-52s %9s  %-18s aim\n", place.c_str(), "operation, and what it is compared with", "ns",
+                    "ratio");
+    } else {
+        std::printf("\n**%s**\n\n| operation | ns | against | ns | ratio | aim | |\n|---|---:|---|---:|---|---|---|\n",
+                    place.c_str());
+    }
+}
+
 /// The lowest and the highest of the passes.
 std::ranges::minmax_result<double> Extremes(const std::vector<double>& ours, const std::vector<double>& theirs) {
     std::vector<double> ratios(ours.size());
@@ -122,16 +132,9 @@ void Results::PrintMarkdown(const Row& row, bool isFirst) {
 
 void Results::Print(Format format, unsigned passes) const {
     const bool isText = format == Format::text;
-    std::printf("%s; passes: %u\n", HostName().c_str(), passes);
+    std::printf("%s; passes: %u\n", DescribeHost().c_str(), passes);
     for (const std::string& place : m_places) {
-        if (isText) {
-            std::printf("\n-- %s\n%-52s %9s  %-18s aim\n", place.c_str(), "operation, and what it is compared with",
-                        "ns", "ratio");
-        } else {
-            std::printf(
-                "\n**%s**\n\n| operation | ns | against | ns | ratio | aim | |\n|---|---:|---|---:|---|---|---|\n",
-                place.c_str());
-        }
+        PrintHead(place, isText);
         std::string last;
         for (const Row& row : m_rows) {
             if (row.place == place) {
