@@ -46,7 +46,7 @@ Batch Copy() {
 } // namespace
 
 std::string DescribeHost() {
-    return ProcessorName() + "; " + std::to_string(UsableCores()) + " cores usable; GCC " __VERSION__;
+    return ProcessorName() + "; cores usable: " + std::to_string(UsableCores()) + "; GCC " __VERSION__;
 }
 
 unsigned UsableCores() {
