@@ -1,28 +1,21 @@
 #include "benchmarks/compare.h"
+#include "benchmarks/queues.h"
 #include "benchmarks/shared_folder.h"
 #include "benchmarks/subjects.h"
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/platform/timing.h"
 
-#include <cerrno>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <system_error>
-
-#include <boost/interprocess/ipc/message_queue.hpp>
-#include <fcntl.h>
-#include <mqueue.h>
 
 namespace benchmarks {
 namespace {
 
-constexpr std::size_t kTextSize = kZcMessageSize - 1;
 constexpr std::uint16_t kOwnId = 256;
 constexpr std::uint16_t kOtherId = 257;
 constexpr int kManyMessages = 100;
-constexpr const char* kQueueName = "/gaizior_benchmark";
 
 /// Sends and takes as ZcSendMessage and ZcReceiveMessage do, without the sleeps that pace the receivers.
 class UnpacedChannel {
@@ -75,56 +68,6 @@ private:
     std::shared_ptr<gaizior::ChannelObjects> m_pObjects = std::make_shared<gaizior::ChannelObjects>();
 };
 
-class BoostQueue {
-public:
-    BoostQueue() {
-        boost::interprocess::message_queue::remove(kQueueName + 1);
-    }
-    ~BoostQueue() {
-        boost::interprocess::message_queue::remove(kQueueName + 1);
-    }
-    void Send(const char* text) {
-        m_queue.send(text, kTextSize, 0);
-    }
-    void Take(char* buffer) {
-        boost::interprocess::message_queue::size_type size = 0;
-        unsigned priority = 0;
-        m_queue.receive(buffer, kTextSize, size, priority);
-    }
-
-private:
-    boost::interprocess::message_queue m_queue{boost::interprocess::open_or_create, kQueueName + 1, kZcSlotCount,
-                                               kTextSize};
-};
-
-class PosixQueue {
-public:
-    PosixQueue() {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = 10; // what everybody may have
-        attributes.mq_msgsize = kTextSize;
-        m_queue = ::mq_open(kQueueName, O_RDWR | O_CREAT | O_CLOEXEC, 0600, &attributes);
-        if (m_queue < 0) {
-            throw std::system_error(errno, std::generic_category(), "mq_open");
-        }
-        ::mq_unlink(kQueueName);
-    }
-    PosixQueue(const PosixQueue&) = delete;
-    PosixQueue& operator=(const PosixQueue&) = delete;
-    ~PosixQueue() {
-        ::mq_close(m_queue);
-    }
-    void Send(const char* text) {
-        ::mq_send(m_queue, text, kTextSize, 0);
-    }
-    void Take(char* buffer) {
-        ::mq_receive(m_queue, buffer, kTextSize, nullptr);
-    }
-
-private:
-    mqd_t m_queue;
-};
-
 template <typename Queue>
 Batch SendAndTake(Queue& queue, const std::string& text) {
     return Repeat([&queue, &text] {
@@ -151,14 +94,17 @@ void Channel() {
     UnpacedChannel channel;
     BoostQueue boostQueue;
     PosixQueue posixQueue;
-    const Batch empty = SendAndTake(channel, text);
-    Compare("send and take 255 bytes", empty,
-            {{"Boost.Interprocess message_queue", SendAndTake(boostQueue, text), 1.5},
-             {"POSIX message queue", SendAndTake(posixQueue, text), 0.15}});
+    const Batch ours = SendAndTake(channel, text);
+    const Batch boost = SendAndTake(boostQueue, text);
+    const Batch posix = SendAndTake(posixQueue, text);
+    Compare("send and take 255 bytes, without the pace", ours,
+            {{"Boost.Interprocess message_queue", boost, 1.5}, {"POSIX message queue", posix, 0.15}});
+    Compare("the same with cold caches", Cold(ours),
+            {{"Boost.Interprocess message_queue", Cold(boost), 0}, {"POSIX message queue", Cold(posix), 0}});
     UnpacedChannel own(kOwnId);
-    Compare("100 more wait for the same addressee", SendAndTake(own, text), {{"empty pool", empty, 1.3}});
+    Compare("with 100 slots in use, same addressee", SendAndTake(own, text), {{"the empty pool", ours, 1.3}});
     UnpacedChannel others(kOtherId);
-    Compare("100 more wait for another", SendAndTake(others, text), {{"empty pool", empty, 1.3}});
+    Compare("with 100 slots in use, another addressee", SendAndTake(others, text), {{"the empty pool", ours, 1.3}});
 }
 
 } // namespace benchmarks

@@ -1,11 +1,10 @@
 #include "benchmarks/compare.h"
 
+#include "benchmarks/results.h"
+
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <string>
-
-#include <sched.h>
+#include <csignal>
 
 namespace benchmarks {
 namespace {
@@ -14,13 +13,20 @@ using Clock = std::chrono::steady_clock;
 using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr Nanoseconds kBatchTime = std::chrono::microseconds(400);
-constexpr int kRounds = 301;
 constexpr int kTrials = 5;
+constexpr int kRounds = 151;
+constexpr int kFewestRounds = 15;
+constexpr Nanoseconds kRowTime = std::chrono::milliseconds(500); // slow operations get fewer rounds
+
+constexpr std::size_t kBeyondCaches = 64 << 20;
+constexpr std::size_t kCacheLine = 64;
+
+volatile std::sig_atomic_t g_signal = 0;
 
 /// One of those who take turns.
 struct Side {
-    explicit Side(const Batch& batch) : run(batch) {
-        while (ShortestTime() < kBatchTime) {
+    explicit Side(const Batch& theBatch) : batch(theBatch) {
+        while (count < batch.largest && ShortestTime() < kBatchTime) {
             count *= 2;
         }
     }
@@ -35,8 +41,14 @@ struct Side {
     }
 
     Nanoseconds TimeOf(std::size_t operations) const {
+        if (g_signal != 0) {
+            throw Interrupted{g_signal};
+        }
+        if (batch.prepare) {
+            batch.prepare();
+        }
         const Clock::time_point start = Clock::now();
-        run(operations);
+        batch.run(operations);
         return Clock::now() - start;
     }
 
@@ -44,84 +56,58 @@ struct Side {
         samples.push_back(TimeOf(count).count() / static_cast<double>(count));
     }
 
-    double Median() {
-        const auto middle = samples.begin() + kRounds / 2;
-        std::nth_element(samples.begin(), middle, samples.end());
-        return *middle;
-    }
-
-    const Batch& run;
+    const Batch& batch;
     std::size_t count = 1;
     std::vector<double> samples;
 };
 
-const char* Verdict(double value, double aim) {
-    return value <= aim ? "reached" : "MISSED";
+void TakeTurns(std::vector<Side>& sides) {
+    const Clock::time_point start = Clock::now();
+    for (int round = 0; round < kRounds && (round < kFewestRounds || Clock::now() - start < kRowTime); ++round) {
+        for (Side& side : sides) {
+            side.Measure();
+        }
+    }
 }
 
-void PrintMedian(const char* name, double nanoseconds) {
-    std::printf("%-46s %9.1f", name, nanoseconds);
+void EvictCaches() {
+    static const std::vector<char> memory(kBeyondCaches, 1);
+    char sum = 0;
+    for (std::size_t i = 0; i < memory.size(); i += kCacheLine) {
+        sum = static_cast<char>(sum ^ memory[i]);
+    }
+    Keep(sum);
 }
 
 } // namespace
+
+Batch Cold(Batch batch) {
+    batch.prepare = &EvictCaches;
+    batch.largest = 1;
+    return batch;
+}
 
 void Compare(const char* operation, const Batch& ours, const std::vector<Peer>& peers) {
     std::vector<Side> sides{Side(ours)};
     for (const Peer& peer : peers) {
         sides.emplace_back(peer.run);
     }
-    for (int round = 0; round < kRounds; ++round) {
-        for (Side& side : sides) {
-            side.Measure();
-        }
-    }
-    const double own = sides[0].Median();
-    PrintMedian(operation, own);
-    std::printf("\n");
+    TakeTurns(sides);
+    const double own = Median(sides[0].samples);
     for (std::size_t i = 0; i < peers.size(); ++i) {
-        const double other = sides[i + 1].Median();
-        const double ratio = own / other;
-        PrintMedian((std::string("  ") + peers[i].name).c_str(), other);
-        std::printf(" %6.2f", ratio);
-        if (peers[i].aim > 0) {
-            std::printf(" %6.2f  %s", peers[i].aim, Verdict(ratio, peers[i].aim));
-        }
-        std::printf("\n");
+        Results::All().Add(operation, peers[i].name, peers[i].aim, own, Median(sides[i + 1].samples));
     }
-    std::fflush(stdout);
 }
 
 void Limit(const char* operation, const Batch& ours, double aim) {
-    Side side(ours);
-    for (int round = 0; round < kRounds; ++round) {
-        side.Measure();
-    }
-    const double own = side.Median();
-    PrintMedian(operation, own);
-    std::printf(" %6s %3.0f ns  %s\n", "", aim, Verdict(own, aim));
-    std::fflush(stdout);
+    std::vector<Side> sides{Side(ours)};
+    TakeTurns(sides);
+    Results::All().Add(operation, aim, Median(sides[0].samples));
 }
 
-void PrintPlace(const char* place) {
-    std::printf("\n-- %s\n", place);
-    std::printf("%-46s %9s %6s %6s\n", "operation, and what it is compared with", "ns", "ratio", "aim");
-}
-
-bool PinToCore(unsigned core) {
-    static const cpu_set_t allowed = [] {
-        cpu_set_t cores;
-        ::sched_getaffinity(0, sizeof(cores), &cores);
-        return cores;
-    }();
-    for (unsigned i = 0; i < CPU_SETSIZE; ++i) {
-        if (CPU_ISSET(i, &allowed) && core-- == 0) {
-            cpu_set_t one;
-            CPU_ZERO(&one);
-            CPU_SET(i, &one);
-            return ::sched_setaffinity(0, sizeof(one), &one) == 0;
-        }
-    }
-    return false;
+void Interrupt(int signal) {
+    g_signal = signal;
+    std::signal(signal, SIG_DFL); // for somebody who cannot wait
 }
 
 } // namespace benchmarks

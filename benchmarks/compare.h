@@ -2,24 +2,35 @@
 
 #include <cstddef>
 #include <functional>
+#include <limits>
 #include <utility>
 #include <vector>
 
 /// Measures our operations beside those of others: in one process, in short batches that take turns, so that whatever
-/// else the machine does falls on all sides alike. Medians are printed, and the ratio to each peer beside its aim.
+/// else the machine does falls on all sides alike. What is measured goes to the results, where each pass over the whole
+/// table adds its medians.
 namespace benchmarks {
 
-/// Does an operation `count` times.
-using Batch = std::function<void(std::size_t count)>;
+/// Operations that are measured together.
+struct Batch {
+    std::function<void(std::size_t count)> run;                    ///< does the operation so many times
+    std::function<void()> prepare = {};                            ///< comes before each batch, outside of its time
+    std::size_t largest = std::numeric_limits<std::size_t>::max(); ///< count at most
+};
 
 template <typename Operation>
-Batch Repeat(Operation operation) {
-    return [operation = std::move(operation)](std::size_t count) mutable {
-        for (; count > 0; --count) {
-            operation();
-        }
-    };
+Batch Repeat(Operation operation, std::function<void()> prepare = {}) {
+    return {.run =
+                [operation = std::move(operation)](std::size_t count) mutable {
+                    for (; count > 0; --count) {
+                        operation();
+                    }
+                },
+            .prepare = std::move(prepare)};
 }
+
+/// The same, but each operation finds nothing in the caches that it will need.
+Batch Cold(Batch batch);
 
 struct Peer {
     const char* name;
@@ -27,14 +38,11 @@ struct Peer {
     double aim; ///< ours may take so many times as long; 0 for a peer that is shown for comparison only
 };
 
-/// Prints a line for ours and one for each peer.
+/// Measures ours beside each peer.
 void Compare(const char* operation, const Batch& ours, const std::vector<Peer>& peers);
 
-/// Prints a line for an operation that may take `aim` nanoseconds.
+/// Measures an operation that may take `aim` nanoseconds, or any time when that is 0.
 void Limit(const char* operation, const Batch& ours, double aim);
-
-/// Says where the threads of the following comparisons run and heads their table.
-void PrintPlace(const char* place);
 
 /// Makes the compiler compute what is read and believe that it may have changed.
 template <typename Value>
@@ -42,8 +50,11 @@ void Keep(Value& value) {
     asm volatile("" : : "g"(&value) : "memory");
 }
 
-/// Lets the calling thread, and those that it starts, run on that core only, 0 being the first that the process may
-/// use. @returns false when there are not so many.
-bool PinToCore(unsigned core);
+/// Has what is being measured end with an exception, so that partners end and files are removed.
+struct Interrupted {
+    int signal;
+};
+/// For signal handlers.
+void Interrupt(int signal);
 
 } // namespace benchmarks

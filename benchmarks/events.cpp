@@ -1,12 +1,16 @@
+#include "benchmarks/results.h"
 #include "benchmarks/shared_folder.h"
 #include "benchmarks/signals.h"
 #include "benchmarks/subjects.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
+#include <memory>
 
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 
 namespace benchmarks {
@@ -17,7 +21,7 @@ constexpr std::size_t kMany = 8;
 void OneThread() {
     EventSignal event;
     SemaphoreSignal<false> semaphore;
-    Compare("set an event, wait for it", Repeat([&] {
+    Compare("set an event and wait for it", Repeat([&] {
                 event.Set();
                 event.Wait();
             }),
@@ -34,56 +38,130 @@ void OneThread() {
                   created->~mutex();
                   std::free(memory);
               }),
+              5.0},
+             {"mutex, condition variable and flag on the heap", Repeat([] {
+                  const auto created = std::make_unique<ConditionSignal>();
+                  Keep(*created);
+              }),
               5.0}});
 }
 
-/// Eight of each, the last one set and left so.
-struct AnyOfMany {
-    AnyOfMany() {
+/// Eight of each, of which the last one is set: for good, or by each operation, whose wait takes it back.
+class AnyOfMany {
+public:
+    explicit AnyOfMany(bool isSetForGood) : m_epoll(::epoll_create1(EPOLL_CLOEXEC)) {
         for (std::size_t i = 0; i < kMany; ++i) {
-            const bool isSet = i + 1 == kMany;
-            owned[i] = gaizior::UniqueHandle(::CreateEventA(nullptr, TRUE, isSet, nullptr));
-            events[i] = owned[i].Get();
-            flags[i] = isSet;
-            files[i] = {::eventfd(isSet, EFD_CLOEXEC), POLLIN, 0};
+            const bool isSet = isSetForGood && i == kLast;
+            m_owned[i] = gaizior::UniqueHandle(::CreateEventA(nullptr, isSetForGood, isSet, nullptr));
+            m_events[i] = m_owned[i].Get();
+            m_flags[i] = isSet;
+            m_files[i] = {::eventfd(isSet, EFD_CLOEXEC), POLLIN, 0};
+            epoll_event interest{.events = EPOLLIN, .data = {.fd = m_files[i].fd}};
+            ::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_files[i].fd, &interest);
         }
     }
     AnyOfMany(const AnyOfMany&) = delete;
     AnyOfMany& operator=(const AnyOfMany&) = delete;
     ~AnyOfMany() {
-        for (const pollfd& file : files) {
+        ::close(m_epoll);
+        for (const pollfd& file : m_files) {
             ::close(file.fd);
         }
     }
 
+    void SetEvent() {
+        ::SetEvent(m_events[kLast]);
+    }
     void WaitForEvents() {
-        ::WaitForMultipleObjects(kMany, events.data(), FALSE, INFINITE);
-    }
-    void WaitForCondition() {
-        std::unique_lock lock(mutex);
-        condition.wait(lock, [&] { return std::ranges::find(flags, true) != flags.end(); });
-    }
-    void Poll() {
-        ::poll(files.data(), files.size(), -1);
+        ::WaitForMultipleObjects(kMany, m_events.data(), FALSE, INFINITE);
     }
 
-    std::array<gaizior::UniqueHandle, kMany> owned;
-    std::array<HANDLE, kMany> events;
-    std::mutex mutex;
-    std::condition_variable condition;
-    std::array<bool, kMany> flags;
-    std::array<pollfd, kMany> files;
+    void SetFlag() {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_flags[kLast] = true;
+        }
+        m_condition.notify_one();
+    }
+    void WaitForFlag() {
+        std::unique_lock lock(m_mutex);
+        m_condition.wait(lock, [&] { return FirstSet() != m_flags.end(); });
+    }
+    void TakeFlag() {
+        std::unique_lock lock(m_mutex);
+        m_condition.wait(lock, [&] { return FirstSet() != m_flags.end(); });
+        *FirstSet() = false;
+    }
+
+    void WriteFile() {
+        ::eventfd_write(m_files[kLast].fd, 1);
+    }
+    void Poll() {
+        ::poll(m_files.data(), m_files.size(), -1);
+    }
+    void PollAndRead() {
+        Poll();
+        Read(std::ranges::find(m_files, POLLIN, &pollfd::revents)->fd);
+    }
+    int Epoll() {
+        epoll_event found{};
+        ::epoll_wait(m_epoll, &found, 1, -1);
+        return found.data.fd;
+    }
+    void EpollAndRead() {
+        Read(Epoll());
+    }
+
+private:
+    static constexpr std::size_t kLast = kMany - 1;
+
+    static void Read(int file) {
+        eventfd_t value = 0;
+        ::eventfd_read(file, &value);
+    }
+    bool* FirstSet() {
+        return std::ranges::find(m_flags, true);
+    }
+
+    std::array<gaizior::UniqueHandle, kMany> m_owned;
+    std::array<HANDLE, kMany> m_events;
+    std::mutex m_mutex;
+    std::condition_variable m_condition;
+    std::array<bool, kMany> m_flags;
+    std::array<pollfd, kMany> m_files;
+    int m_epoll;
 };
 
 void AnyOfEight() {
-    AnyOfMany many;
-    Compare("wait for any of 8, the last one set", Repeat([&] { many.WaitForEvents(); }),
-            {{"condition variable", Repeat([&] { many.WaitForCondition(); }), 1.0},
-             {"eventfd with poll", Repeat([&] { many.Poll(); }), 0.05}});
+    AnyOfMany set(true);
+    Compare("wait for any of 8, the last one set", Repeat([&] { set.WaitForEvents(); }),
+            {{"condition variable over 8 flags", Repeat([&] { set.WaitForFlag(); }), 1.0},
+             {"eight eventfds with poll", Repeat([&] { set.Poll(); }), 0.05},
+             {"eight eventfds with epoll", Repeat([&] { set.Epoll(); }), 0}});
+    AnyOfMany taken(false);
+    Compare("set the last of 8, wait for any of them", Repeat([&] {
+                taken.SetEvent();
+                taken.WaitForEvents();
+            }),
+            {{"condition variable over 8 flags", Repeat([&] {
+                  taken.SetFlag();
+                  taken.TakeFlag();
+              }),
+              1.0},
+             {"eight eventfds: write, poll, read", Repeat([&] {
+                  taken.WriteFile();
+                  taken.PollAndRead();
+              }),
+              0.05},
+             {"eight eventfds: write, epoll, read", Repeat([&] {
+                  taken.WriteFile();
+                  taken.EpollAndRead();
+              }),
+              0}});
 }
 
 void BetweenThreads() {
-    PrintPlace("two threads of one process, both on core 0");
+    Results::All().SetPlace("Two threads of one process, both on core 0");
     Table<EventSignal> events;
     Table<ConditionSignal> conditions;
     const PartnerThread eventPartner(events);
@@ -92,12 +170,12 @@ void BetweenThreads() {
 }
 
 void BetweenProcesses(const char* place, unsigned core) {
-    PrintPlace(place);
+    Results::All().SetPlace(place);
     const SharedFolder folder;
     Table<EventSignal> events{EventSignal("ping"), EventSignal("pong")};
     const Shared<Table<SemaphoreSignal<true>>> semaphores;
-    const PartnerProcess eventPartner(events, core);
-    const PartnerProcess semaphorePartner(*semaphores, core);
+    const PartnerProcess eventPartner(core, [&] { events.AnswerOnce(); });
+    const PartnerProcess semaphorePartner(core, [&] { (*semaphores).AnswerOnce(); });
     Compare("ping-pong of named events", events.Play(), {{"sem_t in shared memory", (*semaphores).Play(), 1.1}});
 }
 
@@ -107,8 +185,10 @@ void Events() {
     OneThread();
     AnyOfEight();
     BetweenThreads();
-    BetweenProcesses("two processes, both on core 0", 0);
-    BetweenProcesses("two processes, on the cores 0 and 1", 1);
+    BetweenProcesses("Two processes, both on core 0", 0);
+    if (UsableCores() > 1) {
+        BetweenProcesses("Two processes, on the cores 0 and 1", 1);
+    }
 }
 
 } // namespace benchmarks

@@ -1,4 +1,5 @@
 #include "benchmarks/compare.h"
+#include "benchmarks/spdlog_coarse.h"
 #include "benchmarks/subjects.h"
 #include "gaizior/logging/log_stream.h"
 
@@ -31,7 +32,7 @@ protected:
         spdlog::memory_buf_t text;
         formatter_->format(message, text);
         text.push_back('\0');
-        TakeLine(message.level, 0, text.data());
+        TakeLine(kShown, 0, text.data());
     }
     void flush_() override {}
 };
@@ -61,35 +62,37 @@ void Logging() {
     const auto logger = TextLogger();
     int plate = 1234;
     int step = 7;
-    ZRLogStreamC(&TakeLine, nullptr, nullptr, &Level);
+    ZRLogStreamC::SetDBFn(&TakeLine);
+    ZRLogStreamC::SetDBGetLevelFn(&Level);
     const Batch suppressed = Repeat([&] {
         Keep(plate);
         WriteLine(kSuppressed, plate, step);
     });
     const Peer disabled{"spdlog, level disabled at run time", Repeat([&] {
                             Keep(plate);
-                            logger->debug("PlateC::LoadPlate(): plate {} is at step {}", plate, step);
+                            logger->debug(kLine, plate, step);
                         }),
                         2.5};
     const Batch asked = Repeat([] {
         bool enabled = ZRLogStreamC::IsLevelEnabled(kSuppressed);
         Keep(enabled);
     });
-    Compare("suppressed line, level from a hook", suppressed, {disabled});
-    Limit("level asked first, of a hook", asked, 2);
+    Compare("suppressed log line, level from a hook", suppressed, {disabled});
+    Limit("level asked before a line is begun, from a hook", asked, 2);
     ZRLogStreamC::SetDBGetLevelFn(&Level, g_level);
-    Compare("suppressed line, level in a variable", suppressed, {disabled});
-    Limit("level asked first, in a variable", asked, 2);
+    Compare("suppressed log line, level in a variable", suppressed, {disabled});
+    Limit("level asked before a line is begun, in a variable", asked, 2);
     Compare("line delivered to a hook that does nothing", Repeat([&] {
                 Keep(plate);
                 WriteLine(kShown, plate, step);
             }),
             {{"spdlog, text-only callback sink", Repeat([&] {
                   Keep(plate);
-                  logger->warn("PlateC::LoadPlate(): plate {} is at step {}", plate, step);
+                  logger->warn(kLine, plate, step);
               }),
               1.0},
-             {"std::ostrstream", Repeat([&] {
+             {"spdlog, coarse clock, sink without formatter", WriteWithCoarseSpdlog(plate, step), 1.0},
+             {"std::ostrstream for each line", Repeat([&] {
                   Keep(plate);
                   WriteOstrstream(plate, step);
               }),

@@ -23,6 +23,9 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
+    const std::string& Path() const {
+        return m_path;
+    }
 
 private:
     std::string m_path;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "benchmarks/compare.h"
+#include "benchmarks/host.h"
 #include "gaizior/platform/unique_handle.h"
 
 #include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
@@ -13,6 +15,7 @@
 
 #include <semaphore.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -147,16 +150,13 @@ private:
     std::thread m_thread;
 };
 
-/// A process that answers, on the core named, until it is killed at the end.
-template <typename Signal>
+/// A process that answers, on the core named, until it is killed at the end, or by its maker's death.
 class PartnerProcess {
 public:
-    PartnerProcess(Table<Signal>& table, unsigned core) : m_child(::fork()) {
+    template <typename Answer>
+    PartnerProcess(unsigned core, Answer answerOnce) : m_child(::fork()) {
         if (m_child == 0) {
-            PinToCore(core);
-            for (;;) {
-                table.AnswerOnce();
-            }
+            AnswerOn(core, answerOnce);
         }
         if (m_child < 0) {
             throw std::system_error(errno, std::generic_category(), "fork");
@@ -170,6 +170,16 @@ public:
     }
 
 private:
+    /// An exception must not take the child into what is its maker's to do.
+    template <typename Answer>
+    [[noreturn]] static void AnswerOn(unsigned core, Answer& answerOnce) noexcept {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        PinToCore(core);
+        for (;;) {
+            answerOnce();
+        }
+    }
+
     pid_t m_child;
 };
 

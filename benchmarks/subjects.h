@@ -1,14 +1,16 @@
 #pragma once
 
-/// One function for each subject; each prints its comparisons.
+/// One function for each subject; each adds its comparisons to the results.
 namespace benchmarks {
 
 void Errors();
 void Logging();
 void Messages();
-void Events();
 void Channel();
-void Threads();
 void Times();
+void Threads();
+void Events();
+void RoundTrips();
+void Process();
 
 } // namespace benchmarks

@@ -1,4 +1,6 @@
 #include "benchmarks/compare.h"
+#include "benchmarks/host.h"
+#include "benchmarks/results.h"
 #include "benchmarks/subjects.h"
 #include "gaizior/platform/windows_api.h"
 #include "gaizior/threads/thread.h"
@@ -80,7 +82,7 @@ void LockByGuard() {
 /// The same with the lock held already.
 template <typename Lock>
 Batch SecondLevel() {
-    return [](std::size_t count) {
+    return {[](std::size_t count) {
         Lock lock;
         lock.Lock();
         for (; count > 0; --count) {
@@ -88,18 +90,20 @@ Batch SecondLevel() {
             lock.Unlock();
         }
         lock.Unlock();
-    };
+    }};
 }
 
 void UncontendedLocks() {
     using Recursive = StandardLock<std::recursive_mutex>;
     using Timed = StandardLock<std::recursive_timed_mutex>;
-    Compare("enter and leave a section", LockAndUnlock<OurLock>(),
+    Compare("enter and leave a critical section", LockAndUnlock<OurLock>(),
             {{"std::recursive_mutex", LockAndUnlock<Recursive>(), 1.5}});
-    Compare("the same, the scope's end leaves it", Repeat(RollBack), {{"std::lock_guard", Repeat(LockByGuard), 1.5}});
-    Compare("the same with a time-out", LockInTime<OurLock>(),
-            {{"std::recursive_timed_mutex", LockInTime<Timed>(), 0.7}});
-    Compare("second level", SecondLevel<OurLock>(), {{"std::recursive_mutex", SecondLevel<Recursive>(), 1.0}});
+    Compare("the same, its user made and ended with the scope", Repeat(RollBack),
+            {{"std::lock_guard", Repeat(LockByGuard), 1.5}});
+    Compare("the same with a time-out given", LockInTime<OurLock>(),
+            {{"std::recursive_timed_mutex, try_lock_for", LockInTime<Timed>(), 0.7}});
+    Compare("second level of recursion", SecondLevel<OurLock>(),
+            {{"std::recursive_mutex", SecondLevel<Recursive>(), 1.0}});
 }
 
 /// Passes some nanoseconds for each step.
@@ -129,14 +133,14 @@ public:
     }
 
     Batch Play() {
-        return [this](std::size_t count) {
+        return {[this](std::size_t count) {
             m_nCount = count;
             const std::size_t round = ++m_nRound;
             Run(count);
             while (m_nDone != round) {
                 std::this_thread::yield();
             }
-        };
+        }};
     }
 
 private:
@@ -198,9 +202,11 @@ void Threads() {
     UncontendedLocks();
     Compare("create, start, stop and destroy a thread", Repeat(RunThread),
             {{"std::thread, create and join", Repeat([] { std::thread([] {}).join(); }), 1.5}});
-    PrintPlace("two threads that lock in turn, on the cores 0 and 1");
-    ContendedLock("short section, 10 steps of 20", 10, 10, 1.0);
-    ContendedLock("long section, 2,000 steps of 2,010", 2000, 10, 1.1);
+    if (UsableCores() > 1) {
+        Results::All().SetPlace("Two threads that lock in turn, on the cores 0 and 1");
+        ContendedLock("short section, 10 steps of 20", 10, 10, 1.0);
+        ContendedLock("long section, 2,000 steps of 2,010", 2000, 10, 1.1);
+    }
 }
 
 } // namespace benchmarks

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The channel seen and mended from outside, for service tools.
+
 #include "gaizior/comms/channel_block.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"

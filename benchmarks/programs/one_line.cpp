@@ -1,0 +1,6 @@
+// Prints one line.
+#include <cstdio>
+
+int main() {
+    std::puts("operation completed");
+}
