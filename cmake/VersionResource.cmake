@@ -1,5 +1,5 @@
-# version_resource(TARGET DESCRIPTION): what Windows shows among a file's properties. It is compiled apart from the sources,
-# whose options the resource compiler does not know.
+# version_resource(TARGET DESCRIPTION): what Windows shows among a file's properties. It is compiled apart from the
+# sources, whose options the resource compiler does not know.
 function(version_resource target description)
     if(WIN32)
         get_target_property(type ${target} TYPE)

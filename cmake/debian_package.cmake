@@ -19,7 +19,10 @@ if(SHLIBDEPS)
     string(REPLACE "shlibs:Depends=" "" CPACK_DEBIAN_PACKAGE_DEPENDS ${found})
 else()
     # Without that tool (package dpkg-dev): what it is built with is enough.
-    execute_process(COMMAND dpkg-query -W -f "\${Package} (>= \${Version}), " libc6 libgcc-s1 libstdc++6
+    execute_process(COMMAND dpkg --print-architecture
+        OUTPUT_VARIABLE system OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND dpkg-query --show --showformat "\${Package} (>= \${Version}), "
+        libc6:${system} libgcc-s1:${system} libstdc++6:${system}
         OUTPUT_VARIABLE found COMMAND_ERROR_IS_FATAL ANY)
     string(REGEX REPLACE ", $" "" CPACK_DEBIAN_PACKAGE_DEPENDS ${found})
 endif()

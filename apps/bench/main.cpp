@@ -181,7 +181,7 @@ CommandLine::CommandLine() {
     app.require_subcommand(1);
     app.footer(std::string(kBenchExamples) + kExitCodes);
     app.add_flag("--verbose", verbose, "Tell every step and the error stack on standard error");
-    app.set_version_flag("--version", [] { return VersionText("bench"); }, "Print the version and exit");
+    app.set_version_flag("--version", VersionText("bench"), "Print the version and exit");
     AddImage();
     AddImager();
     AddError();

@@ -76,7 +76,7 @@ int main(int argc, char** argv) try {
     // For tests and training: not in the help.
     const CLI::Option* hang = app.add_option("--hang", options.hang)->type_name("LOCK")->group("");
     app.add_flag("--verbose", verbose, "Tell every step on standard error");
-    app.set_version_flag("--version", [] { return apps::VersionText("imager"); }, "Print the version and exit");
+    app.set_version_flag("--version", apps::VersionText("imager"), "Print the version and exit");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
