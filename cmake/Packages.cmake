@@ -14,7 +14,6 @@ install(DIRECTORY docs samples DESTINATION ${documents})
 
 set(CPACK_PACKAGE_VENDOR gaizior)
 set(CPACK_PACKAGE_CONTACT gaizior)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Common ground of a computer-to-plate machine's applications")
 set(CPACK_PACKAGE_DESCRIPTION "Result codes with their texts, an error stack, levelled logging, strings, text
 files, times, threads and locks that tell who holds them, and a message channel
 between processes that survives their deaths: the shared library, its headers,

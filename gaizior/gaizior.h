@@ -1,6 +1,28 @@
 #pragma once
 
+/// @file
 /// Everything that the library offers, for those who want one include.
+
+/// @dir gaizior
+/// The library: a folder for each subject, a header for each class or family of functions.
+
+/// @dir gaizior/comms
+/// The message channel between processes, its messages, and objects that threads share.
+
+/// @dir gaizior/errors
+/// Result codes with their messages, the error stack, and a failure in other forms.
+
+/// @dir gaizior/logging
+/// The log stream and the debug print.
+
+/// @dir gaizior/platform
+/// The calls of the operating system, and what declarations are marked with.
+
+/// @dir gaizior/threads
+/// Locks, events and threads.
+
+/// @dir gaizior/values
+/// Texts, text files, times.
 
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"

@@ -252,7 +252,7 @@ Outcome ReceiveCommand(const ReceiveOptions& options, const Interrupt& interrupt
 }
 
 Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
-    constexpr DWORD kPeriod = 20; // a receiver takes at most ten messages a second
+    constexpr DWORD kPeriod = 20;
     const ULONGLONG begin = ::GetTickCount64();
     const auto look = std::make_unique<Look>();
     Watcher watcher(options.json);

@@ -32,7 +32,7 @@ Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* ad
 
 Outcome TakeLook(Look& look, Presence& presence) {
     std::array<char, kReportSize> takeover{};
-    const ZRErrors::ZRErrorT code = ZcSnapshot(&look.block, kLockTimeout, takeover.data(), takeover.size());
+    const ZRErrors::ZRErrorT code = look.viewer.Snapshot(&look.block, kLockTimeout, takeover.data(), takeover.size());
     if (takeover[0] != '\0') {
         std::fprintf(stderr, "bench: the channel was taken over from a process that died: %s\n",
                      Printable(takeover.data()).c_str());

@@ -9,6 +9,7 @@ namespace apps {
 
 /// A look at the channel's block and what an examination of it found.
 struct Look {
+    ZcViewerC viewer;
     ZcChannel block;
     ZcFindingsT findings;
 };

@@ -115,6 +115,7 @@ ZRErrorT Channel::Open() {
         return Tell("ZcOpenComms", failure);
     }
     m_wakes.Open("ZcOpenComms");
+    m_wakes.WakeOwn(); // what was posted since the purge found no event
     if (m_objects.section.Existed()) {
         ZRDBprintf(kStepLevel, kChannelMode, "Purging messages for destination ID %d%s", m_ownId, kLineEnd);
         for (const Texts::value_type& message : purged) {
@@ -241,20 +242,23 @@ ZRErrorT Channel::Receive(char* buffer, std::size_t size, DWORD timeout) {
     return TellReceiver(kReceive, TimedOut("no message came"));
 }
 
-/// Looks every 100 ms besides, in case nobody wakes it.
+/// What there is has set the event, and a look into the pool costs more than one at the event: so that comes first. A
+/// look every 100 ms finds what nobody announced.
 ZRErrorT Channel::ReceiveAtOnce(char* buffer, std::size_t size, DWORD timeout) {
     const Patience patience(timeout);
+    DWORD left = timeout;
     while (!m_bClosed) {
+        ChannelFailure failure = FailureOfWait(m_wakes.Wait(std::min(left, kPollInterval)));
         bool taken = false;
-        ChannelFailure failure = TryTake(kReceiveAtOnce, buffer, size, taken);
+        if (!failure) {
+            failure = TryTake(kReceiveAtOnce, buffer, size, taken);
+        }
         if (taken) {
             return ZRErrors::e_General_NoError;
         }
-        const DWORD left = patience.Left();
+        left = patience.Left();
         if (left == 0 && !failure) {
             failure = TimedOut("no message came");
-        } else if (!failure) {
-            failure = FailureOfWait(m_wakes.Wait(std::min(left, kPollInterval)));
         }
         if (failure && (left == 0 || failure.code != ZRErrors::e_Command_TimedOut)) {
             return TellReceiver(kReceiveAtOnce, failure);

@@ -1,15 +1,18 @@
 #pragma once
 
-#include "gaizior/errors/error_codes.h"
-#include "gaizior/platform/export.h"
-
-/// The message channel between the processes of one machine: one mailbox of 200 slots in shared memory. A process opens
-/// it once under a communications ID of its own, posts texts of at most 255 characters to other IDs and takes those
-/// addressed to its own, oldest first. All functions may be called from any thread. Time-outs are milliseconds;
-/// 0xFFFFFFFF and more wait for ever.
+/// @file
+/// The message channel between the processes of one machine: one mailbox of 200 slots in shared memory.
+///
+/// A process opens it once under a communications ID of its own, posts texts of at most 255 characters to other IDs and
+/// takes those addressed to its own, oldest first. All functions may be called from any thread. Time-outs are
+/// milliseconds; 0xFFFFFFFF and more wait for ever.
 ///
 /// What happens is told through ZRDBprintf: failures at level 0, every step at level 5. Its callback never runs while
 /// the channel is locked: it may take its time, and it may call these functions.
+
+#include "gaizior/errors/error_codes.h"
+#include "gaizior/platform/export.h"
+
 extern "C" {
 
 /// Opens or creates the channel and registers `ownID`; messages left over for that ID from an earlier run are thrown

@@ -4,12 +4,13 @@
 #include <cstdint>
 #include <type_traits>
 
+/// @file
 /// The memory that all processes of a machine share through the message channel: every byte counts, all numbers are
 /// little-endian. docs/channel-format.md tells what they mean and which states are consistent.
 
-inline constexpr std::uint16_t kZcSlotCount = 200;
-inline constexpr std::size_t kZcMessageSize = 256; ///< with its NUL: a message has at most 255 characters
-inline constexpr std::uint32_t kZcMagic = 0x27111996;
+inline constexpr std::uint16_t kZcSlotCount = 200;    ///< messages that a block holds
+inline constexpr std::size_t kZcMessageSize = 256;    ///< with its NUL: a message has at most 255 characters
+inline constexpr std::uint32_t kZcMagic = 0x27111996; ///< by which a block is known
 
 /// One place for a message.
 struct ZcMessageSlot {
@@ -25,12 +26,12 @@ struct ZcMessageSlot {
 
 /// The block: a pool of slots; those taken form one doubly linked list in the order of posting.
 struct ZcChannel {
-    std::uint16_t nMessages;     ///< number of slots taken
-    std::uint16_t reserved;      ///< 0
-    std::uint32_t magic;         ///< kZcMagic once initialised
-    std::uint16_t start_of_list; ///< slot of the oldest message; 0 when there is none
-    std::uint16_t end_of_list;   ///< slot of the newest message; 0 when there is none
-    ZcMessageSlot slots[kZcSlotCount];
+    std::uint16_t nMessages;           ///< number of slots taken
+    std::uint16_t reserved;            ///< 0
+    std::uint32_t magic;               ///< kZcMagic once initialised
+    std::uint16_t start_of_list;       ///< slot of the oldest message; 0 when there is none
+    std::uint16_t end_of_list;         ///< slot of the newest message; 0 when there is none
+    ZcMessageSlot slots[kZcSlotCount]; ///< the pool
 };
 
 static_assert(std::is_standard_layout_v<ZcChannel> && std::is_trivially_copyable_v<ZcChannel>);

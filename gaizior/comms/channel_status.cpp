@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <optional>
 #include <string_view>
 
 using namespace gaizior;
@@ -18,6 +20,23 @@ void Copy(std::string_view text, char* report, unsigned long size) {
     if (report && size != 0) {
         report[text.copy(report, size - 1)] = 0;
     }
+}
+
+/// Copies the block under the lock that `take` gets of the objects.
+template <typename Take>
+ZRErrors::ZRErrorT CopyBlock(ChannelObjects& objects, Take take, ZcChannel* block, unsigned long timeoutMs,
+                             char* report, unsigned long size) {
+    Copy({}, report, size);
+    if (!block) {
+        return Refuse("ZcSnapshot", "there is nowhere to copy the block to");
+    }
+    const ChannelLock lock = std::invoke(take, objects, "ZcSnapshot", ToTimeout(timeoutMs));
+    if (!lock) {
+        return Tell("ZcSnapshot", lock.Failure());
+    }
+    Copy(lock.Report().View(), report, size);
+    std::memcpy(block, objects.section.Block(), sizeof(*block));
+    return block->magic == kZcMagic ? ZRErrors::e_General_NoError : ZRErrors::e_Object_BadMagic;
 }
 
 /// The lock has gone when this returns.
@@ -39,18 +58,8 @@ ChannelFailure RepairBlock(ChannelObjects& objects, DWORD timeout, char* report,
 } // namespace
 
 ZRErrors::ZRErrorT ZcSnapshot(ZcChannel* block, unsigned long timeoutMs, char* report, unsigned long size) {
-    Copy({}, report, size);
-    if (!block) {
-        return Refuse("ZcSnapshot", "there is nowhere to copy the block to");
-    }
     ChannelObjects objects;
-    const ChannelLock lock = objects.Open("ZcSnapshot", ToTimeout(timeoutMs));
-    if (!lock) {
-        return Tell("ZcSnapshot", lock.Failure());
-    }
-    Copy(lock.Report().View(), report, size);
-    std::memcpy(block, objects.section.Block(), sizeof(*block));
-    return block->magic == kZcMagic ? ZRErrors::e_General_NoError : ZRErrors::e_Object_BadMagic;
+    return CopyBlock(objects, &ChannelObjects::Open, block, timeoutMs, report, size);
 }
 
 ZRErrors::ZRErrorT ZcExamine(const ZcChannel* block, ZcFindingsT* findings) {
@@ -99,4 +108,31 @@ ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long time
     ChannelObjects objects;
     const ChannelFailure failure = RepairBlock(objects, ToTimeout(timeoutMs), report, size);
     return failure ? Tell("ZcRepair", failure) : ZRErrors::e_General_NoError;
+}
+
+struct ZcViewerC::KeptT {
+    std::optional<ChannelObjects> objects;
+    ULONGLONG openedAt = 0;
+};
+
+ZcViewerC::ZcViewerC() : m_pKept(std::make_unique<KeptT>()) {}
+
+ZcViewerC::~ZcViewerC() = default;
+
+ZRErrors::ZRErrorT ZcViewerC::Snapshot(ZcChannel* block, unsigned long timeoutMs, char* report, unsigned long size) {
+    constexpr ULONGLONG kKeptFor = 1000; // ms
+    std::optional<ChannelObjects>& objects = m_pKept->objects;
+    const ULONGLONG now = TickCount();
+    const bool isKept = objects && now - m_pKept->openedAt < kKeptFor;
+    if (!isKept) {
+        objects.reset(); // first: while it has them they are there
+        objects.emplace();
+        m_pKept->openedAt = now;
+    }
+    const ZRErrors::ZRErrorT code = isKept ? CopyBlock(*objects, &ChannelObjects::Lock, block, timeoutMs, report, size)
+                                           : CopyBlock(*objects, &ChannelObjects::Open, block, timeoutMs, report, size);
+    if (code != ZRErrors::e_General_NoError) {
+        objects.reset();
+    }
+    return code;
 }

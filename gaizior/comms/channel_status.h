@@ -1,8 +1,13 @@
 #pragma once
 
+/// @file
+/// The channel seen and mended from outside, for service tools.
+
 #include "gaizior/comms/channel_block.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
+
+#include <memory>
 
 /// What an examination of a channel's block found.
 struct ZcFindingsT {
@@ -57,3 +62,23 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder);
 ///   stays as it is.
 GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs);
 }
+
+/// Looks at the machine's block time and again at little cost: it keeps the channel's objects for a second. So long it
+/// takes at most until it notices that all who had the channel open have closed it. For one thread at a time.
+class GAIZIOR_API ZcViewerC {
+public:
+    /// Throws std::bad_alloc.
+    ZcViewerC();
+    ZcViewerC(const ZcViewerC&) = delete;
+    ZcViewerC& operator=(const ZcViewerC&) = delete;
+    ~ZcViewerC();
+
+    /// Does and returns what ZcSnapshot does.
+    ZRErrors::ZRErrorT Snapshot(ZcChannel* block, unsigned long timeoutMs, char* report = nullptr,
+                                unsigned long size = 0);
+
+private:
+    struct KeptT;
+
+    std::unique_ptr<KeptT> m_pKept;
+};

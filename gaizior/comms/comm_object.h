@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Objects that threads share, and counted references to them.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/platform/export.h"
@@ -24,6 +27,7 @@
 /// public here; who destroys an object must know that nobody uses it.
 class GAIZIOR_API ZRCommObjectC {
 public:
+    /// An object that nobody refers to yet.
     /// @param name the object's, for the log; the caller's, which must outlive it. Null prints as "<unknown>".
     /// @param bAutoDelete whether the object, which then stands on the heap, is deleted with its last reference.
     explicit ZRCommObjectC(const char* name = nullptr, bool bAutoDelete = false);
@@ -75,10 +79,12 @@ private:
 /// assigned a detached one, not by Detach.
 class GAIZIOR_API ZRCommObjectPtrC {
 public:
+    /// A handle that refers to nothing.
     ZRCommObjectPtrC() = default;
     /// Detaches.
     ~ZRCommObjectPtrC();
     ZRCommObjectPtrC(const ZRCommObjectPtrC&) = delete;
+    /// Hands the reference on; what this one referred to is not released.
     ZRCommObjectPtrC& operator=(const ZRCommObjectPtrC&) = default;
 
     /// Refers to an object. One that was attached before is not released, a decision of this system: detach first.
@@ -96,13 +102,15 @@ public:
     ZRCommObjectC& GetObject() const {
         return *m_pObject;
     }
-    /// The names that <windows.h> makes of it.
+    /// GetObject, under the names that `<windows.h>` makes of it.
+    /// @{
     ZRCommObjectC& GetObjectA() const {
         return GetObject();
     }
     ZRCommObjectC& GetObjectW() const {
         return GetObject();
     }
+    /// @}
 
 private:
     ZRCommObjectC* m_pObject = nullptr;

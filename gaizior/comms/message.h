@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A message as an object.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
@@ -27,14 +30,18 @@ public:
     /// @returns the format flag before; not 0 is XML.
     int SetFormat(int format);
 
-    /// Store a copy of a text, of which the present one may be a part; null and "" store null.
+    /// Stores a copy of a text, of which the present one may be a part; null and "" store null.
     /// @returns 0; e_Buffer_TooSmall for a text of 65,535 characters or more, e_Memory_AllocationFailed: nothing is
     ///   changed then, and the failure is logged.
+    /// @{
     ZRErrors::ZRErrorT SetMessageString(const char* text);
     ZRErrors::ZRErrorT SetQualifierString(const char* text);
+    /// @}
     /// @returns the stored text, the object's, or null.
+    /// @{
     const char* GetMessageString() const;
     const char* GetQualifierString() const;
+    /// @}
 
     /// Writes the text form. Of the packet form nothing is written, a decision of this system: it goes through
     /// ZRCreateMessage. The stream is left in hexadecimal.
@@ -44,10 +51,10 @@ public:
     /// not logged: `while (stream >> message)` ends with the stream in either form.
     friend GAIZIOR_API std::istream& operator>>(std::istream& stream, ZRCommMsgC& message);
 
-    std::int32_t m_Type = 0;
-    std::int32_t m_Code = 0;
-    std::uint16_t m_ID = 0;
-    std::int32_t m_Val = 0;
+    std::int32_t m_Type = 0; ///< what kind of message it is; applications agree on the numbers
+    std::int32_t m_Code = 0; ///< which one of that kind
+    std::uint16_t m_ID = 0;  ///< communications ID of the sender
+    std::int32_t m_Val = 0;  ///< the message's number
 
 protected:
     /// Writes the text form, and a NUL behind it when `noTerminator` is 0.
@@ -71,9 +78,9 @@ private:
     ZRErrors::ZRErrorT StoreParameter(const char* name, const char* value);
 
 protected:
-    std::uint16_t m_nStringLength = 0; ///< with the NUL; 0 when there is no text
-    std::uint16_t m_nQualifierLength = 0;
-    char* m_pString = nullptr;
-    char* m_pQualifier = nullptr;
-    int m_nFormat;
+    std::uint16_t m_nStringLength = 0;    ///< with the NUL; 0 when there is no text
+    std::uint16_t m_nQualifierLength = 0; ///< as m_nStringLength
+    char* m_pString = nullptr;            ///< the message string, which copies may share; null for none
+    char* m_pQualifier = nullptr;         ///< the qualifier string, likewise
+    int m_nFormat;                        ///< not 0: XML
 };

@@ -1,5 +1,12 @@
 #pragma once
 
+/// @file
+/// The packet text of a message: type, code, ID, value, string, qualifier.
+///
+/// The first five are each followed by a semicolon, the numbers are signed decimal of 32 bits. Nothing is escaped: the
+/// string must hold no semicolon, the qualifier may. All functions may be called from any thread; each logs its
+/// failures.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
@@ -12,10 +19,10 @@ namespace ZRErrors {
 
 /// A message between caller-owned buffers.
 struct ZRMessagePacketT {
-    std::int32_t nType = 0;
-    std::int32_t nCode = 0;
-    std::uint16_t nID = 0;
-    std::int32_t nVal = 0;
+    std::int32_t nType = 0;           ///< what kind of message it is; applications agree on the numbers
+    std::int32_t nCode = 0;           ///< which one of that kind
+    std::uint16_t nID = 0;            ///< communications ID of the sender
+    std::int32_t nVal = 0;            ///< the message's number
     char* pString = nullptr;          ///< creation reads a NUL-terminated text, null counts as empty
     std::uint16_t nStringSize = 0;    ///< capacity of pString for extraction
     char* pQualifier = nullptr;       ///< as pString
@@ -24,9 +31,6 @@ struct ZRMessagePacketT {
 
 } // namespace ZRErrors
 
-/// The packet text: type, code, ID, value, string, qualifier, the first five each followed by a semicolon, the numbers
-/// in signed decimal of 32 bits. Nothing is escaped: the string must hold no semicolon, the qualifier may.
-/// All functions may be called from any thread; each logs its failures.
 extern "C" {
 
 /// Writes a packet text into `buffer` of `bufferSize` bytes. A text may fill them exactly: its NUL then stands in the
@@ -41,7 +45,9 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRCreateMessageFromPacket(const ZRErrors::ZRMessa
                                                          unsigned short bufferSize);
 
 /// Reads a packet text: 8-bit characters up to a NUL, at any address; or, behind the bytes FF FE, 16-bit units of plain
-/// ASCII. Whatever the bytes are, nothing outside text and buffers is touched. Numbers are read as the C library's "%d"
+/// ASCII.
+///
+/// Whatever the bytes are, nothing outside text and buffers is touched. Numbers are read as the C library's "%d"
 /// does; those that do not convert are 0, those that do not fit keep their lower 32 bits, the ID its lower 16.
 /// Any result pointer may be null. Behind the bytes FF FE a text ends with a zero unit: end bytes from elsewhere, which
 /// may begin so too, with three NULs. The two bytes and one NUL are a whole 8-bit text, so there a first unit whose low
@@ -61,6 +67,7 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRExtractMessagePacket(const unsigned short* text
 }
 
 /// The same for a text of bytes, which needs no cast then. Templates, so that a null literal means the functions above.
+/// @{
 template <std::same_as<char> Char>
 ZRErrors::ZRErrorT ZRExtractMessage(const Char* text, long* type, long* code, unsigned short* id, long* val,
                                     char* string, unsigned short stringSize, char* qualifier,
@@ -72,6 +79,7 @@ template <std::same_as<char> Char>
 ZRErrors::ZRErrorT ZRExtractMessagePacket(const Char* text, ZRErrors::ZRMessagePacketT& packet) {
     return ZRExtractMessagePacket(reinterpret_cast<const unsigned short*>(text), packet);
 }
+/// @}
 
 /// Writes the packet text of a record, however long its texts are.
 GAIZIOR_API ZRLogStreamC& operator<<(ZRLogStreamC& log, const ZRErrors::ZRMessagePacketT& packet);

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A failure as a record of fixed layout.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
@@ -11,11 +14,11 @@ namespace ZRErrors {
 #pragma pack(push, 1)
 /// A failure as callers outside the library keep it: 46 bytes, little-endian, without padding.
 struct ZRErrorRecordT {
-    ZRErrorT m_nCode;
-    ZRErrorT m_nCodeAgain;
-    std::uint32_t m_nValue;
-    std::uint16_t m_nShortValue;
-    char m_szText[32];
+    ZRErrorT m_nCode;            ///< what went wrong
+    ZRErrorT m_nCodeAgain;       ///< the same once more
+    std::uint32_t m_nValue;      ///< the caller's own
+    std::uint16_t m_nShortValue; ///< the caller's own
+    char m_szText[32];           ///< a text of at most 31 characters and its NUL
 };
 #pragma pack(pop)
 

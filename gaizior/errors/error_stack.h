@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The stack of failures.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/errors/list_link.h"
 #include "gaizior/platform/export.h"
@@ -27,8 +30,10 @@ public:
 
     constexpr ZRErrorC() = default;
     /// Copies share both texts and the links, unlike Clone: only one of the two may be destroyed.
+    /// @{
     ZRErrorC(const ZRErrorC&) = default;
     ZRErrorC& operator=(const ZRErrorC&) = default;
+    /// @}
     ~ZRErrorC() override;
 
     /// Makes an entry that is not on the stack. The texts are copied, null stays null; a text that there is no memory
@@ -57,9 +62,12 @@ public:
     /// Destroys an entry and all that follow it. Null and the sentinels are left alone.
     static void DisposeHandle(ZRErrorC* handle);
 
+    /// @returns the entry as a handle; it stays whose it was.
     ZRErrorC* ToHandle();
+    /// @returns the entry of a handle, which must not be null.
     static ZRErrorC& ToError(ZRErrorC* handle);
 
+    /// @returns the code that the entry was made with.
     ZRErrors::ZRErrorT GetError() const;
     /// @returns the local time (not UTC) at which the entry was made.
     FILETIME GetErrorTime() const;
@@ -79,8 +87,8 @@ protected:
     /// Sets time, code and copies of the texts.
     void Initialise(const char* function, ZRErrors::ZRErrorT code, const char* reason);
 
-    static std::atomic<ZRErrorC*> m_pStack;
-    static std::atomic<HANDLE> m_hMutex;
+    static std::atomic<ZRErrorC*> m_pStack; ///< the oldest entry, or NoError
+    static std::atomic<HANDLE> m_hMutex;    ///< the stack's lock; null before the first entry
 
 private:
     static char* CopyString(const char* text);

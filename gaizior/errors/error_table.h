@@ -1,14 +1,17 @@
 #pragma once
 
+/// @file
+/// The message table, for tools.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
 /// One row of the message table. Both texts are constant and the library's.
 struct ZRErrorRowT {
-    ZRErrors::ZRErrorT nCode;
-    unsigned nTextLength; ///< of pText, in bytes without the NUL
-    const char* pName;    ///< the enumerator's name; null for a code that has none
-    const char* pText;    ///< the message, without the code
+    ZRErrors::ZRErrorT nCode; ///< the code
+    unsigned nTextLength;     ///< of pText, in bytes without the NUL
+    const char* pName;        ///< the enumerator's name; null for a code that has none
+    const char* pText;        ///< the message, without the code
 };
 
 extern "C" {

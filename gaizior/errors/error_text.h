@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Codes and the system's error numbers in words.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/windows_api.h"
 

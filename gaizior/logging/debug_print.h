@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Printing for C programs and for the channel, with a level and a callback of its own.
+
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/printf_format.h"
 
@@ -11,6 +14,7 @@ using ZRDBCallbackT = void (*)(int level, int mode, const char* text);
 extern "C" {
 
 /// Hands a formatted text to the registered callback when `level` is at most the C level.
+///
 /// Without a callback, or while the C level is negative, nothing is formatted. A text is cut after 2,051 characters;
 /// its numbers look as the process's C locale has them. What the callback itself prints goes to standard error. Keeps
 /// errno and the last error. Any thread.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The log stream and the hooks of the process that take its lines.
+
 #include "gaizior/logging/strstream.h"
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/printf_format.h"
@@ -14,21 +17,26 @@
 #include <string_view>
 #include <utility>
 
-/// The process-wide hooks of the log stream. They are called on the thread that logs, so they must be thread-safe.
-/// Errno and the last error stay as they were. What a hook throws is dropped: the line of a debug-print hook that threw
-/// goes to standard error, and where the get-level hook threw every line passes. A hook that logs is not called again
-/// from within: lines that the debug-print hook logs go to standard error, those that the get-level hook logs all pass.
+/// A process-wide hook of the log stream: takes a line, the log file's new name or the new level, or answers the level.
+/// Hooks are called on the thread that logs, so they must be thread-safe. Errno and the last error stay as they were.
+/// What a hook throws is dropped: the line of a debug-print hook that threw goes to standard error, and where the
+/// get-level hook threw every line passes. A hook that logs is not called again from within: lines that the debug-print
+/// hook logs go to standard error, those that the get-level hook logs all pass.
+/// @{
 using ZRDebugPrintHookT = void (*)(unsigned level, int mode, char* text);
 using ZRSetLogNameHookT = void (*)(char* name);
 using ZRSetLevelHookT = void (*)(unsigned level);
 using ZRGetLevelHookT = unsigned (*)();
+/// @}
 
 /// The buffer of a log stream: collects a line and hands it, whole, to the debug-print hook.
 /// One thread at a time may use an object; the hooks are the process's and any thread may install them.
 class GAIZIOR_API ZRLogStrstreambufC : public std::strstreambuf {
 public:
+    /// Begins a line of message level 0 and mode 1.
     ZRLogStrstreambufC() : std::strstreambuf(&AllocateLine, &FreeLine) {}
     /// Copies take the message level and the mode, never the text.
+    /// @{
     ZRLogStrstreambufC(const ZRLogStrstreambufC& other) : ZRLogStrstreambufC() {
         *this = other;
     }
@@ -37,6 +45,7 @@ public:
         m_nMode = other.m_nMode;
         return *this;
     }
+    /// @}
     ~ZRLogStrstreambufC() override {}
 
     /// Sets the level of the line being built (lower is more important, 0 errors). @returns the level before.
@@ -65,23 +74,29 @@ public:
     /// Hands the log file's new name to the set-log-name hook, if there is one.
     void SetLogFileName(char* const name);
 
-    /// Install a process-wide hook. Null leaves the installed one: a hook can be replaced but never removed.
+    /// Installs a process-wide hook. Null leaves the installed one: a hook can be replaced but never removed.
+    /// @{
     static void SetDBFn(ZRDebugPrintHookT hook);
     static void SetDBSetLogNameFn(ZRSetLogNameHookT hook);
     static void SetDBSetLevelFn(ZRSetLevelHookT hook);
     static void SetDBGetLevelFn(ZRGetLevelHookT hook);
+    /// @}
     /// The same for a hook that answers what stands in `variable`, which must outlive all logging: lines are compared
     /// with the variable and do not ask the hook, which makes a suppressed line several times cheaper.
     static void SetDBGetLevelFn(ZRGetLevelHookT hook, const std::atomic<unsigned>& variable);
-    /// Store the installed hook, or null, into the caller's variable.
+    /// Stores the installed hook, or null, into the caller's variable.
+    /// @{
     static void GetDBFn(ZRDebugPrintHookT& hook);
     static void GetDBSetLogNameFn(ZRSetLogNameHookT& hook);
     static void GetDBSetLevelFn(ZRSetLevelHookT& hook);
     static void GetDBGetLevelFn(ZRGetLevelHookT& hook);
+    /// @}
 
 protected:
     /// Delivers the text, if there is any, and begins the next line.
+    /// @returns what the base returns.
     int sync() override;
+    /// Makes room for the line and takes a character into it. @returns end-of-file when there is no memory.
     int_type overflow(int_type character) override;
     /// Adds to the line; a short way past the virtual xsputn.
     void Append(std::string_view text) {
@@ -114,7 +129,9 @@ private:
 /// On another ostream it does nothing.
 class ZRLevel {
 public:
+    /// @param level lower is more important; 0 is for errors.
     explicit constexpr ZRLevel(unsigned level) : m_nLevel(level) {}
+    /// @returns the level.
     constexpr unsigned Get() const {
         return m_nLevel;
     }
@@ -123,16 +140,19 @@ private:
     unsigned m_nLevel;
 };
 
+/// Sets the message level of the log stream whose ostream this is; see ZRLevel.
 GAIZIOR_API std::ostream& operator<<(std::ostream& stream, ZRLevel level);
 
-/// Write the mark that tells a line's severity: " ERROR: ", " INFO: ", " WARNING: ".
+/// Writes the mark that tells a line's severity: " ERROR: ", " INFO: ", " WARNING: ".
+/// @{
 GAIZIOR_API std::ostream& ZRErrorMark(std::ostream& stream);
 GAIZIOR_API std::ostream& ZRInfoMark(std::ostream& stream);
 GAIZIOR_API std::ostream& ZRWarningMark(std::ostream& stream);
+/// @}
 
 namespace gaizior {
 
-/// The manipulators with an argument of <iomanip>, whose types the standard leaves unnamed.
+/// The manipulators with an argument of `<iomanip>`, whose types the standard leaves unnamed.
 template <class T>
 concept StreamManipulator =
     std::same_as<T, decltype(std::setw(0))> || std::same_as<T, decltype(std::setprecision(0))> ||
@@ -160,11 +180,13 @@ public:
         }
     }
     /// Copies take the message level and the mode, never the text.
+    /// @{
     ZRLogStreamC(const ZRLogStreamC& other) : ZRLogStrstreambufC(other) {}
     ZRLogStreamC& operator=(const ZRLogStreamC& other) {
         ZRLogStrstreambufC::operator=(other);
         return *this;
     }
+    /// @}
     /// Delivers an unfinished line with an end of line added.
     ~ZRLogStreamC() override {
         if (pptr() != pbase()) {
@@ -178,6 +200,7 @@ public:
     /// The stream's ostream, made on the first call; it is the stream's. Writing to it asks for no level.
     /// Throws std::bad_alloc when it cannot be made.
     std::ostream& GetOstream();
+    /// @returns the stream as the buffer that it is.
     ZRLogStrstreambufC& GetBuffer();
     /// @returns what a new stream's buffer answers: the present debug level, 1 without a hook. Any thread.
     static unsigned GetDebugLevel();
@@ -188,7 +211,8 @@ public:
     /// cut after 32,767 characters, and an end of line.
     void Format(unsigned level, unsigned mode, const char* format, ...) GAIZIOR_PRINTF(4, 5);
 
-    /// Insert when the level passes. A null text counts as empty.
+    /// Inserts when the level passes. A null text counts as empty.
+    /// @{
     ZRLogStreamC& operator<<(const char* text) {
         return IsValidDebugLevel() ? Insert(text ? std::string_view(text) : std::string_view()) : *this;
     }
@@ -241,6 +265,8 @@ public:
         }
         return *this;
     }
+    /// @}
+    /// Sets the message level, whether or not that level passes.
     ZRLogStreamC& operator<<(ZRLevel level) {
         SetMessageLevel(level.Get());
         return *this;

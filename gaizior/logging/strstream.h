@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The standard's dynamic character buffer, std::strstreambuf. Its header is deprecated, but the log stream's buffer
 /// is one; what announces the deprecation is switched off around this one include, for every compiler alike.
 #include <istream>

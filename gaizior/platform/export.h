@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// What the shared library exports.
+
 // Not #error, behind which every header would add pages of its own: a missing file ends the compilation in one line.
 #if __cplusplus < 202002L
 #include "gaizior needs C++20: compile with -std=c++20 or later"

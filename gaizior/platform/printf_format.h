@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Formats that the compiler checks.
+
 #include <cstdio>
 
 /// Lets the compiler check a printf-like function's arguments: the format is parameter number `format_index`, the

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The operating-system calls, types and constants that the library is written against: Windows' own on Windows,
 /// the same under the same names with the same behaviour on Linux. See docs/platform.md for what differs.
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The lock that tells who holds it.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/logging/strstream.h"
@@ -16,9 +19,11 @@ struct SectionInCell;
 
 extern "C" {
 
-/// The owner-tracking lock for callers that reach it through a cell: a word on the heap that holds the section. What
-/// enters and leaves answers is ZRCriticalSectionC's. `showMessageBoxes`: 0 writes diagnostics to the log stream, any
-/// other value shows them in message boxes. Any thread may call these; a cell is destroyed by one, when none uses it.
+/// @name The lock in a cell
+/// For callers that reach it through a cell: a word on the heap that holds the section. What enters and leaves answers
+/// is ZRCriticalSectionC's. `showMessageBoxes`: 0 writes diagnostics to the log stream, any other value shows them in
+/// message boxes. Any thread may call these; a cell is destroyed by one, when none uses it.
+/// @{
 
 /// @returns a new cell with a new section, the caller's to destroy with ZRDestroyCriticalSection; null when there is no
 ///   memory for the cell. A cell that holds null got no section.
@@ -26,8 +31,10 @@ GAIZIOR_API void** ZRCreateCriticalSection(int showMessageBoxes);
 /// Puts a new section into the caller's cell; what the cell held is not looked at.
 /// @returns 0; e_Arguments_Bad for a null cell; e_Memory_AllocationFailed.
 GAIZIOR_API ZRErrors::ZRErrorT ZRInitializeCriticalSectionEx(void** cell, int showMessageBoxes);
-/// Enters. `locker` names who does, and must live as long as the section, as messages go on naming it; `tag` is the
-/// caller's own number, kept with it.
+/// Enters.
+/// @param cell whose section is entered.
+/// @param locker names who enters, and must live as long as the section, as messages go on naming it.
+/// @param tag the caller's own number, kept with the name.
 /// @param timeoutMs milliseconds that a wait may last, 0xFFFFFFFF and more: no limit.
 /// @returns 0; e_Arguments_Bad (a number that this family reuses on purpose) for a null or empty cell;
 ///   e_CriticalSection_TimeOut; e_CriticalSection_TooManyLocks.
@@ -46,10 +53,12 @@ GAIZIOR_API ZRErrors::ZRErrorT ZRDestroyCriticalSection(void** cell);
 /// zero. @returns the length of the text, its zero counted.
 GAIZIOR_API unsigned int ZRCriticalSectionToString(void** cell, char* buffer, unsigned int size);
 
+/// @}
+
 } // extern "C"
 
 /// A recursive lock that knows which thread holds it and under what name, waits for a bounded time, and reports every
-/// misuse. It is entered and left through its user, ZRCriticalSectionUserC, and the functions above.
+/// misuse. It is entered and left through its user, ZRCriticalSectionUserC, or in a cell by ZREnterCriticalSectionEx.
 ///
 ///     operation               free                     held by the caller      held by another thread
 ///     enter                   held, count 1            count + 1               waits; time-out, kill event
@@ -63,6 +72,7 @@ class GAIZIOR_CAPABILITY("critical section") GAIZIOR_API ZRCriticalSectionC {
 public:
     class ZRCriticalSectionUserC;
 
+    /// A free section that writes diagnostics to the log stream.
     ZRCriticalSectionC() : ZRCriticalSectionC(0) {}
     /// Copies every field as it is, the semaphore's handle included: both objects use it, and the first that is
     /// destroyed closes it. The last leave of the other then ends with e_CriticalSection_LockReleaseFailed, free all
@@ -148,8 +158,11 @@ public:
     /// `section` stays the caller's and outlives this; null makes every call fail.
     explicit ZRCriticalSectionUserC(ZRCriticalSectionC* const section) GAIZIOR_EXCLUDES(section)
         : m_pSection(section) {}
+    /// A copy too takes back what was entered before it was made: who comes second finds the section left.
+    /// @{
     ZRCriticalSectionUserC(const ZRCriticalSectionUserC&) = default;
     ZRCriticalSectionUserC& operator=(const ZRCriticalSectionUserC&) = default;
+    /// @}
     /// Where nothing was entered through it, and another thread holds the section, it logs that thread as a time-out.
     virtual ~ZRCriticalSectionUserC() GAIZIOR_RELEASE() {
         RollbackLockCount();

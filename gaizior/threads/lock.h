@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A lock with one time-out for all.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 
@@ -22,9 +25,9 @@ class GAIZIOR_API ZRLockC {
 public:
     /// Named "unknown", with a time-out that waits for ever.
     ZRLockC();
+    /// A free lock. When there is no mutex to be had this is logged, and fail() tells.
     /// @param owner who uses the lock, for the log; the caller's, which must outlive it. Null is "unknown".
     /// @param timeout milliseconds that lock() waits; 0 tries, 0xFFFFFFFF waits for ever.
-    /// When there is no mutex to be had this is logged, and fail() tells.
     ZRLockC(const char* const owner, unsigned long timeout);
     ~ZRLockC();
     ZRLockC(const ZRLockC&) = delete;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Threads that can be asked to end.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 #include "gaizior/threads/critical_section.h"
@@ -72,14 +75,17 @@ public:
     /// The next thread of the list behind `after` (null: from the head) whose parent is this one; null when there is
     /// none, or `after` is not in the list.
     ZRThreadC* FindChild(ZRThreadC* const after);
+    /// @returns the name; never null.
     const char* GetSafeThreadName();
     /// The platform's id of the thread that was started last; 0 before the first start.
     unsigned int GetThreadID();
     /// The thread's handle, this object's to close; null before start() and after stop().
     void* GetThread();
+    /// Makes another thread the one whose stop stops this one first; null makes this one top-level.
     void SetParent(ZRThreadC* parent) {
         m_pParent = parent;
     }
+    /// @returns the parent; null for a top-level thread.
     ZRThreadC* GetParent() {
         return m_pParent;
     }
@@ -94,19 +100,24 @@ public:
     /// @returns 0 for `h`, 128 for an abandoned mutex, 1 for the end event, 258 after the time-out, 0xFFFFFFFF with the
     ///   last error set when the wait failed.
     unsigned long WaitForSingleObject(void* h, unsigned long ms);
-    /// Waits for any (`waitAll` 0) of up to 63 objects or the end event: @returns the index, `count` for the end event,
-    /// 128 + the index of an abandoned mutex, 258, or 0xFFFFFFFF with the last error set (87: too many objects).
-    /// Waits for all of them otherwise, for one after the other, each of which is taken as it comes: @returns 0, or
-    /// the first other answer of WaitForSingleObject above. What waits are for and what ended them shows at level 20.
+    /// Waits for any (`waitAll` 0) of up to 63 objects or the end event; otherwise for all of them, one after the
+    /// other, each of which is taken as it comes. What waits are for and what ended them shows at level 20.
+    /// @returns for any: the index, `count` for the end event, 128 + the index of an abandoned mutex, 258 after the
+    ///   time-out, or 0xFFFFFFFF with the last error set (87: too many objects); for all: 0, or the first other answer
+    ///   of WaitForSingleObject above.
     unsigned long WaitForMultipleObjects(unsigned int count, void** const handles, int waitAll, unsigned long ms);
 
     /// The platform's calls on the thread's handle. @returns the suspend count before, 0xFFFFFFFF for a failure, which
     /// is logged with the system's error: no handle, 127 suspensions, a thread that has ended (suspend only).
+    /// @{
     unsigned long SuspendThread();
     unsigned long ResumeThread();
-    /// @param priority THREAD_PRIORITY_NORMAL (0) and its kin, relative to the process. @returns 0 for a failure, which
-    ///   is logged with the system's error.
+    /// @}
+    /// Gives the thread a priority.
+    /// @param priority THREAD_PRIORITY_NORMAL (0) and its kin, relative to the process.
+    /// @returns 1; 0 for a failure, which is logged with the system's error.
     int SetThreadPriority(int priority);
+    /// The same for any thread's handle.
     int SetThreadPriority(void* hThread, int priority);
 
 protected:
@@ -118,13 +129,16 @@ protected:
     void* GetEndEvent();
     /// Sleeps in slices of 10,000 ms, and looks at the end event behind each of them only, as a decision of this
     /// system.
-    /// @param ms milliseconds, 0 gives way to others, 0xFFFFFFFF and more: until the end event.
+    ///
+    /// `ms` is in milliseconds: 0 gives way to others, 0xFFFFFFFF and more is until the end event.
     /// @returns 0; 0xFFFFFFFF when the end event was set; 192 when a completed input or output ended an alertable sleep
     ///   (never on Linux, where no such completion exists).
+    /// @{
     unsigned long Sleep(unsigned long ms) {
         return SleepEx(ms, 0);
     }
     unsigned long SleepEx(unsigned long ms, int alertable);
+    /// @}
     /// Asks the body to end: sets the end event and lets a suspended thread go on.
     /// @returns 0; e_Resource_AllocationFailed without an end event, before the first start; e_Event_SetFailed;
     ///   e_Thread_ResumeFailed.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Texts in buffers of the caller's.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/export.h"
 

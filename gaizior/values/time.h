@@ -1,5 +1,12 @@
 #pragma once
 
+/// @file
+/// Measuring time, and dates.
+///
+/// Whole seconds are counted from the beginning of 1601, as FILETIME counts 100 ns. Conversions know neither locale nor
+/// zone, reach as far as the system's own (FILETIME up to 0x7FFFFFFFFFFFFFFF, in the year 30828; SYSTEMTIME up to the
+/// end of 30827) and answer with zeros what lies beyond. Any thread may call any function.
+
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/windows_api.h"
 
@@ -53,10 +60,6 @@ public:
     static std::int64_t Difference(std::int64_t a, std::int64_t b);
 };
 
-// Whole seconds are counted from the beginning of 1601, as FILETIME counts 100 ns. Conversions know neither locale nor
-// zone, reach as far as the system's own (FILETIME up to 0x7FFFFFFFFFFFFFFF, in the year 30828; SYSTEMTIME up to the
-// end of 30827) and answer with zeros what lies beyond. Any thread.
-
 /// Splits a number of seconds; what is shorter than a millisecond is dropped. All are 0 for a number that is negative,
 /// none at all, or of more days than `days` can hold.
 GAIZIOR_API void Split(double seconds, unsigned int& days, unsigned int& hours, unsigned int& minutes,
@@ -80,13 +83,17 @@ GAIZIOR_API SYSTEMTIME ToSystemTime(const std::tm& time);
 
 /// The present Universal and local time, to the millisecond. They stand beside the system's functions of these names,
 /// which fill in a record that they are given.
+/// @{
 GAIZIOR_API SYSTEMTIME GetSystemTime();
 GAIZIOR_API SYSTEMTIME GetLocalTime();
 GAIZIOR_API FILETIME GetSystemTimeAsFileTime();
 GAIZIOR_API FILETIME GetLocalTimeAsFileTime();
+/// @}
 /// The same in whole seconds, rounded to the nearest.
+/// @{
 GAIZIOR_API std::uint64_t GetSystemTimeInSeconds();
 GAIZIOR_API std::uint64_t GetLocalTimeInSeconds();
+/// @}
 
 /// Writes "Wed Jan 07 09:05:03.042 2004", the same in every locale and whatever the stream's flags are; "???" stands
 /// for a day or a month without a name. The stream's fill character is '0' afterwards, a decision of this system.

@@ -245,7 +245,8 @@ TEST_F(OpenChannelTest, EachReceiverIsWokenByTheEventOfItsId) {
     EXPECT_FALSE(own.Take());
     const WakeEvent other{UniqueHandle(::CreateEventA(nullptr, FALSE, FALSE, "Zircona_Comms_Event_12"))};
     do {
-        ASSERT_EQ(ZcSendMessage("somebody comes", 5000, kOtherId), e_General_NoError) << "nobody was woken";
+        ASSERT_EQ(ZcSendMessage("somebody comes", 0, kOtherId), e_General_NoError) << "nobody was woken by 200 sends";
+        SleepFor(100);
     } while (!other.Take());
 }
 
@@ -272,6 +273,26 @@ TEST_F(ChannelTest, WhoIsNotWokenLooksAllTheSame) {
             EXPECT_NE(Logged(line), hasEvent);
         }
         ZcCloseComms();
+    }
+}
+
+TEST_F(ChannelTest, AViewerFollowsAChannelThatComesAndGoes) {
+    ZcViewerC viewer;
+    const auto block = std::make_unique<ZcChannel>();
+    for (const char* text : {"one", "another"}) {
+        ASSERT_EQ(viewer.Snapshot(block.get(), 100), e_Resource_AllocationFailed);
+        EXPECT_EQ(ZcGetCommsOSError(), ERROR_FILE_NOT_FOUND);
+        ASSERT_EQ(ZcOpenComms(kOwnId), e_General_NoError);
+        for (std::uint16_t count = 1; count <= 2; ++count) {
+            ZcSendMessage(text, 1000, kOtherId);
+            ASSERT_EQ(viewer.Snapshot(block.get(), 100), e_General_NoError);
+            EXPECT_EQ(block->nMessages, count);
+            EXPECT_STREQ(block->slots[0].msg, text);
+        }
+        ZcCloseComms();
+        for (int looks = 0; looks < 20 && viewer.Snapshot(block.get(), 100) == e_General_NoError; ++looks) {
+            SleepFor(100);
+        }
     }
 }
 

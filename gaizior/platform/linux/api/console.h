@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// What a terminal tells a process.
 
 #include "gaizior/platform/export.h"
@@ -7,9 +8,10 @@
 
 inline namespace gaizior_windows_api {
 
-inline constexpr DWORD CTRL_C_EVENT = 0;
-inline constexpr DWORD CTRL_BREAK_EVENT = 1;
-inline constexpr DWORD CTRL_CLOSE_EVENT = 2;
+inline constexpr DWORD CTRL_C_EVENT = 0;     ///< Ctrl-C, or SIGINT
+inline constexpr DWORD CTRL_BREAK_EVENT = 1; ///< Ctrl-Break, or SIGQUIT
+inline constexpr DWORD CTRL_CLOSE_EVENT = 2; ///< SIGTERM or SIGHUP
+/// A handler: takes one of the three, returns TRUE when no other is to be asked.
 using PHANDLER_ROUTINE = BOOL (*)(DWORD);
 
 /// Adds (or removes) a handler that is told of Ctrl-C (SIGINT), Ctrl-Break (SIGQUIT) and close (SIGTERM, SIGHUP), on

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The last error, its numbers and their texts.
 
 #include "gaizior/platform/export.h"
@@ -8,6 +9,9 @@
 inline namespace gaizior_windows_api {
 
 // Every number that a call of this header can set has its text in linux/system/message_texts.h.
+
+/// A number of the last error. FormatMessageA has its text.
+/// @{
 inline constexpr DWORD NO_ERROR = 0;
 inline constexpr DWORD ERROR_SUCCESS = 0;
 inline constexpr DWORD ERROR_INVALID_FUNCTION = 1;
@@ -59,15 +63,21 @@ inline constexpr DWORD ERROR_NO_SYSTEM_RESOURCES = 1450;
 inline constexpr DWORD ERROR_TIMEOUT = 1460;
 inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
 inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921;
+/// @}
 
 /// The calling thread's last error: set by a failing call, left alone by a successful one unless its own text says
 /// otherwise (CreateXxx sets 0 or ERROR_ALREADY_EXISTS).
+/// @{
 GAIZIOR_API DWORD GetLastError();
 GAIZIOR_API void SetLastError(DWORD error);
+/// @}
 
+/// A flag of FormatMessageA.
+/// @{
 inline constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x00000200;
 inline constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x00001000;
 inline constexpr DWORD FORMAT_MESSAGE_MAX_WIDTH_MASK = 0x000000FF;
+/// @}
 
 /// Writes the system's English text of an error number, ended by "\r\n", into `buffer` of `size` bytes.
 /// `flags` must hold FORMAT_MESSAGE_FROM_SYSTEM; FORMAT_MESSAGE_IGNORE_INSERTS leaves "%1" as it stands;

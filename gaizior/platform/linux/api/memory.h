@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Memory that processes share.
 
 #include "gaizior/platform/export.h"
@@ -7,10 +8,13 @@
 
 inline namespace gaizior_windows_api {
 
-inline constexpr DWORD PAGE_READWRITE = 0x04;
+inline constexpr DWORD PAGE_READWRITE = 0x04; ///< what CreateFileMappingA takes
+/// What a view or a handle of shared memory allows.
+/// @{
 inline constexpr DWORD FILE_MAP_WRITE = 0x0002;
 inline constexpr DWORD FILE_MAP_READ = 0x0004;
 inline constexpr DWORD FILE_MAP_ALL_ACCESS = 0xF001F;
+/// @}
 
 /// Makes or opens shared memory: `file` must be INVALID_HANDLE_VALUE, `protection` PAGE_READWRITE, the size 1 or more
 /// bytes, else ERROR_INVALID_PARAMETER. New memory is zero. The last error is ERROR_ALREADY_EXISTS when it existed (it

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Other programs and this one.
 
 #include "gaizior/platform/export.h"
@@ -7,7 +8,11 @@
 
 inline namespace gaizior_windows_api {
 
+/// Windows' wishes for the window and the standard handles of a new program: ignored, but for standard handles, which
+/// are refused.
 struct STARTUPINFOA {
+    /// As Windows has it.
+    /// @{
     DWORD cb;
     char* lpReserved;
     char* lpDesktop;
@@ -18,19 +23,27 @@ struct STARTUPINFOA {
     WORD cbReserved2;
     BYTE* lpReserved2;
     HANDLE hStdInput, hStdOutput, hStdError;
+    /// @}
 };
 
+/// A program that was started.
 struct PROCESS_INFORMATION {
-    HANDLE hProcess;
-    HANDLE hThread;
-    DWORD dwProcessId;
-    DWORD dwThreadId;
+    HANDLE hProcess;   ///< the caller's to close
+    HANDLE hThread;    ///< the first thread's; the caller's to close
+    DWORD dwProcessId; ///< the process's id
+    DWORD dwThreadId;  ///< its first thread's id
 };
 
+/// What a process is opened for.
+/// @{
 inline constexpr DWORD PROCESS_TERMINATE = 0x0001;
 inline constexpr DWORD PROCESS_QUERY_LIMITED_INFORMATION = 0x1000;
+/// @}
+/// A flag of CreateProcessA.
+/// @{
 inline constexpr DWORD CREATE_NEW_PROCESS_GROUP = 0x00000200;
 inline constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
+/// @}
 
 /// Starts a program. `application` is its path; null takes the first word of `commandLine`, looked for beside the
 /// running program, in the current directory and on PATH unless it holds a separator. Backslashes in program and
@@ -64,6 +77,7 @@ GAIZIOR_API BOOL TerminateProcess(HANDLE process, UINT exitCode);
 /// @returns FALSE with ERROR_INVALID_HANDLE, ERROR_ACCESS_DENIED (no right to), ERROR_NOT_SUPPORTED when the process
 ///          has ended and was not a child of this one: only a parent learns the code. Any thread.
 GAIZIOR_API BOOL GetExitCodeProcess(HANDLE process, DWORD* exitCode);
+/// @returns the calling process's id. Any thread.
 GAIZIOR_API DWORD GetCurrentProcessId();
 /// The absolute path of the running program (`module` null) or of the library (any other `module`).
 /// @returns its length; `size` with ERROR_INSUFFICIENT_BUFFER when path and NUL do not fit (what fits is written, with

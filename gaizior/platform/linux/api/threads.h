@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Threads.
 
 #include "gaizior/platform/export.h"
@@ -7,9 +8,10 @@
 
 inline namespace gaizior_windows_api {
 
+/// The body of a thread: takes the argument of CreateThread, returns the exit code.
 using LPTHREAD_START_ROUTINE = DWORD (*)(void*);
 
-inline constexpr DWORD STACK_SIZE_PARAM_IS_A_RESERVATION = 0x00010000;
+inline constexpr DWORD STACK_SIZE_PARAM_IS_A_RESERVATION = 0x00010000; ///< a flag of CreateThread
 
 /// Starts a thread that runs `start(argument)`; `threadId`, which may be null, gets its id. `attributes` are ignored.
 /// `stackSize` in bytes is what the stack begins with: it grows to the system's default size (`ulimit -s`, mostly
@@ -40,6 +42,9 @@ GAIZIOR_API DWORD SuspendThread(HANDLE thread);
 /// @returns how often it was suspended before: 0 when it was not, or has ended; 0xFFFFFFFF with ERROR_INVALID_HANDLE
 ///          or ERROR_NOT_SUPPORTED (the thread of a child process). Any thread.
 GAIZIOR_API DWORD ResumeThread(HANDLE thread);
+
+/// A priority of SetThreadPriority's.
+/// @{
 inline constexpr int THREAD_PRIORITY_IDLE = -15;
 inline constexpr int THREAD_PRIORITY_LOWEST = -2;
 inline constexpr int THREAD_PRIORITY_BELOW_NORMAL = -1;
@@ -47,7 +52,8 @@ inline constexpr int THREAD_PRIORITY_NORMAL = 0;
 inline constexpr int THREAD_PRIORITY_ABOVE_NORMAL = 1;
 inline constexpr int THREAD_PRIORITY_HIGHEST = 2;
 inline constexpr int THREAD_PRIORITY_TIME_CRITICAL = 15;
-inline constexpr int THREAD_PRIORITY_ERROR_RETURN = 0x7FFFFFFF;
+/// @}
+inline constexpr int THREAD_PRIORITY_ERROR_RETURN = 0x7FFFFFFF; ///< GetThreadPriority failed
 
 /// Gives a thread of this process one of the priorities above: a niceness that is higher than the process's own by 10
 /// (LOWEST) or 5, lower by 5 or 10 (HIGHEST), 19 (IDLE) or -20 (TIME_CRITICAL). A thread begins at NORMAL, whoever

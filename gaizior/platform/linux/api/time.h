@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Clocks, dates and sleep.
 
 #include "gaizior/platform/export.h"
@@ -7,7 +8,7 @@
 
 inline namespace gaizior_windows_api {
 
-/// At least `milliseconds`; 0 gives way to other threads, INFINITE never returns.
+/// Sleeps for at least `milliseconds`; 0 gives way to other threads, INFINITE never returns.
 GAIZIOR_API void Sleep(DWORD milliseconds);
 /// The same. @returns 0: nothing that Windows ends an alertable sleep for (WAIT_IO_COMPLETION) exists here.
 GAIZIOR_API DWORD SleepEx(DWORD milliseconds, BOOL alertable);
@@ -20,8 +21,10 @@ GAIZIOR_API BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond);
 /// Local time in the machine's (or TZ's) zone; that this was changed is seen within a second.
 GAIZIOR_API void GetLocalTime(SYSTEMTIME* time);
 /// Universal time, as a date and as 100 ns since the beginning of 1601.
+/// @{
 GAIZIOR_API void GetSystemTime(SYSTEMTIME* time);
 GAIZIOR_API void GetSystemTimeAsFileTime(FILETIME* time);
+/// @}
 /// The week day of `systemTime` is ignored.
 /// @returns FALSE with ERROR_INVALID_PARAMETER for fields that are no date and time between 1601 and 30827.
 GAIZIOR_API BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
