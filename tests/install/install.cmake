@@ -21,7 +21,9 @@ elseif(DPKG AND NOT SANITIZE)
     # The C++ runtime is all that it may ask for.
     string(REGEX REPLACE ".*_(.*)[.]deb$" "\\1" system ${package})
     run(dpkg-query --status libc6:${system} libgcc-s1:${system} libstdc++6:${system} OUTPUT_FILE ${database}/status)
-    run(${DPKG} --root=${root}/machine --log=${root}/dpkg.log --force-not-root --force-bad-path --install ${package})
+    # Small systems are set up to leave manual pages and documents out.
+    run(${DPKG} --root=${root}/machine --log=${root}/dpkg.log --force-not-root --force-bad-path --path-include=*
+        --install ${package})
     set(prefix ${root}/machine/usr)
 
     execute_process(COMMAND dpkg-deb --field ${package} Depends OUTPUT_VARIABLE told COMMAND_ERROR_IS_FATAL ANY)
