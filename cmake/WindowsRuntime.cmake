@@ -1,8 +1,8 @@
 # Host and library exchange streams and exceptions, so both use the shared C++ runtime: its DLLs are put beside the
-# programs, without them nothing starts.
+# programs, without them nothing starts. They come with debug information, the greater part of them by far.
 set(GAIZIOR_RUNTIME_DLLS "")
 if(WIN32)
-    file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${PROJECT_BINARY_DIR}/runtime)
     foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
         execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
             OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -11,7 +11,9 @@ if(WIN32)
                 NO_CMAKE_FIND_ROOT_PATH REQUIRED)
             set(path ${RUNTIME_${dll}})
         endif()
-        file(COPY_FILE ${path} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${dll} ONLY_IF_DIFFERENT)
-        list(APPEND GAIZIOR_RUNTIME_DLLS ${path})
+        set(stripped ${PROJECT_BINARY_DIR}/runtime/${dll})
+        execute_process(COMMAND ${CMAKE_STRIP} --preserve-dates -o ${stripped} ${path} COMMAND_ERROR_IS_FATAL ANY)
+        file(COPY_FILE ${stripped} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${dll} ONLY_IF_DIFFERENT)
+        list(APPEND GAIZIOR_RUNTIME_DLLS ${stripped})
     endforeach()
 endif()

@@ -45,3 +45,4 @@
 #include "gaizior/values/text.h"
 #include "gaizior/values/text_file.h"
 #include "gaizior/values/time.h"
+#include "gaizior/version.h"

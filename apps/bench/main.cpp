@@ -2,6 +2,7 @@
 #include "apps/bench/output.h"
 #include "apps/support/diagnostics.h"
 #include "apps/support/suggest.h"
+#include "apps/support/version.h"
 
 #include <CLI/CLI.hpp>
 
@@ -180,6 +181,7 @@ CommandLine::CommandLine() {
     app.require_subcommand(1);
     app.footer(std::string(kBenchExamples) + kExitCodes);
     app.add_flag("--verbose", verbose, "Tell every step and the error stack on standard error");
+    app.set_version_flag("--version", VersionText("bench"), "Print the version and exit");
     AddImage();
     AddImager();
     AddError();
@@ -281,7 +283,7 @@ struct Stumble {
 Stumble FindUnknownWord(const CLI::App& top, int argc, char** argv) {
     const CLI::App* level = &top;
     Stumble stumble{top.get_name(), {}};
-    std::vector<std::string> options = {"--help", "--verbose"};
+    std::vector<std::string> options = {"--help", "--verbose", "--version"};
     for (int i = 1; i < argc && stumble.text.empty(); ++i) {
         const std::string word = argv[i];
         const std::vector<std::string> commands = SubcommandsOf(*level);

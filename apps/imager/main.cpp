@@ -1,6 +1,7 @@
 #include "apps/imager/server.h"
 #include "apps/support/diagnostics.h"
 #include "apps/support/process_events.h"
+#include "apps/support/version.h"
 #include "gaizior/errors/folded_code.h"
 
 #include <CLI/CLI.hpp>
@@ -75,6 +76,7 @@ int main(int argc, char** argv) try {
     // For tests and training: not in the help.
     const CLI::Option* hang = app.add_option("--hang", options.hang)->type_name("LOCK")->group("");
     app.add_flag("--verbose", verbose, "Tell every step on standard error");
+    app.set_version_flag("--version", apps::VersionText("imager"), "Print the version and exit");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

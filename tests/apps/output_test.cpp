@@ -1,5 +1,6 @@
 #include "apps/bench/output.h"
 #include "apps/support/suggest.h"
+#include "apps/support/version.h"
 
 #include <vector>
 
@@ -17,6 +18,12 @@ TEST(Output, AProgressLineFitsEveryWidth) {
         EXPECT_LE(ProgressLine(label, 437, "0:07 left", columns).size(), columns);
     }
     EXPECT_EQ(ProgressLine("x", 5000, "", 30), "x [####################] 100 %");
+}
+
+TEST(Output, TheVersionIsTheLibrarysAndTheProgramsOwnWhereThatIsAnother) {
+    EXPECT_EQ(VersionText("bench", "2.10.0", "2.10.0"), "bench (gaizior) 2.10.0");
+    EXPECT_EQ(VersionText("imager", "2.10.0", "2.9.1"), "imager (gaizior) 2.10.0, built with 2.9.1");
+    EXPECT_EQ(VersionText("bench"), std::string("bench (gaizior) ") + GAIZIOR_VERSION) << "the one it is built with";
 }
 
 TEST(Output, TextFromElsewhereCannotSteerATerminal) {

@@ -22,16 +22,16 @@ from_help() {
     for word in $words; do from_help "$@" "$word"; done
 }
 from_page() {
-    awk '
+    zcat -f "$1" | awk '
         /^\.TH/ { command = tolower($2) }
         /^\.SS [a-z]/ { sub(/^\.SS /, ""); print; sub(/ \[.*/, ""); command = $0 }
         tagged && /^\.B.* \\-\\-/ { gsub(/[\\"]/, ""); sub(/.* --/, "--"); $1 = $1; print command, $0 }
-        { tagged = /^\.TP/ }' "$1" | grep -v -- --help
+        { tagged = /^\.TP/ }' | grep -v -- --help
 }
 for program in bench imager; do
-    page=$data/man/man1/$program.1
+    page=$(echo "$data/man/man1/$program.1"*)
     equal "$page" "$(from_help "$program" | grep -vx 'imager \[OPTIONS\]' | sort)" "$(from_page "$page" | sort)"
-    ! has groff || equal "$page" '' "$(groff -man -Tutf8 -ww -z "$page" 2>&1)"
+    ! has groff || equal "$page" '' "$(zcat -f "$page" | groff -man -Tutf8 -ww -z 2>&1)"
 done
 
 in_bash() {
@@ -58,12 +58,13 @@ bench |channel error image imager
 bench ch|channel
 bench imager |threads
 bench --verbose channel |doctor receive send status watch
-bench channel doctor --|--help --json --repair --verbose
+bench channel doctor --|--help --json --repair --verbose --version
 bench channel receive --timeout |
 bench image --speed 10 news|newspaper.job
 bench image --imager tab|tabloid-black.job
 bench error e_Phs_NoP|e_Phs_NoPlate e_Phs_NoPlateInPWS
 imager --id 5 --cl|--client-id --client-process
+imager --ver|--verbose --version
 imager |
 END
 done

@@ -1,0 +1,17 @@
+# version_resource(TARGET DESCRIPTION): what Windows shows among a file's properties. It is compiled apart from the
+# sources, whose options the resource compiler does not know.
+function(version_resource target description)
+    if(WIN32)
+        get_target_property(type ${target} TYPE)
+        if(type STREQUAL "EXECUTABLE")
+            set(type VFT_APP)
+            set(file ${target}.exe)
+        else()
+            set(type VFT_DLL)
+            set(file ${target}.dll)
+        endif()
+        configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${target}_version.rc @ONLY)
+        add_library(${target}_version OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc)
+        target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_version>)
+    endif()
+endfunction()

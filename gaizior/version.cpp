@@ -1,0 +1,5 @@
+#include "gaizior/version.h"
+
+const char* ZRGetVersion() {
+    return GAIZIOR_VERSION;
+}
