@@ -255,12 +255,13 @@ Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
     constexpr DWORD kPeriod = 20;
     const ULONGLONG begin = ::GetTickCount64();
     const auto look = std::make_unique<Look>();
+    ZcViewerC viewer;
     Watcher watcher(options.json);
     bool first = true;
     bool absenceTold = false;
     do {
         Presence presence{};
-        if (Outcome failure = TakeLook(*look, presence)) {
+        if (Outcome failure = TakeLook(viewer, *look, presence)) {
             return failure;
         }
         const bool absent = presence == Presence::kAbsent;

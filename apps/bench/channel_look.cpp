@@ -30,9 +30,9 @@ Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* ad
                     std::to_string(ZcGetCommsOSError()) + "): " + advice);
 }
 
-Outcome TakeLook(Look& look, Presence& presence) {
+Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence) {
     std::array<char, kReportSize> takeover{};
-    const ZRErrors::ZRErrorT code = look.viewer.Snapshot(&look.block, kLockTimeout, takeover.data(), takeover.size());
+    const ZRErrors::ZRErrorT code = viewer.Snapshot(&look.block, kLockTimeout, takeover.data(), takeover.size());
     if (takeover[0] != '\0') {
         std::fprintf(stderr, "bench: the channel was taken over from a process that died: %s\n",
                      Printable(takeover.data()).c_str());
@@ -49,8 +49,9 @@ Outcome TakeLook(Look& look, Presence& presence) {
 }
 
 Outcome TakeLook(Look& look) {
+    ZcViewerC viewer;
     Presence presence{};
-    Outcome failure = TakeLook(look, presence);
+    Outcome failure = TakeLook(viewer, look, presence);
     if (!failure && presence == Presence::kAbsent) {
         failure = NoChannel("TakeLook(): ");
     }

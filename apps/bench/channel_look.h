@@ -9,7 +9,6 @@ namespace apps {
 
 /// A look at the channel's block and what an examination of it found.
 struct Look {
-    ZcViewerC viewer;
     ZcChannel block;
     ZcFindingsT findings;
 };
@@ -34,7 +33,7 @@ Failure NoChannel(const char* function);
 Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* advice);
 
 /// Copies the block and examines the copy. That there is none, or that it is damaged, is an answer and no failure.
-Outcome TakeLook(Look& look, Presence& presence);
+Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence);
 
 /// The same where a channel is needed.
 Outcome TakeLook(Look& look);

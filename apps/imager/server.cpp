@@ -204,10 +204,13 @@ ZRErrors::ZRErrorT Server::Send(Worker& self) {
     }
     ULONGLONG lastProgress = ::GetTickCount64();
     while (!self.IsEndEventSignalled()) {
-        const DWORD untilProgress = IsSignalled(m_hWork.Get()) ? kProgressPeriod : INFINITE;
-        self.WaitForSingleObject(m_hWake.Get(), m_nWaiting > 0 ? kTick : untilProgress);
+        const bool isAtWork = IsSignalled(m_hWork.Get());
+        self.WaitForSingleObject(m_hWake.Get(), m_nWaiting > 0 ? kTick : isAtWork ? kProgressPeriod : INFINITE);
         SendWaiting(self);
-        if (const ULONGLONG now = ::GetTickCount64(); now - lastProgress >= kProgressPeriod) {
+        const ULONGLONG now = ::GetTickCount64();
+        if (!isAtWork) {
+            lastProgress = now;
+        } else if (now - lastProgress >= kProgressPeriod) {
             lastProgress = now;
             SendProgress(self);
         }

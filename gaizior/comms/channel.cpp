@@ -34,13 +34,6 @@ ZRErrorT TellReceiver(const char* function, const ChannelFailure& failure) {
     return Tell(function, failure, hasTimedOut ? kStepLevel : kFailureLevel);
 }
 
-/// What a wait for an event came to, other than its signal or the time-out.
-ChannelFailure FailureOfWait(DWORD woken) {
-    return woken == WAIT_OBJECT_0 || woken == WAIT_TIMEOUT
-               ? ChannelFailure()
-               : FailedWithLastError("waiting for the event", ZRErrors::e_Command_Aborted);
-}
-
 /// What is left of a time-out.
 class Patience {
 public:
@@ -166,9 +159,6 @@ bool Channel::TakeLocked(ChannelLock& lock, char* buffer, std::size_t size) {
     if (taken && pool.IsEmpty()) {
         ::ResetEvent(m_objects.event.Get());
         CrashPoint();
-    } else if (taken && pool.HasFor(m_ownId)) {
-        m_wakes.WakeOwn(); // two posts may have come to one wake, and there may be another receiver
-        CrashPoint();
     }
     return taken;
 }
@@ -220,8 +210,8 @@ ZRErrorT Channel::Receive(char* buffer, std::size_t size, DWORD timeout) {
             return TellReceiver(kReceive, NotOpen());
         }
         const DWORD announced = WaitFor(m_objects.event.Get(), kPollInterval);
-        if (const ChannelFailure failure = FailureOfWait(announced)) {
-            return TellReceiver(kReceive, failure);
+        if (announced != WAIT_OBJECT_0 && announced != WAIT_TIMEOUT) {
+            return TellReceiver(kReceive, FailedWithLastError("waiting for the event", ZRErrors::e_Command_Aborted));
         }
         while (announced == WAIT_OBJECT_0 && !isOver() && !m_bClosed) {
             bool taken = false;
@@ -246,33 +236,44 @@ ZRErrorT Channel::Receive(char* buffer, std::size_t size, DWORD timeout) {
 /// look every 100 ms finds what nobody announced.
 ZRErrorT Channel::ReceiveAtOnce(char* buffer, std::size_t size, DWORD timeout) {
     const Patience patience(timeout);
-    DWORD left = timeout;
+    DWORD wait = m_wakes.HasOwn() ? std::min(timeout, kPollInterval) : 0;
     while (!m_bClosed) {
-        ChannelFailure failure = FailureOfWait(m_wakes.Wait(std::min(left, kPollInterval)));
+        const bool isWoken = m_wakes.Wait(kReceiveAtOnce, wait);
         bool taken = false;
-        if (!failure) {
-            failure = TryTake(kReceiveAtOnce, buffer, size, taken);
-        }
+        ChannelFailure failure = TryTake(kReceiveAtOnce, buffer, size, taken);
         if (taken) {
             return ZRErrors::e_General_NoError;
         }
-        left = patience.Left();
+        if (failure && isWoken) {
+            m_wakes.WakeOwn(); // what is there is still to be looked for
+        }
+        const DWORD left = patience.Left();
         if (left == 0 && !failure) {
             failure = TimedOut("no message came");
         }
         if (failure && (left == 0 || failure.code != ZRErrors::e_Command_TimedOut)) {
             return TellReceiver(kReceiveAtOnce, failure);
         }
+        wait = std::min(left, kPollInterval);
     }
     return TellReceiver(kReceiveAtOnce, NotOpen());
 }
 
 ChannelFailure Channel::TryTake(const char* function, char* buffer, std::size_t size, bool& taken) {
-    ChannelLock lock = m_objects.Lock(function, kPollInterval);
-    if (!lock) {
-        return lock.Failure();
+    bool hasMore = false;
+    {
+        ChannelLock lock = m_objects.Lock(function, kPollInterval);
+        if (!lock) {
+            return lock.Failure();
+        }
+        taken = TakeLocked(lock, buffer, size);
+        hasMore = taken && MessagePool(Block()).HasFor(m_ownId);
     }
-    taken = TakeLocked(lock, buffer, size);
+    if (hasMore) {
+        CrashPoint();
+        m_wakes.WakeOwn(); // two posts may have come to one wake, and there may be another receiver
+        CrashPoint();
+    }
     return {};
 }
 

@@ -112,26 +112,26 @@ ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long time
 
 struct ZcViewerC::KeptT {
     std::optional<ChannelObjects> objects;
-    ULONGLONG openedAt = 0;
 };
 
 ZcViewerC::ZcViewerC() : m_pKept(std::make_unique<KeptT>()) {}
 
 ZcViewerC::~ZcViewerC() = default;
 
+/// The clock is the machine's: while none of them keeps anything the last of them sees that nobody else does.
 ZRErrors::ZRErrorT ZcViewerC::Snapshot(ZcChannel* block, unsigned long timeoutMs, char* report, unsigned long size) {
-    constexpr ULONGLONG kKeptFor = 1000; // ms
+    constexpr ULONGLONG kPeriod = 1000; // ms
+    constexpr ULONGLONG kWithout = 100;
     std::optional<ChannelObjects>& objects = m_pKept->objects;
-    const ULONGLONG now = TickCount();
-    const bool isKept = objects && now - m_pKept->openedAt < kKeptFor;
-    if (!isKept) {
-        objects.reset(); // first: while it has them they are there
-        objects.emplace();
-        m_pKept->openedAt = now;
+    const bool keeps = TickCount() % kPeriod >= kWithout;
+    if (!keeps) {
+        objects.reset();
     }
-    const ZRErrors::ZRErrorT code = isKept ? CopyBlock(*objects, &ChannelObjects::Lock, block, timeoutMs, report, size)
-                                           : CopyBlock(*objects, &ChannelObjects::Open, block, timeoutMs, report, size);
-    if (code != ZRErrors::e_General_NoError) {
+    const bool isKept = objects.has_value();
+    const ZRErrors::ZRErrorT code =
+        isKept ? CopyBlock(*objects, &ChannelObjects::Lock, block, timeoutMs, report, size)
+               : CopyBlock(objects.emplace(), &ChannelObjects::Open, block, timeoutMs, report, size);
+    if (!keeps || code != ZRErrors::e_General_NoError) {
         objects.reset();
     }
     return code;

@@ -63,8 +63,10 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder);
 GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs);
 }
 
-/// Looks at the machine's block time and again at little cost: it keeps the channel's objects for a second. So long it
-/// takes at most until it notices that all who had the channel open have closed it. For one thread at a time.
+/// Looks at the machine's block time and again at little cost: it keeps the channel's objects from one look to the
+/// next, and all viewers of the machine let go of them at the same time, a tenth of every second. So who looks often
+/// notices within a second that all who had the channel open have closed it, however many look. Until the next look, or
+/// its end, a viewer may keep a block that nobody else has. For one thread at a time.
 class GAIZIOR_API ZcViewerC {
 public:
     /// Throws std::bad_alloc.

@@ -254,7 +254,7 @@ bool MessagePool::IsEmpty() const {
 }
 
 bool MessagePool::HasFor(std::uint16_t destination) const {
-    return FindFor(destination).slot != kNone;
+    return !IsEmpty() && FindFor(destination).slot != kNone;
 }
 
 bool MessagePool::Post(const char* message, std::uint16_t destination) {

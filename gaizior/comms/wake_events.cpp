@@ -6,7 +6,7 @@
 #include "gaizior/platform/names.h"
 #include "gaizior/platform/timing.h"
 
-#include <string>
+#include <utility>
 
 namespace gaizior {
 namespace {
@@ -36,13 +36,14 @@ void Warn(const char* function, const char* what, std::uint16_t id, DWORD error)
 
 } // namespace
 
+/// The last to leave leaves nothing behind of those who were killed.
 WakeEvents::~WakeEvents() {
     m_own = UniqueHandle();
-    RemoveUnusedNames(kWakeEventPrefix);
+    RemoveUnusedEvents(kWakeEventPrefix);
 }
 
 void WakeEvents::Open(const char* function) {
-    RemoveUnusedNames(kWakeEventPrefix);
+    RemoveUnusedEvents(kWakeEventPrefix);
     m_own = UniqueHandle(::CreateEventA(nullptr, FALSE, FALSE, EventName(m_nOwnId).Get()));
     if (!m_own) {
         Warn(function, "making", m_nOwnId, ::GetLastError());
@@ -51,28 +52,38 @@ void WakeEvents::Open(const char* function) {
 
 void WakeEvents::Wake(const char* function, std::uint16_t id) {
     DWORD error = ERROR_SUCCESS;
-    {
-        const MutexLock lock(s_lock);
-        Addressee& addressee = m_addressees[id % m_addressees.size()];
-        error = Find(addressee, id);
-        if (addressee.event && !::SetEvent(addressee.event.Get())) {
-            error = ::GetLastError();
-        }
+    if (!WakeKnown(id, error)) {
+        error = LookFor(id);
     }
     if (error != ERROR_SUCCESS) {
         Warn(function, "setting", id, error);
     }
 }
 
-DWORD WakeEvents::Find(Addressee& addressee, std::uint16_t id) {
-    const ULONGLONG now = TickCount();
-    const bool isKnown = addressee.id == id && addressee.lookedAt != 0;
-    if (isKnown && now - addressee.lookedAt < kTrustedFor) {
-        return ERROR_SUCCESS;
+/// @returns whether it was looked for lately; then it is set, if there is one.
+bool WakeEvents::WakeKnown(std::uint16_t id, DWORD& error) {
+    const MutexLock lock(s_lock);
+    const Addressee& addressee = PlaceOf(id);
+    if (addressee.id != id || addressee.lookedAt == 0 || TickCount() - addressee.lookedAt >= kTrustedFor) {
+        return false;
     }
-    addressee = {id, now, UniqueHandle(::OpenEventA(EVENT_MODIFY_STATE, FALSE, EventName(id).Get()))};
-    const DWORD error = addressee.event ? ERROR_SUCCESS : ::GetLastError();
-    return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
+    if (addressee.event && !::SetEvent(addressee.event.Get())) {
+        error = ::GetLastError();
+    }
+    return true;
+}
+
+/// Looks for an addressee's event and sets it. One that others are just making or removing is looked for again the next
+/// time. @returns the error with which that failed; that there is none is no failure.
+DWORD WakeEvents::LookFor(std::uint16_t id) {
+    UniqueHandle event(TryOpenEvent(EventName(id).Get()));
+    const DWORD error = event && ::SetEvent(event.Get()) ? ERROR_SUCCESS : ::GetLastError();
+    Addressee found{id, error == ERROR_BUSY ? 0 : TickCount(), std::move(event)};
+    {
+        const MutexLock lock(s_lock);
+        std::swap(PlaceOf(id), found); // what was there closes without the lock: that may take a while
+    }
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_BUSY ? ERROR_SUCCESS : error;
 }
 
 void WakeEvents::WakeOwn() const {
@@ -81,12 +92,19 @@ void WakeEvents::WakeOwn() const {
     }
 }
 
-DWORD WakeEvents::Wait(DWORD milliseconds) const {
-    if (m_own) {
-        return WaitFor(m_own.Get(), milliseconds);
+bool WakeEvents::Wait(const char* function, DWORD milliseconds) {
+    const DWORD woken = m_own ? WaitFor(m_own.Get(), milliseconds) : WAIT_FAILED;
+    if (woken == WAIT_OBJECT_0) {
+        ::ResetEvent(m_own.Get()); // made by somebody else it might not reset itself
+        return true;
     }
-    SleepFor(milliseconds);
-    return WAIT_TIMEOUT;
+    if (woken != WAIT_TIMEOUT) {
+        if (m_own && !m_bFailureTold.exchange(true)) {
+            Warn(function, "waiting for", m_nOwnId, ::GetLastError());
+        }
+        SleepFor(milliseconds);
+    }
+    return false;
 }
 
 } // namespace gaizior

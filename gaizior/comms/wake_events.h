@@ -4,6 +4,7 @@
 #include "gaizior/platform/unique_handle.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 
 /// The events by which a receiver learns at once that there is something for it: one for each communications ID,
@@ -21,12 +22,16 @@ public:
 
     /// Makes the event of the own ID and removes what killed processes left.
     void Open(const char* function);
-    /// Wakes who waits for messages for that ID, one if there are several. Any thread.
+    /// Wakes who waits for messages for that ID, one if there are several. Does not wait for anybody. Any thread.
     void Wake(const char* function, std::uint16_t id);
-    /// The same for the own ID.
+    /// Whether there is an event of the own ID to wait for.
+    bool HasOwn() const {
+        return static_cast<bool>(m_own);
+    }
+    /// Wakes one who waits for messages for the own ID.
     void WakeOwn() const;
-    /// Waits for a wake of the own ID; without an event for all of that time. @returns what a wait returns.
-    DWORD Wait(DWORD milliseconds) const;
+    /// Waits for a wake of the own ID; where that is impossible for all of that time. @returns whether it was woken.
+    bool Wait(const char* function, DWORD milliseconds);
 
 private:
     /// What was found when an addressee's event was looked for; no handle where there was none.
@@ -36,14 +41,18 @@ private:
         UniqueHandle event;
     };
 
-    /// @returns 0, also where the addressee has none, or the error with which looking for it failed.
-    DWORD Find(Addressee& addressee, std::uint16_t id) GAIZIOR_REQUIRES(s_lock);
+    bool WakeKnown(std::uint16_t id, DWORD& error);
+    DWORD LookFor(std::uint16_t id);
+    Addressee& PlaceOf(std::uint16_t id) GAIZIOR_REQUIRES(s_lock) {
+        return m_addressees[id % m_addressees.size()];
+    }
 
     static inline Mutex s_lock;
     static inline const KeepAcrossFork s_keepLock{s_lock};
 
     const std::uint16_t m_nOwnId;
     UniqueHandle m_own;
+    std::atomic<bool> m_bFailureTold{false};                           ///< of a wait, which would fail again and again
     std::array<Addressee, 64> m_addressees GAIZIOR_GUARDED_BY(s_lock); ///< each in the place that its ID names
 };
 

@@ -1,15 +1,12 @@
 #include "gaizior/platform/linux/names/name_file.h"
 
 #include "gaizior/platform/crash_point.h"
-#include "gaizior/platform/error_keeper.h"
 #include "gaizior/platform/linux/system/last_error.h"
 #include "gaizior/platform/linux/system/suspension.h"
-#include "gaizior/platform/names.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <utility>
 
 #include <sys/resource.h>
@@ -23,11 +20,6 @@ constexpr int kOpenFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
 constexpr std::size_t kLongestName = 255;
 /// What leads to the session's and to the machine's names on Windows; here both are the machine's.
 constexpr std::string_view kNamespaces[] = {"Local\\", "Global\\"};
-
-std::string Folder() {
-    const char* const folder = std::getenv("GAIZIOR_SHM_DIR");
-    return folder && *folder ? folder : "/dev/shm";
-}
 
 /// What is locked of a name's file, by its byte. A lock belongs to the open file and so ends with its last descriptor,
 /// however the process ends.
@@ -52,18 +44,15 @@ bool IsOthersLock(int error) {
 
 /// Takes the door from those who are through it in microseconds. One that was stopped there must not keep this process
 /// from ending. @returns whether it has it.
-bool TakeDoor(int file) {
-    constexpr int kMostTries = 100;
-    for (int tries = 0; tries < kMostTries; ++tries) {
+bool TakeDoor(int file, int tries) {
+    for (;; ::Sleep(1)) {
         if (SetFileLock(file, Part::Door, F_WRLCK)) {
             return true;
         }
-        if (!IsOthersLock(errno)) {
-            break;
+        if (!IsOthersLock(errno) || --tries <= 0) {
+            return false;
         }
-        ::Sleep(1);
     }
-    return false;
 }
 
 bool LeadsTo(const std::string& path, int file) {
@@ -73,8 +62,10 @@ bool LeadsTo(const std::string& path, int file) {
            byName.st_dev == byFile.st_dev;
 }
 
-void RemoveIfUnused(const std::string& path, int file) {
-    if (!TakeDoor(file)) {
+constexpr int kMostTries = 100;
+
+void RemoveIfUnused(const std::string& path, int file, int tries = kMostTries) {
+    if (!TakeDoor(file, tries)) {
         return; // the next one that wants the name begins it anew
     }
     if (SetFileLock(file, Part::Use, F_WRLCK) && LeadsTo(path, file)) {
@@ -203,6 +194,11 @@ Standing Enter(const std::string& path, int file, std::optional<std::size_t> new
 
 } // namespace
 
+std::string FolderOfNames() {
+    const char* const folder = std::getenv("GAIZIOR_SHM_DIR");
+    return folder && *folder ? folder : "/dev/shm";
+}
+
 std::string PathOfName(std::string_view name) {
     for (const std::string_view prefix : kNamespaces) {
         if (name.starts_with(prefix)) {
@@ -217,7 +213,7 @@ std::string PathOfName(std::string_view name) {
     } else if (name.size() > kLongestName) {
         Fail(ERROR_FILENAME_EXCED_RANGE);
     } else {
-        return Folder() + "/" + std::string(name);
+        return FolderOfNames() + "/" + std::string(name);
     }
     return {};
 }
@@ -233,6 +229,13 @@ Entry EnterName(const std::string& path, std::optional<std::size_t> newSize) {
         entry.file.emplace(std::move(file), path);
     }
     return entry;
+}
+
+void RemoveLeftOver(const std::string& path, bool (*isLeftOver)(int file)) {
+    const UniqueFd file(::open(path.c_str(), kOpenFlags));
+    if (file && IsOurs(file.Get()) && isLeftOver(file.Get())) {
+        RemoveIfUnused(path, file.Get(), 1);
+    }
 }
 
 bool NameFile::IsCurrent() const {
@@ -294,22 +297,3 @@ void NameFile::ContinueInChild() {
 }
 
 } // namespace gaizior::platform
-
-void gaizior::RemoveUnusedNames(const char* prefix) {
-    using namespace gaizior::platform;
-    const ErrorKeeper keeper;
-    const InsideLayer inside; // as in NameFile::GiveUp
-    NoThrow([&] {
-        std::error_code error;
-        std::filesystem::directory_iterator entry(Folder(), error);
-        for (; !error && entry != end(entry); entry.increment(error)) {
-            if (entry->path().filename().native().starts_with(prefix)) {
-                const UniqueFd file(::open(entry->path().c_str(), kOpenFlags));
-                if (file && IsOurs(file.Get())) {
-                    RemoveIfUnused(entry->path(), file.Get());
-                }
-            }
-        }
-        return true;
-    });
-}

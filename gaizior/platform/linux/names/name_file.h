@@ -13,6 +13,8 @@
 /// file. All who use the name share one; who has it alone makes the file or removes it. See docs/platform.md.
 namespace gaizior::platform {
 
+std::string FolderOfNames();
+
 /// The path of a name's file; empty, with the last error set, when the name can be no file's.
 std::string PathOfName(std::string_view name);
 
@@ -69,5 +71,8 @@ struct Entry {
 /// Tries once to use the name with that path. Where nobody does, its file is made to get `newSize` bytes; without a
 /// size it is not made (ERROR_FILE_NOT_FOUND). Does not wait for those who pass. Any thread.
 Entry EnterName(const std::string& path, std::optional<std::size_t> newSize);
+
+/// Removes the file of a name that nobody uses, if `isLeftOver` takes it for one. Does not wait for those who pass.
+void RemoveLeftOver(const std::string& path, bool (*isLeftOver)(int file));
 
 } // namespace gaizior::platform

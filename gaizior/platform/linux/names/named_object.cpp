@@ -14,9 +14,6 @@
 namespace gaizior::platform {
 namespace {
 
-/// How long another process may take to make, remove or look at a name.
-constexpr DWORD kLongestPassing = 5000; // ms
-
 /// What this process has open, by path, so that all its handles of a name share one object. Nobody sleeps with it.
 struct OpenNames {
     /// Never destroyed: handles are closed until the very end of the process.
@@ -50,7 +47,8 @@ const struct EndOfProcess {
     }
 } g_endOfProcess;
 
-/// Whether this is the file of an event or a mutex, of whichever make; then its header is read.
+} // namespace
+
 bool ReadHeader(int file, SyncHeader& header) {
     struct stat status {};
     return ::fstat(file, &status) == 0 && status.st_size == sizeof(SyncFile) &&
@@ -58,14 +56,13 @@ bool ReadHeader(int file, SyncHeader& header) {
            std::memcmp(header.magic, SyncHeader::kMagic, sizeof(header.magic)) == 0;
 }
 
-} // namespace
-
-std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, const Beginning* beginning, bool& existed) {
+std::shared_ptr<NamedObject> NamedObject::Open(Kind kind, const char* name, const Beginning* beginning, bool& existed,
+                                               DWORD longestPassing) {
     const std::string path = PathOfName(name);
     if (path.empty()) {
         return nullptr;
     }
-    for (const Deadline deadline(kLongestPassing);;) {
+    for (const Deadline deadline(longestPassing);;) {
         Standing standing = Standing::Refused;
         auto object = TryOpen(kind, path, beginning, standing);
         if (standing != Standing::Passing) {
@@ -271,13 +268,13 @@ HANDLE CreateSyncHandle(Kind kind, const char* name, std::uint64_t bits) {
     return CreateNamedHandle(kind, name, {sizeof(SyncFile), bits});
 }
 
-HANDLE OpenNamedHandle(Kind kind, const char* name, std::uint64_t allowed) {
+HANDLE OpenNamedHandle(Kind kind, const char* name, std::uint64_t allowed, DWORD longestPassing) {
     if (!name || !*name) {
         return FailNull(name ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER);
     }
     return NoThrow([&] {
         bool existed = false;
-        return NewNamedHandle(kind, NamedObject::Open(kind, name, nullptr, existed), allowed);
+        return NewNamedHandle(kind, NamedObject::Open(kind, name, nullptr, existed, longestPassing), allowed);
     });
 }
 

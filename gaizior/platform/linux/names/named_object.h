@@ -9,6 +9,9 @@
 /// What processes share under a name, and the handles that lead there.
 namespace gaizior::platform {
 
+/// How long another process may take to make, remove or look at a name.
+inline constexpr DWORD kLongestPassing = 5000; // ms
+
 /// A named event, mutex or section, or an unnamed section, as this process holds it: all its handles share one.
 class NamedObject {
 public:
@@ -22,7 +25,8 @@ public:
     /// the name already. Waits for another process that is about to make, remove or look at it, but not for ever.
     /// @returns null with the last error set: ERROR_INVALID_HANDLE where the name is another kind's, ERROR_BUSY where
     ///          that process did not go on, ERROR_FILE_NOT_FOUND, or what opening and making a file can give.
-    static std::shared_ptr<NamedObject> Open(Kind kind, const char* name, const Beginning* beginning, bool& existed);
+    static std::shared_ptr<NamedObject> Open(Kind kind, const char* name, const Beginning* beginning, bool& existed,
+                                             DWORD longestPassing = kLongestPassing);
 
     explicit NamedObject(NameFile file) : m_file(std::move(file)) {}
     NamedObject(const NamedObject&) = delete;
@@ -90,6 +94,6 @@ HANDLE CreateNamedHandle(Kind kind, const char* name, const NamedObject::Beginni
 /// The same for an event or a mutex.
 HANDLE CreateSyncHandle(Kind kind, const char* name, std::uint64_t bits);
 /// A handle for an existing named object; leaves the last error alone. Null with the last error set.
-HANDLE OpenNamedHandle(Kind kind, const char* name, std::uint64_t allowed = 0);
+HANDLE OpenNamedHandle(Kind kind, const char* name, std::uint64_t allowed = 0, DWORD longestPassing = kLongestPassing);
 
 } // namespace gaizior::platform

@@ -30,4 +30,7 @@ struct SyncFile {
 static_assert(std::is_standard_layout_v<SyncFile> && sizeof(SyncFile) == 128);
 static_assert(offsetof(SyncFile, event) == 28 && offsetof(SyncFile, mutex) == 64);
 
+/// Whether this is the file of an event or a mutex, of whichever make; then its header is read.
+bool ReadHeader(int file, SyncHeader& header);
+
 } // namespace gaizior::platform

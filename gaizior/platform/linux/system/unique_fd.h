@@ -58,6 +58,10 @@ public:
     explicit operator bool() const {
         return m_fd >= 0;
     }
+    /// @returns the descriptor, which is the caller's from now on.
+    int Release() {
+        return std::exchange(m_fd, -1);
+    }
 
 private:
     int m_fd = -1;
