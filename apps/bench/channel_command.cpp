@@ -132,6 +132,15 @@ Outcome ReceiveOne(std::uint16_t id, double seconds, bool json, const Interrupt&
                     "status' shows what waits for whom");
 }
 
+/// Rests between two looks. What is received at once is gone in microseconds: so the next post wakes the watcher too.
+/// Where messages wait, or what has woken it was nothing, the event stays set and tells no more: then `posted` is null.
+/// @returns what a wait for the two returns.
+DWORD Rest(HANDLE interrupt, HANDLE posted) {
+    constexpr DWORD kPeriod = 20;
+    const std::array<HANDLE, 2> handles = {interrupt, posted};
+    return ::WaitForMultipleObjects(posted ? 2 : 1, handles.data(), FALSE, kPeriod);
+}
+
 /// Prints what came into the pool and what was taken from it between two looks. A receiver that waits takes a message
 /// long before the next look, but its text stays behind in the free slot.
 class Watcher {
@@ -148,11 +157,14 @@ public:
         }
     }
 
-    void Compare(const ZcChannel& block) {
+    /// @returns whether there was anything to print.
+    bool Compare(const ZcChannel& block) {
+        bool isChanged = false;
         for (unsigned slot = 0; slot < kZcSlotCount; ++slot) {
             const Entry now = EntryOf(block.slots[slot]);
             const Entry before = std::exchange(m_before[slot], now);
             const bool same = now.id == before.id && now.text == before.text;
+            isChanged |= !same || now.taken != before.taken;
             if (before.taken && !(same && now.taken)) {
                 Print("taken", slot, before);
             }
@@ -163,6 +175,7 @@ public:
                 }
             }
         }
+        return isChanged;
     }
 
     /// The channel is gone, and its messages with it.
@@ -252,14 +265,14 @@ Outcome ReceiveCommand(const ReceiveOptions& options, const Interrupt& interrupt
 }
 
 Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
-    constexpr DWORD kPeriod = 20;
     const ULONGLONG begin = ::GetTickCount64();
     const auto look = std::make_unique<Look>();
     ZcViewerC viewer;
     Watcher watcher(options.json);
     bool first = true;
     bool absenceTold = false;
-    do {
+    DWORD woken = WAIT_TIMEOUT;
+    while (woken != WAIT_OBJECT_0) {
         Presence presence{};
         if (Outcome failure = TakeLook(viewer, *look, presence)) {
             return failure;
@@ -270,18 +283,21 @@ Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt) {
             std::fflush(stderr);
         }
         absenceTold = absent;
+        bool isChanged = true;
         if (absent) {
             watcher.Forget();
         } else if (first) {
             watcher.Begin(look->block);
         } else {
-            watcher.Compare(look->block);
+            isChanged = watcher.Compare(look->block);
         }
         first = false;
         if (options.seconds > 0 && static_cast<double>(::GetTickCount64() - begin) >= options.seconds * 1000) {
             break;
         }
-    } while (!interrupt.SleepUnlessSet(kPeriod));
+        const bool isToldOfPosts = look->block.nMessages == 0 && (woken == WAIT_TIMEOUT || isChanged);
+        woken = Rest(interrupt.Event(), isToldOfPosts ? viewer.GetEvent() : nullptr);
+    }
     return std::nullopt;
 }
 

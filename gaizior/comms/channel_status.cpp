@@ -121,7 +121,7 @@ ZcViewerC::~ZcViewerC() = default;
 /// The clock is the machine's: while none of them keeps anything the last of them sees that nobody else does.
 ZRErrors::ZRErrorT ZcViewerC::Snapshot(ZcChannel* block, unsigned long timeoutMs, char* report, unsigned long size) {
     constexpr ULONGLONG kPeriod = 1000; // ms
-    constexpr ULONGLONG kWithout = 100;
+    constexpr ULONGLONG kWithout = 50;
     std::optional<ChannelObjects>& objects = m_pKept->objects;
     const bool keeps = TickCount() % kPeriod >= kWithout;
     if (!keeps) {
@@ -135,4 +135,8 @@ ZRErrors::ZRErrorT ZcViewerC::Snapshot(ZcChannel* block, unsigned long timeoutMs
         objects.reset();
     }
     return code;
+}
+
+void* ZcViewerC::GetEvent() const {
+    return m_pKept->objects ? m_pKept->objects->event.Get() : nullptr;
 }

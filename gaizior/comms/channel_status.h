@@ -64,9 +64,9 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsign
 }
 
 /// Looks at the machine's block time and again at little cost: it keeps the channel's objects from one look to the
-/// next, and all viewers of the machine let go of them at the same time, a tenth of every second. So who looks often
-/// notices within a second that all who had the channel open have closed it, however many look. Until the next look, or
-/// its end, a viewer may keep a block that nobody else has. For one thread at a time.
+/// next, and all viewers of the machine let go of them at the same time, a twentieth of every second. So who looks
+/// often notices within a second that all who had the channel open have closed it, however many look. Until the next
+/// look, or its end, a viewer may keep a block that nobody else has. For one thread at a time.
 class GAIZIOR_API ZcViewerC {
 public:
     /// Throws std::bad_alloc.
@@ -78,6 +78,9 @@ public:
     /// Does and returns what ZcSnapshot does.
     ZRErrors::ZRErrorT Snapshot(ZcChannel* block, unsigned long timeoutMs, char* report = nullptr,
                                 unsigned long size = 0);
+    /// @returns the handle of the channel's event, which is set while there may be messages, to be waited for until the
+    ///   next look; the viewer's. Null where the last look kept nothing: then there is only time to wait for.
+    void* GetEvent() const;
 
 private:
     struct KeptT;
