@@ -9,9 +9,8 @@
 namespace benchmarks {
 
 double Median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
+    std::ranges::sort(values);
+    return (values[(values.size() - 1) / 2] + values[values.size() / 2]) / 2;
 }
 
 namespace {

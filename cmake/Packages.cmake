@@ -1,6 +1,5 @@
 # What `cpack` makes of what is installed: a .deb on Linux, on Windows a .zip that runs as it lies. The programs and the
 # library in them are stripped; the build tree keeps what a debugger needs.
-set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON) # packs what is built, with every generator
 
 if(WIN32)
     set(documents .) # at the top, where who unpacks it looks first
@@ -9,8 +8,17 @@ else()
     set(documents ${CMAKE_INSTALL_DOCDIR})
     set(CPACK_GENERATOR DEB)
 endif()
-install(FILES README.md DESTINATION ${documents})
-install(DIRECTORY docs samples DESTINATION ${documents})
+# What a package holds beyond what is installed.
+install(FILES README.md DESTINATION ${documents} COMPONENT package EXCLUDE_FROM_ALL)
+install(DIRECTORY docs samples DESTINATION ${documents} COMPONENT package EXCLUDE_FROM_ALL
+    FILES_MATCHING PATTERN *.md PATTERN *.job)
+foreach(other libcli11-dev gcc-mingw-w64-base mingw-w64-common) # what programs and runtime DLLs contain
+    if(EXISTS /usr/share/doc/${other}/copyright AND (WIN32 OR other STREQUAL libcli11-dev))
+        install(FILES /usr/share/doc/${other}/copyright DESTINATION ${documents}/licences RENAME ${other}.txt
+            COMPONENT package EXCLUDE_FROM_ALL)
+    endif()
+endforeach()
+set(CPACK_INSTALL_CMAKE_PROJECTS "${PROJECT_BINARY_DIR};gaizior;ALL;/;${PROJECT_BINARY_DIR};gaizior;package;/")
 
 set(CPACK_PACKAGE_VENDOR gaizior)
 set(CPACK_PACKAGE_CONTACT gaizior)
@@ -22,8 +30,6 @@ a CMake package and a pkg-config file.
 With it come bench, the service engineer's tool, and imager, the process that
 exposes plates, with a simulated engine.")
 set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)

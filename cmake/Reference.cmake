@@ -1,9 +1,10 @@
 # `cmake --build --preset linux --target reference`: pages for users of the library, made of its installed headers and
 # of the documents, in build/linux/reference/html. What is undocumented or wrongly described is an error.
 find_package(Doxygen QUIET)
-if(NOT DOXYGEN_FOUND)
+if(NOT DOXYGEN_FOUND OR PROJECT_SOURCE_DIR MATCHES " ")
     add_custom_target(reference
-        COMMAND ${CMAKE_COMMAND} -E echo "The reference is made by doxygen: install it and configure again."
+        COMMAND ${CMAKE_COMMAND} -E echo "The reference is made by doxygen, in a folder without blanks in its path:"
+            "install it and configure again."
         COMMAND ${CMAKE_COMMAND} -E false)
     return()
 endif()

@@ -1,10 +1,12 @@
-# Run by cpack when all that the .deb is to hold lies in its folder: compresses the manual pages, and says what the
+# Run by cpack when all that the .deb is to hold lies in its folder: lets everybody read it, compresses the manual pages, and says what the
 # programs and the library depend on. cpack's own way to that wants one tool more and adds scripts that run ldconfig,
 # for which Debian has triggers.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
     return()
 endif()
 set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
+file(CHMOD_RECURSE ${root}/usr DIRECTORY_PERMISSIONS # whatever the umask
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 file(GLOB pages ${root}/usr/share/man/man1/*.1)
 execute_process(COMMAND gzip -9n ${pages} COMMAND_ERROR_IS_FATAL ANY)
 

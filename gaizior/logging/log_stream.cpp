@@ -177,16 +177,17 @@ ZRLogStrstreambufC::int_type ZRLogStrstreambufC::overflow(int_type character) {
     return std::strstreambuf::overflow(character);
 }
 
-/// Moves a full line to memory of its own, where the base makes room for more. @returns false when there is none.
+/// Moves the line to memory of its own, where the base makes room for more. @returns false when there is none.
 bool ZRLogStrstreambufC::LeaveLine() {
     const std::size_t size = 2 * m_szLine.size();
     char* const line = static_cast<char*>(AllocateLine(size));
     if (!line) {
         return false;
     }
-    std::ranges::copy(m_szLine, line);
+    const auto used = pptr() - pbase();
+    std::copy_n(pbase(), used, line);
     setp(line, line + size);
-    pbump(static_cast<int>(m_szLine.size()));
+    pbump(static_cast<int>(used));
     setg(line, line, line);
     return true;
 }

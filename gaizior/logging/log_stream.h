@@ -30,8 +30,9 @@ using ZRSetLevelHookT = void (*)(unsigned level);
 using ZRGetLevelHookT = unsigned (*)();
 /// @}
 
-/// The buffer of a log stream: collects a line and hands it, whole, to the debug-print hook.
-/// One thread at a time may use an object; the hooks are the process's and any thread may install them.
+/// The buffer of a log stream: collects a line and hands it, whole, to the debug-print hook. As short lines stand in
+/// the object it is not to be moved as the base that it has. One thread at a time may use an object; the hooks are the
+/// process's and any thread may install them.
 class GAIZIOR_API ZRLogStrstreambufC : public std::strstreambuf {
 public:
     /// Begins a line of message level 0 and mode 1.
@@ -51,6 +52,12 @@ public:
         if (pbase() == m_szLine.data()) {
             setg(nullptr, nullptr, nullptr); // the base frees what it finds here
         }
+    }
+
+    /// Freezes the line and gives it away, as the base does. @returns the text, which is the caller's until it
+    /// unfreezes the buffer, or the line is delivered; null when there is none, or no memory.
+    char* str() {
+        return pbase() == m_szLine.data() && !LeaveLine() ? nullptr : std::strstreambuf::str();
     }
 
     /// Sets the level of the line being built (lower is more important, 0 errors). @returns the level before.

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -141,6 +142,16 @@ TEST_F(LogStream, KeepsALineThatOutgrowsTheObjectWhole) {
         log << std::endl << "short" << std::endl;
         EXPECT_EQ(g_host.text, std::string("0,1 ").append(length, 'x').append("\n0,1 short\n"));
     }
+}
+
+TEST_F(LogStream, GivesATextAwayThatOutlivesTheBuffer) {
+    ZRLogStrstreambufC buffer;
+    buffer.sputn("hello", 6);
+    const char* const text = buffer.str();
+    EXPECT_STREQ(text, "hello");
+    EXPECT_TRUE(std::less()(text, reinterpret_cast<char*>(&buffer)) ||
+                !std::less()(text, reinterpret_cast<char*>(&buffer + 1)));
+    buffer.freeze(false);
 }
 
 TEST_F(LogStream, SurvivesHooksThatLogThrowAndSpoilTheErrorNumbers) {
