@@ -246,6 +246,8 @@ ZRErrorT Channel::ReceiveAtOnce(char* buffer, std::size_t size, DWORD timeout) {
         }
         if (failure && isWoken) {
             m_wakes.WakeOwn(); // what is there is still to be looked for
+        } else if (isWoken) {
+            m_wakes.ResetOwn();
         }
         const DWORD left = patience.Left();
         if (left == 0 && !failure) {
@@ -254,7 +256,7 @@ ZRErrorT Channel::ReceiveAtOnce(char* buffer, std::size_t size, DWORD timeout) {
         if (failure && (left == 0 || failure.code != ZRErrors::e_Command_TimedOut)) {
             return TellReceiver(kReceiveAtOnce, failure);
         }
-        wait = std::min(left, kPollInterval);
+        wait = isWoken ? 0 : std::min(left, kPollInterval); // after a reset what was posted meanwhile is to be found
     }
     return TellReceiver(kReceiveAtOnce, NotOpen());
 }

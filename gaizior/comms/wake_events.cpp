@@ -92,19 +92,19 @@ void WakeEvents::WakeOwn() const {
     }
 }
 
+void WakeEvents::ResetOwn() const {
+    ::ResetEvent(m_own.Get());
+}
+
 bool WakeEvents::Wait(const char* function, DWORD milliseconds) {
     const DWORD woken = m_own ? WaitFor(m_own.Get(), milliseconds) : WAIT_FAILED;
-    if (woken == WAIT_OBJECT_0) {
-        ::ResetEvent(m_own.Get()); // made by somebody else it might not reset itself
-        return true;
-    }
-    if (woken != WAIT_TIMEOUT) {
+    if (woken != WAIT_OBJECT_0 && woken != WAIT_TIMEOUT) {
         if (m_own && !m_bFailureTold.exchange(true)) {
             Warn(function, "waiting for", m_nOwnId, ::GetLastError());
         }
         SleepFor(milliseconds);
     }
-    return false;
+    return woken == WAIT_OBJECT_0;
 }
 
 } // namespace gaizior

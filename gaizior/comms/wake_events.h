@@ -30,6 +30,8 @@ public:
     }
     /// Wakes one who waits for messages for the own ID.
     void WakeOwn() const;
+    /// Takes a wake back that was none: the event of another maker may not reset itself.
+    void ResetOwn() const;
     /// Waits for a wake of the own ID; where that is impossible for all of that time. @returns whether it was woken.
     bool Wait(const char* function, DWORD milliseconds);
 
