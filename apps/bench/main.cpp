@@ -106,8 +106,9 @@ Examples:
   bench channel receive --id 110 --count 5 --timeout 60 --json
 )";
 
-constexpr const char* kWatchExamples = R"(Looks 50 times a second without taking part. Of several messages that
-pass through one slot in between only the last is seen. Ends on Ctrl-C.
+constexpr const char* kWatchExamples = R"(Looks 50 times a second, and when something is posted where nothing
+waits, without taking part. Of several messages that pass through one slot
+in between only the last is seen. Ends on Ctrl-C.
 
 Examples:
   bench channel watch
