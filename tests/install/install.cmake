@@ -1,4 +1,4 @@
-# Installs what the test looks at and sets `prefix` to where it lies: on Windows the unpacked package; on Debian the
+# Installs what the test looks at and sets `prefix` to where it lies and `job` to a sample: on Windows the unpacked package; on Debian the
 # installed one, in a folder with a database of packages of its own, so that the machine stays as it is and nobody needs
 # to be root; elsewhere, and with sanitizers, what `cmake --install` lays out.
 
@@ -33,12 +33,15 @@ elseif(DPKG AND EXISTS /etc/debian_version AND NOT SANITIZE)
     expect("${told}" "^\n$")
 else()
     set(prefix ${root}/prefix)
+    set(job ${SOURCE}/samples/newspaper.job)
     run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
     if(NOT SANITIZE)
         message("not checked, since it is not here: dpkg")
     endif()
     return()
 endif()
+
+file(GLOB_RECURSE job ${prefix}/newspaper.job)
 
 # What is installed without a package is the same.
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${root}/plain)
