@@ -1,6 +1,6 @@
-# Installs what the test looks at and sets `prefix` to where it lies and `job` to a sample: on Windows the unpacked package; on Debian the
-# installed one, in a folder with a database of packages of its own, so that the machine stays as it is and nobody needs
-# to be root; elsewhere, and with sanitizers, what `cmake --install` lays out.
+# Installs what the test looks at and sets `prefix` to where it lies and `job` to a sample: on Windows the unpacked
+# package; on Debian the installed one, in a folder with a database of packages of its own, so that the machine stays as
+# it is and nobody needs to be root; elsewhere, and with sanitizers, what `cmake --install` lays out.
 
 # make_package(PATTERN): makes the package and sets `package` to its file.
 function(make_package pattern)
