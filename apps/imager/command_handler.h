@@ -39,6 +39,10 @@ public:
     /// Lets the engine's time pass; the reply to an operation that ended in it.
     std::vector<Outgoing> Advance(double seconds);
 
+    /// Whether an operation that somebody asked for is under way.
+    bool IsAtWork() const {
+        return m_asked.has_value();
+    }
     /// How far the running operation is, for whoever asked for it.
     std::optional<Outgoing> Progress() const;
 

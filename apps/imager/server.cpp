@@ -318,7 +318,7 @@ void Server::Put(std::vector<Outgoing> messages) {
 }
 
 void Server::NoteWork() {
-    if (!m_handler.Progress()) {
+    if (!m_handler.IsAtWork()) {
         ::ResetEvent(m_hWork.Get());
     } else if (!IsSignalled(m_hWork.Get())) {
         ::SetEvent(m_hWork.Get());
