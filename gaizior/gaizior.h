@@ -41,6 +41,7 @@
 #include "gaizior/threads/event.h"
 #include "gaizior/threads/lock.h"
 #include "gaizior/threads/thread.h"
+#include "gaizior/values/guid.h"
 #include "gaizior/values/string.h"
 #include "gaizior/values/text.h"
 #include "gaizior/values/text_file.h"

@@ -2,6 +2,7 @@
 #include "gaizior/platform/file_call.h"
 #include "gaizior/platform/mutex.h"
 #include "gaizior/platform/timing.h"
+#include "gaizior/platform/uuid_call.h"
 
 #ifdef GAIZIOR_SEAMS
 
@@ -17,6 +18,9 @@ std::atomic<unsigned> g_passesToCrash{0};
 std::atomic<unsigned> g_fileCallsToFailure{0};
 std::atomic<DWORD> g_fileError{NO_ERROR};
 std::atomic<bool> g_hasFileCallFailed{false};
+
+std::atomic<UuidCall> g_uuidCallToFail{};
+std::atomic<DWORD> g_uuidError{NO_ERROR};
 
 std::atomic<unsigned> g_timeDivisor{1};
 
@@ -69,6 +73,11 @@ bool HasFileCallFailed() {
     return g_hasFileCallFailed;
 }
 
+void FailUuidCall(UuidCall call, DWORD error) {
+    g_uuidCallToFail = call;
+    g_uuidError = error;
+}
+
 } // namespace seams
 
 void CrashPoint() {
@@ -86,6 +95,10 @@ bool FileCallPasses() {
     g_hasFileCallFailed = true;
     ::SetLastError(g_fileError);
     return false;
+}
+
+DWORD UuidCallError(UuidCall call) {
+    return g_uuidCallToFail == call ? g_uuidError.exchange(NO_ERROR) : NO_ERROR;
 }
 
 SYSTEMTIME LocalNow() {

@@ -28,5 +28,6 @@
 #include "gaizior/platform/linux/api/threads.h"
 #include "gaizior/platform/linux/api/time.h"
 #include "gaizior/platform/linux/api/types.h"
+#include "gaizior/platform/linux/api/uuid.h"
 
 #endif

@@ -24,6 +24,7 @@ inline constexpr MessageText kMessageTexts[] = {
     {ERROR_ACCESS_DENIED, "Access is denied."},
     {ERROR_INVALID_HANDLE, "The handle is invalid."},
     {ERROR_NOT_ENOUGH_MEMORY, "Not enough memory resources are available to process this command."},
+    {ERROR_OUTOFMEMORY, "Not enough memory resources are available to complete this operation."},
     {ERROR_NOT_SAME_DEVICE, "The system cannot move the file to a different disk drive."},
     {ERROR_WRITE_PROTECT, "The media is write protected."},
     {ERROR_BAD_UNIT, "The system cannot find the device specified."},
@@ -67,6 +68,7 @@ inline constexpr MessageText kMessageTexts[] = {
     {ERROR_CANCELLED, "The operation was canceled by the user."},
     {ERROR_NO_SYSTEM_RESOURCES, "Insufficient system resources exist to complete the requested service."},
     {ERROR_TIMEOUT, "This operation returned because the timeout period expired."},
+    {RPC_S_INVALID_STRING_UUID, "The string universal unique identifier (UUID) is invalid."},
     {ERROR_NOT_ENOUGH_QUOTA, "Not enough quota is available to process this command."},
     {ERROR_CANT_RESOLVE_FILENAME, "The name of the file cannot be resolved by the system."},
 };
