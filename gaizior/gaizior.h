@@ -37,6 +37,8 @@
 #include "gaizior/errors/exception.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/plates/machine_transform.h"
+#include "gaizior/plates/plate.h"
 #include "gaizior/threads/critical_section.h"
 #include "gaizior/threads/event.h"
 #include "gaizior/threads/lock.h"
