@@ -37,6 +37,24 @@ struct ErrorOptions {
 };
 Outcome ErrorCommand(const ErrorOptions& options);
 
+struct ConvertOptions {
+    std::vector<std::string> words; ///< a number and its unit, in one word or two
+    double dpi = 0;
+    bool json = false;
+};
+Outcome ConvertCommand(const ConvertOptions& options);
+
+struct NewGuidOptions {
+    bool json = false;
+};
+Outcome NewGuidCommand(const NewGuidOptions& options);
+
+struct CheckGuidOptions {
+    std::string text;
+    bool json = false;
+};
+Outcome CheckGuidCommand(const CheckGuidOptions& options);
+
 struct StatusOptions {
     bool json = false;
 };

@@ -22,6 +22,8 @@ constexpr const char* kBenchExamples = R"(Examples:
   bench image samples/newspaper.job --speed 10
   bench imager threads
   bench error 0x822F
+  bench convert 25.4mm --dpi 2400
+  bench guid new
   bench channel status
 'bench COMMAND --help' tells more about each.
 )";
@@ -58,6 +60,33 @@ constexpr const char* kErrorExamples = R"(Examples:
   bench error 0x20000005      a folded operating-system error
   bench error 0x60000002      a folded errno
   bench error plate wide      every code with these words in its text
+)";
+
+constexpr const char* kConvertExamples = R"(A length becomes the nearest count of pixels or lines, and what these
+measure; a count becomes its length. Units: mm, m, px, lines.
+
+Examples:
+  bench convert 25.4mm --dpi 2400
+  bench convert 2400px --dpi 2400
+  bench convert 0.58 m --dpi 1270 --json
+)";
+
+constexpr const char* kGuidExamples = R"(Examples:
+  bench guid new              a new one
+  bench guid check 0c1d5b1e-8d4c-4f7e-9a51-6b1f0a3c2d77
+                              is it one, and how the system writes it
+)";
+
+constexpr const char* kNewGuidExamples = R"(Examples:
+  bench guid new
+  bench guid new --json
+)";
+
+constexpr const char* kCheckGuidExamples = R"(Braces may be there or not. A text that is no GUID ends with exit code 1.
+
+Examples:
+  bench guid check "{0C1D5B1E-8D4C-4F7E-9A51-6B1F0A3C2D77}"
+  bench guid check 0c1d5b1e-8d4c-4f7e-9a51-6b1f0a3c2d77 --json
 )";
 
 constexpr const char* kChannelExamples = R"(Examples:
@@ -155,6 +184,9 @@ struct CommandLine {
     ImageOptions image;
     ThreadsOptions threads;
     ErrorOptions error;
+    ConvertOptions convert;
+    NewGuidOptions newGuid;
+    CheckGuidOptions checkGuid;
     StatusOptions status;
     DoctorOptions doctor;
     SendOptions send;
@@ -169,6 +201,8 @@ private:
     void AddImage();
     void AddImager();
     void AddError();
+    void AddConvert();
+    void AddGuid();
     void AddChannel();
 };
 
@@ -186,6 +220,8 @@ CommandLine::CommandLine() {
     AddImage();
     AddImager();
     AddError();
+    AddConvert();
+    AddGuid();
     AddChannel();
 }
 
@@ -224,6 +260,33 @@ void CommandLine::AddError() {
         ->type_name("");
     AddJson(command, error.json);
     command.callback([this] { run = [this](const Interrupt&) { return ErrorCommand(error); }; });
+}
+
+void CommandLine::AddConvert() {
+    CLI::App& command = Add(app, "convert", "Turn a length into pixels or lines, and back", kConvertExamples);
+    command.add_option("LENGTH|COUNT", convert.words, "What to convert, with its unit: mm, m, px, lines")
+        ->required()
+        ->type_name("");
+    command.add_option("--dpi", convert.dpi, "The resolution, in dots per inch")
+        ->required()
+        ->check(Within(1.0, 100000.0))
+        ->type_name("N");
+    AddJson(command, convert.json);
+    command.callback([this] { run = [this](const Interrupt&) { return ConvertCommand(convert); }; });
+}
+
+void CommandLine::AddGuid() {
+    CLI::App& guid = Add(app, "guid", "Make a GUID, or check one", kGuidExamples);
+    guid.require_subcommand(1);
+
+    CLI::App& newCommand = Add(guid, "new", "Make a new GUID", kNewGuidExamples);
+    AddJson(newCommand, newGuid.json);
+    newCommand.callback([this] { run = [this](const Interrupt&) { return NewGuidCommand(newGuid); }; });
+
+    CLI::App& checkCommand = Add(guid, "check", "Is a text a GUID", kCheckGuidExamples);
+    checkCommand.add_option("TEXT", checkGuid.text, "The text")->required()->type_name("");
+    AddJson(checkCommand, checkGuid.json);
+    checkCommand.callback([this] { run = [this](const Interrupt&) { return CheckGuidCommand(checkGuid); }; });
 }
 
 void CommandLine::AddChannel() {

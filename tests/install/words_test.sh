@@ -54,9 +54,10 @@ for shell in "${shells[@]}"; do
     while IFS='|' read -r line words; do
         equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
     done <<'END'
-bench |channel error image imager
+bench |channel convert error guid image imager
 bench ch|channel
 bench imager |threads
+bench guid |check new
 bench --verbose channel |doctor receive send status watch
 bench channel doctor --|--help --json --repair --verbose --version
 bench channel receive --timeout |
