@@ -14,6 +14,28 @@ constexpr int kLineAxis = 0;
 constexpr double kMillimetresPerMetre = 1000.0;
 constexpr double kMillimetresPerInch = 25.4;
 
+double MetresOf(unsigned int pixels, double pixelsPerMetre) {
+    return pixels / pixelsPerMetre;
+}
+
+double MMOf(unsigned int pixels, double pixelsPerMetre) {
+    return MetresOf(pixels, pixelsPerMetre) * kMillimetresPerMetre;
+}
+
+unsigned int PixelsInMetres(double metres, double pixelsPerMetre) {
+    const double halfAbove = metres * pixelsPerMetre + 0.5;
+    return static_cast<unsigned>(static_cast<std::int64_t>(halfAbove));
+}
+
+unsigned int PixelsInMM(double mm, double pixelsPerMetre) {
+    return PixelsInMetres(mm / kMillimetresPerMetre, pixelsPerMetre);
+}
+
+template <auto kConvert, typename From, typename To>
+void ConvertEach(const From* from, To* to, std::size_t count, double pixelsPerMetre) {
+    std::transform(from, from + count, to, [=](From value) { return kConvert(value, pixelsPerMetre); });
+}
+
 } // namespace
 
 MachineTransformC::MachineTransformC() : MachineTransformC(nullptr, nullptr, 0) {}
@@ -56,20 +78,35 @@ double MachineTransformC::GetResolution(unsigned int index, int axis) const {
 }
 
 double MachineTransformC::PixelsToMetre(unsigned int pixels, int axis) const {
-    return pixels / GetPPMetre(axis);
+    return MetresOf(pixels, GetPPMetre(axis));
 }
 
 double MachineTransformC::PixelsToMM(unsigned int pixels, int axis) const {
-    return PixelsToMetre(pixels, axis) * kMillimetresPerMetre;
+    return MMOf(pixels, GetPPMetre(axis));
 }
 
 unsigned int MachineTransformC::MetreToPixels(double metres, int axis) const {
-    const double halfAbove = metres * GetPPMetre(axis) + 0.5;
-    return static_cast<unsigned>(static_cast<std::int64_t>(halfAbove));
+    return PixelsInMetres(metres, GetPPMetre(axis));
 }
 
 unsigned int MachineTransformC::MMToPixels(double mm, int axis) const {
-    return MetreToPixels(mm / kMillimetresPerMetre, axis);
+    return PixelsInMM(mm, GetPPMetre(axis));
+}
+
+void MachineTransformC::PixelsToMetre(const unsigned int* pixels, double* metres, std::size_t count, int axis) const {
+    ConvertEach<MetresOf>(pixels, metres, count, GetPPMetre(axis));
+}
+
+void MachineTransformC::PixelsToMM(const unsigned int* pixels, double* mm, std::size_t count, int axis) const {
+    ConvertEach<MMOf>(pixels, mm, count, GetPPMetre(axis));
+}
+
+void MachineTransformC::MetreToPixels(const double* metres, unsigned int* pixels, std::size_t count, int axis) const {
+    ConvertEach<PixelsInMetres>(metres, pixels, count, GetPPMetre(axis));
+}
+
+void MachineTransformC::MMToPixels(const double* mm, unsigned int* pixels, std::size_t count, int axis) const {
+    ConvertEach<PixelsInMM>(mm, pixels, count, GetPPMetre(axis));
 }
 
 double MachineTransformC::LinesToMetre(unsigned int lines) const {

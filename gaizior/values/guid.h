@@ -42,8 +42,10 @@ public:
     /// Writes the text, which the stream pads to its width as a whole, between braces when `braces` is set.
     /// @returns 0; 2001 e_Memory_AllocationFailed without memory for the text and 9400 e_Guid_Invalid when the system
     ///   refuses to make it: nothing is written then. What becomes of the text the stream tells.
+    /// @{
     ZRErrors::ZRErrorT ToString(std::ostream& stream, bool braces) const;
     static ZRErrors::ZRErrorT ToString(std::ostream& stream, const GUID& guid, bool braces);
+    /// @}
 
     /// Gives the object the value of a text; zeros when the text is refused, a decision of this system, which are a
     /// value like any other.
@@ -61,13 +63,17 @@ private:
 };
 
 /// Write the text in braces, as ToString does.
+/// @{
 GAIZIOR_API std::ostream& operator<<(std::ostream& stream, const GUID& guid);
 GAIZIOR_API std::ostream& operator<<(std::ostream& stream, const GuidC& guid);
+/// @}
 /// The same, unless the level of the stream's line is suppressed.
 GAIZIOR_API ZRLogStreamC& operator<<(ZRLogStreamC& log, const GuidC& guid);
 
 /// Read up to the first '}' behind a '{', or to the end, and make a value of all of it: nothing before the '{' is
 /// skipped. Sets failbit when the text is refused (the value is zeros then) or there was nothing to read (it stays as
 /// it was, and nothing is logged); eofbit when the end was met; badbit when memory did not suffice for the text.
+/// @{
 GAIZIOR_API std::istream& operator>>(std::istream& stream, GUID& guid);
 GAIZIOR_API std::istream& operator>>(std::istream& stream, GuidC& guid);
+/// @}

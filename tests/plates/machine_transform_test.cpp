@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -51,17 +53,34 @@ TEST(Lengths, AreConvertedByTheStepsInTheirOrder) {
 }
 
 /// Four steps round by up to 2^-53 each, so that a count below 2^32 is off by less than 2^-18 before it is rounded, and
-/// comes back, whichever it is; those beside the powers of two and some at random are tried.
-TEST(Lengths, OfACountGiveTheSameCountAtEveryResolution) {
+/// comes back, whichever it is; those beside the powers of two and some at random are tried. Lengths in the middle
+/// between two counts are those that show how each step was rounded.
+TEST(Lengths, OfACountGiveTheSameCountAtEveryResolutionOneByOneAndAllAtOnce) {
+    std::vector<unsigned> counts = {0};
+    for (std::uint64_t power = 1; power < 1ull << 33; power *= 2) {
+        for (const std::uint64_t wide : {power - 1, power, power + 1, power * 2654435761u}) {
+            counts.push_back(static_cast<unsigned>(wide));
+        }
+    }
+    const std::size_t size = counts.size();
+    std::vector<double> metres(size), mm(size), middles(size);
+    std::vector<unsigned> ofMetres(size), ofMM(size), ofMiddles(size);
     for (double dpi = 72.0; dpi <= 10160.0; ++dpi) {
-        const OpenTransform transform(&dpi, &dpi, 1);
-        for (std::uint64_t power = 1; power < 1ull << 33; power *= 2) {
-            for (const std::uint64_t wide : {power - 1, power, power + 1, power * 2654435761u}) {
-                const auto count = static_cast<unsigned>(wide);
-                const double metres = transform.PixelsToMetre(count, 1), mm = transform.LinesToMM(count);
-                ASSERT_TRUE(transform.MetreToPixels(metres, 1) == count && transform.MMToLines(mm) == count) << dpi;
-                ASSERT_LT(std::abs(mm / 1000.0 * transform.GetPPMetre(0) - count), 0x1p-18) << dpi;
-            }
+        const double twice = 2 * dpi;
+        const OpenTransform transform(&dpi, &twice, 1);
+        transform.PixelsToMetre(counts.data(), metres.data(), size, 1);
+        transform.PixelsToMM(counts.data(), mm.data(), size, 0);
+        std::ranges::transform(metres, middles.begin(), [&](double at) { return at + 0.5 / transform.GetPPMetre(1); });
+        transform.MetreToPixels(metres.data(), ofMetres.data(), size, 1);
+        transform.MMToPixels(mm.data(), ofMM.data(), size, 0);
+        transform.MetreToPixels(middles.data(), ofMiddles.data(), size, 1);
+        ASSERT_TRUE(ofMetres == counts && ofMM == counts) << dpi;
+        for (std::size_t i = 0; i < size; ++i) {
+            ASSERT_TRUE(metres[i] == transform.PixelsToMetre(counts[i], 1) && mm[i] == transform.LinesToMM(counts[i]) &&
+                        transform.MetreToPixels(metres[i], 1) == counts[i] && transform.MMToLines(mm[i]) == counts[i] &&
+                        transform.MetreToPixels(middles[i], 1) == ofMiddles[i])
+                << dpi << ' ' << counts[i];
+            ASSERT_LT(std::abs(mm[i] / 1000.0 * transform.GetPPMetre(0) - counts[i]), 0x1p-18) << dpi;
         }
     }
 }
