@@ -1,6 +1,7 @@
-set(GAIZIOR_FUZZERS block element job packet)
+set(GAIZIOR_FUZZERS block element guid job packet)
 set(fuzz_library_block gaizior_seams)
 set(fuzz_library_element gaizior)
+set(fuzz_library_guid gaizior)
 set(fuzz_library_job gaizior_job)
 set(fuzz_library_packet gaizior)
 
