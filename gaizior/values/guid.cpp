@@ -51,6 +51,15 @@ ZRErrors::ZRErrorT Format(const GUID& guid, bool braces, TextBuffer& buffer, std
     return ZRErrors::e_General_NoError;
 }
 
+/// Writes the text, padded to the width if the stream has one; without one a stream has a shorter way.
+void Write(std::ostream& stream, std::string_view text) {
+    if (stream.width() == 0) {
+        stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+    } else {
+        stream << text;
+    }
+}
+
 /// Copies the text without its braces, and no more of it than shows that it is too long.
 ReadBuffer WithoutBraces(std::string_view text) {
     ReadBuffer copy{};
@@ -132,7 +141,7 @@ ZRErrors::ZRErrorT GuidC::ToString(std::ostream& stream, const GUID& guid, bool 
     std::string_view text;
     const ZRErrors::ZRErrorT error = Format(guid, braces, buffer, text);
     if (error == ZRErrors::e_General_NoError) {
-        stream << text;
+        Write(stream, text);
     }
     return error;
 }
