@@ -8,6 +8,8 @@ void Logging();
 void Messages();
 void Channel();
 void Times();
+void Guids();
+void Lengths();
 void Threads();
 void Events();
 void RoundTrips();
