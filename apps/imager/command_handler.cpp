@@ -33,7 +33,9 @@ std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
     }
     const auto state = m_engine.GetState();
     if (const auto code = Begin(command); code != ZRErrors::e_General_NoError) {
-        return {MakeRefusal(sender, command.code, code, "the engine is " + std::string(StateName(state)))};
+        const std::string reason = code == kInvalidParameter ? "a word is missing, damaged or out of range"
+                                                             : "the engine is " + std::string(StateName(state));
+        return {MakeRefusal(sender, command.code, code, reason)};
     }
     m_asked = Asked{sender, command.code};
     return {};

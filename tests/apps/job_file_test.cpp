@@ -1,4 +1,5 @@
 #include "apps/job/job_file.h"
+#include "apps/job/plate_file.h"
 #include "apps/support/diagnostics.h"
 
 #include <filesystem>
@@ -34,6 +35,27 @@ Outcome Read(const std::string& text, Job& job) {
     return ReadJob(stream, "page.job", job);
 }
 
+Outcome Read(const std::string& text, std::vector<Plate>& plates) {
+    std::istringstream stream(text);
+    return ReadPlates(stream, "my.plates", plates);
+}
+
+const char* const kGoodPlates = "\xEF\xBB\xBF# our plates\r\n"
+                                "[plate]\r\n"
+                                "name = News = 1; 100 %\r\n"
+                                "width = 345\r\n"
+                                "length = 580.5 mm\r\n"
+                                "thickness = 0.3 mm\r\n"
+                                "polarity = negative\r\n"
+                                "power = 199999.999999 uJ cm^2\r\n"
+                                "calibration = Violet\r\n"
+                                "cassette = 99\r\n"
+                                "[plate]\r\n"
+                                "name = Strip\r\n"
+                                "power = 0.5%\r\n"
+                                "width = 250\r\n"
+                                "length = 300";
+
 class JobFile : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -44,7 +66,7 @@ protected:
 TEST_F(JobFile, AGoodFileIsReadToTheLastHundredth) {
     Job job;
     ASSERT_FALSE(Read(kGoodFile, job));
-    EXPECT_EQ(job, (Job{"Front page", {345'00, 580'50}, {325'25, 545'00}, 1270, {{"Cyan", 1}, {"Black", 2}}}));
+    EXPECT_EQ(job, (Job{"Front page", {{345'00, 580'50}}, {325'25, 545'00}, 1270, {{"Cyan", 1}, {"Black", 2}}}));
     EXPECT_EQ(CountPlates(job), 3);
     EXPECT_FALSE(Read("\xEF\xBB\xBF" + std::string(kGoodFile), job)) << "with a byte-order mark";
 }
@@ -97,6 +119,67 @@ TEST_F(JobFile, EachFaultIsToldWithItsLine) {
     }
 }
 
+TEST_F(JobFile, PlatesAreReadWithAllThatIsToldOfThem) {
+    std::vector<Plate> plates;
+    ASSERT_FALSE(Read(kGoodPlates, plates));
+    using enum ZRPlateC::PowerTypeT;
+    const Plate news{{345'00, 580'50},
+                     "News = 1; 100 %",
+                     30,
+                     Polarity::kNegative,
+                     Power{e_PowerType_EnergyDensity, 199'999'999'999},
+                     "Violet",
+                     99};
+    const Plate strip{{250'00, 300'00}, "Strip", {}, {}, Power{e_PowerType_Percentage, 500'000}, "", {}};
+    EXPECT_EQ(plates, (std::vector{news, strip}));
+    const ZRPlateC record = ToRecord(news);
+    EXPECT_STREQ(record.GetName(), "News = 1; 100 %") << "though the calibration clears it";
+    EXPECT_STREQ(record.GetCalibration(), "Violet");
+    EXPECT_TRUE(record.GetWidth() == 345 && record.GetHeight() == 580.5 && record.GetThickness() == 30);
+    EXPECT_TRUE(record.GetPower() == 199999.999999 && record.GetPowerType() == e_PowerType_EnergyDensity);
+    EXPECT_TRUE(!record.IsPositivePlate() && record.GetCassette() == 99);
+}
+
+TEST_F(JobFile, EachFaultOfAPlateIsToldWithItsLine) {
+    const std::tuple<std::string, std::string, int, std::string> cases[] = {
+        {"[plate]", "[job]", 2, "this is a job file"},
+        {"[plate]", "[image]", 2, "a plate file has no section [image]"},
+        {"name = Strip", "", 11, "needs 'name'"},
+        {"width = 250", "", 11, "needs 'width'"},
+        {"Strip", "News = 1; 100 %", 12, "the plate in line 3 has the name"},
+        {"Strip", std::string(41, 'x'), 12, "a plate's name has at most 40 characters"},
+        {"Strip", "a\x7F", 12, "control character"},
+        {"Violet", std::string(41, 'x'), 9, "a calibration's name has at most 40"},
+        {"0.3 mm", "0.305 mm", 6, "expected a length"},
+        {"0.3 mm", "0.09 mm", 6, "not between 0.1 and 0.5 mm"},
+        {"negative", "Negative", 7, "expected 'positive' or 'negative'"},
+        {"199999.999999", "200000.000001", 8, "more than 200000 uJ cm^2"},
+        {"199999.999999", "1e3", 8, "expected a power"},
+        {"199999.999999", "0,5", 8, "expected a power"},
+        {"0.5%", "-1 %", 13, "expected a power"},
+        {"0.5%", "50", 13, "expected a power"},
+        {"0.5%", "100.000001 %", 13, "more than 100 %"},
+        {"cassette = 99", "cassette = 100", 10, "from 1 to 99"},
+    };
+    for (const auto& [good, bad, line, complaint] : cases) {
+        SCOPED_TRACE(good + " -> " + bad.substr(0, 40));
+        std::vector<Plate> plates;
+        std::string file = kGoodPlates;
+        const Outcome failure = Read(file.replace(file.find(good), good.size(), bad), plates);
+        ASSERT_TRUE(failure);
+        const std::string where = "my.plates:" + std::to_string(line) + ": ";
+        EXPECT_TRUE(failure->text.starts_with(where) && failure->text.find(complaint) != failure->text.npos)
+            << failure->text;
+    }
+    std::string many = kGoodPlates;
+    std::vector<Plate> plates;
+    for (int i = 2; i <= 100; ++i) {
+        EXPECT_FALSE(Read(many, plates)) << i;
+        many += "\n[plate]\nwidth=250\nlength=300\nname=" + std::to_string(i);
+    }
+    EXPECT_EQ(Read(many, plates)->text, "my.plates:408: a plate file has at most 100 sections [plate]");
+}
+
 TEST_F(JobFile, TooMuchOfEverythingIsRefused) {
     std::string separations = kGoodFile;
     for (const char c : std::string("0123456")) {
@@ -110,10 +193,12 @@ TEST_F(JobFile, TooMuchOfEverythingIsRefused) {
 
 TEST_F(JobFile, TheSamplesAreGoodAndAFolderIsNone) {
     Job job;
+    std::vector<Plate> plates;
     for (const auto& entry : std::filesystem::directory_iterator(GAIZIOR_SAMPLES)) {
-        EXPECT_TRUE(entry.path().extension() != ".job" || !ReadJobFile(entry.path().string(), job)) << entry;
+        const std::string path = entry.path().string();
+        EXPECT_FALSE(path.ends_with(".job") ? ReadJobFile(path, job) : ReadPlateFile(path, plates));
     }
-    EXPECT_NE(job, Job()) << "there is one";
+    EXPECT_TRUE(job != Job() && !plates.empty()) << "there is one of each";
     EXPECT_EQ(ReadJobFile(GAIZIOR_SAMPLES, job)->exit, Exit::kFailed);
 }
 
