@@ -80,7 +80,7 @@ void SectionReader::Read(std::istream& stream) {
     EndSection();
     for (const Section& section : m_layout.sections) {
         if (section.count.least > 0 && !m_sections.contains(section.name)) {
-            Complain("the file ends without a section [" + section.name + "]");
+            throw Complaint{std::max(m_nLine, 1), "the file ends without a section [" + section.name + "]"};
         }
     }
     if (m_layout.end) {

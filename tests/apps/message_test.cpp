@@ -18,18 +18,6 @@ Job LargestJob() {
     return job;
 }
 
-/// The plate of which that is true.
-Plate LargestPlate() {
-    const Power power{ZRPlateC::e_PowerType_EnergyDensity, 199'999'999'999};
-    return {{1199'99, 1499'99},
-            std::string(kMaxName, ';'),
-            49,
-            Polarity::kNegative,
-            power,
-            std::string(kMaxName, '\xFC'),
-            99};
-}
-
 /// What arrives of a message that is sent.
 Message Sent(const Message& message) {
     Message received;
@@ -49,9 +37,6 @@ TEST(Message, TheLargestJobAndHundredthsArriveWhole) {
 }
 
 TEST(Message, PlatesArriveWithAllThatIsToldOfThem) {
-    Message command = MakeLoadCommand(LargestPlate());
-    command.id = 65535;
-    EXPECT_EQ(ReadLoadCommand(Sent(command)), LargestPlate());
     const Plate half{{345'05, 580'50}, "", {}, Polarity::kPositive, Power{{}, 500'000}, "a=b;c", {}};
     EXPECT_EQ(Sent(MakeLoadCommand(half)).text, "width=345.05 length=580.5 polarity=positive power=0.5%");
     EXPECT_EQ(ReadLoadCommand(Sent(MakeLoadCommand(half))), half);
