@@ -12,14 +12,14 @@ namespace {
 
 /// What the operator's screen says of the plate, without the fields of which the file tells nothing.
 std::string ScreenText(const Plate& plate) {
-    using enum CPlateDetails::FlagsT;
-    const auto known = [](bool isKnown, CPlateDetails::FlagsT flag) {
-        return isKnown ? flag : CPlateDetails::FlagsT();
-    };
-    CPlateDetails details(
-        e_Flags_Name | e_Flags_Width | e_Flags_Height | known(plate.thickness.has_value(), e_Flags_Thickness) |
-        known(plate.polarity.has_value(), e_Flags_Type) | known(plate.power.has_value(), e_Flags_Power) |
-        known(plate.cassette.has_value(), e_Flags_Cassette));
+    using Details = CPlateDetails;
+    auto fields = Details::e_Flags_Name | Details::e_Flags_Width | Details::e_Flags_Height;
+    const auto add = [&](bool isKnown, Details::FlagsT field) { fields = isKnown ? fields | field : fields; };
+    add(plate.thickness.has_value(), Details::e_Flags_Thickness);
+    add(plate.polarity.has_value(), Details::e_Flags_Type);
+    add(plate.power.has_value(), Details::e_Flags_Power);
+    add(plate.cassette.has_value(), Details::e_Flags_Cassette);
+    Details details(fields);
     details.Update(ToRecord(plate));
     return Printable(static_cast<const char*>(details.GetText()));
 }
