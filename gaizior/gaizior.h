@@ -18,8 +18,14 @@
 /// @dir gaizior/platform
 /// The calls of the operating system, and what declarations are marked with.
 
+/// @dir gaizior/plates
+/// Plates, on the screen too, and the engine's pixels and lines.
+
 /// @dir gaizior/threads
 /// Locks, events and threads.
+
+/// @dir gaizior/ui
+/// The little of a window framework that the library needs.
 
 /// @dir gaizior/values
 /// Texts, text files, times.
@@ -39,10 +45,13 @@
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/plates/machine_transform.h"
 #include "gaizior/plates/plate.h"
+#include "gaizior/plates/plate_details.h"
 #include "gaizior/threads/critical_section.h"
 #include "gaizior/threads/event.h"
 #include "gaizior/threads/lock.h"
 #include "gaizior/threads/thread.h"
+#include "gaizior/ui/framework.h"
+#include "gaizior/ui/language.h"
 #include "gaizior/values/guid.h"
 #include "gaizior/values/string.h"
 #include "gaizior/values/text.h"

@@ -25,9 +25,11 @@
 #include "gaizior/platform/linux/api/message_box.h"
 #include "gaizior/platform/linux/api/objects.h"
 #include "gaizior/platform/linux/api/processes.h"
+#include "gaizior/platform/linux/api/string_table.h"
 #include "gaizior/platform/linux/api/threads.h"
 #include "gaizior/platform/linux/api/time.h"
 #include "gaizior/platform/linux/api/types.h"
 #include "gaizior/platform/linux/api/uuid.h"
+#include "gaizior/platform/linux/api/window_host.h"
 
 #endif

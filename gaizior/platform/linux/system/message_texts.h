@@ -66,6 +66,8 @@ inline constexpr MessageText kMessageTexts[] = {
     {ERROR_MAPPED_ALIGNMENT, "The base address or the file offset specified does not have the proper alignment."},
     {ERROR_TOO_MANY_LINKS, "An attempt was made to create more links on a file than the file system supports."},
     {ERROR_CANCELLED, "The operation was canceled by the user."},
+    {ERROR_INVALID_WINDOW_HANDLE, "Invalid window handle."},
+    {ERROR_CONTROL_ID_NOT_FOUND, "Control ID not found."},
     {ERROR_NO_SYSTEM_RESOURCES, "Insufficient system resources exist to complete the requested service."},
     {ERROR_TIMEOUT, "This operation returned because the timeout period expired."},
     {RPC_S_INVALID_STRING_UUID, "The string universal unique identifier (UUID) is invalid."},
