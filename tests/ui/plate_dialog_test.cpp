@@ -1,3 +1,5 @@
+#include "gaizior/plates/plate_details.h"
+#include "gaizior/ui/language.h"
 #include "tests/support/watchdog.h"
 #include "tests/ui/picture.h"
 #include "tests/ui/plate_dialog.h"
@@ -9,23 +11,115 @@
 namespace gaizior::test {
 namespace {
 
-INT_PTR CALLBACK Procedure(HWND, UINT message, WPARAM, LPARAM) {
+constexpr const char* kDailyNews = "Daily news, Width 345.00 mm, Height 580.00 mm, Thickness 0.30 mm, Type Positive, "
+                                   "Power 80.00 %, Cassette 2";
+
+ZRPlateC Plate(const char* name) {
+    ZRPlateC plate("", 345, 580, 30, 1, 80, ZRPlateC::e_PowerType_Percentage, "Violet", 2);
+    plate.SetName(name);
+    return plate;
+}
+
+INT_PTR CALLBACK OnDialogMessage(HWND, UINT message, WPARAM, LPARAM) {
     return message == WM_INITDIALOG;
 }
 
-TEST(PlateDialog, Shows) {
-    const Watchdog watchdog{std::chrono::seconds(120)};
-    const HWND dialog = ::CreateDialogParamA(nullptr, MAKEINTRESOURCEA(PLATE_DIALOG), nullptr, &Procedure, 0);
-    ASSERT_TRUE(dialog) << ::GetLastError();
-    ::SetDlgItemTextA(dialog, PLATE_DETAILS, "Violet 0.30 Width 745.00 mm Height 605.00 mm Thickness 0.30 mm Type Positive Power 50.00% Cassette 12");
-    ::ShowWindow(dialog, SW_SHOW);
-    ::UpdateWindow(dialog);
+WNDPROC g_fieldProcedure = nullptr;
+
+/// What an application puts over a control for purposes of its own.
+LRESULT CALLBACK PassOn(HWND window, UINT message, WPARAM first, LPARAM second) {
+    return ::CallWindowProcA(g_fieldProcedure, window, message, first, second);
+}
+
+/// A dialog of an application, with a field for a plate's details.
+class PlateDialog : public testing::Test {
+protected:
+    PlateDialog() {
+        EXPECT_EQ(m_dialog.Attach(::CreateDialogParamA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(PLATE_DIALOG),
+                                                       nullptr, &OnDialogMessage, 0)),
+                  1);
+    }
+    ~PlateDialog() override {
+        Close();
+    }
+    void Close() {
+        ::DestroyWindow(m_dialog.GetSafeHwnd());
+    }
+    HWND Field() const {
+        return ::GetDlgItem(m_dialog.GetSafeHwnd(), PLATE_DETAILS);
+    }
+    /// What the window itself says.
+    std::string Shown() const {
+        char text[512] = {};
+        ::GetDlgItemTextA(m_dialog.GetSafeHwnd(), PLATE_DETAILS, text, sizeof(text));
+        return text;
+    }
+
+    Watchdog m_watchdog{std::chrono::seconds(120)};
+    CWnd m_dialog;
+};
+
+TEST_F(PlateDialog, ShowsThePlateThatIsLoaded) {
+    CPlateDetails details(CPlateDetails::e_Flags_All);
+    ASSERT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
+    EXPECT_EQ(Shown(), "Invalid Plate");
+    for (const char* name : {"Tabloid", "Daily news"}) {
+        EXPECT_EQ(details.Update(Plate(name)), 0u);
+        EXPECT_EQ(Shown(), name + std::string(kDailyNews).substr(std::string("Daily news").size()));
+    }
+    ::ShowWindow(m_dialog.GetSafeHwnd(), SW_SHOW);
+    ::UpdateWindow(m_dialog.GetSafeHwnd());
     for (MSG message; ::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE);) {
-        ::TranslateMessage(&message);
         ::DispatchMessageA(&message);
     }
-    EXPECT_GT(WritePicture(dialog, L"plate-dialog.png"), 1u);
-    ::DestroyWindow(dialog);
+    EXPECT_GT(WritePicture(m_dialog.GetSafeHwnd(), Field(), PLATE_PICTURE), 1u) << "nothing was painted";
+}
+
+TEST_F(PlateDialog, LetsNobodyTypeIntoThePlate) {
+    CPlateDetails details(CPlateDetails::e_Flags_All);
+    ASSERT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
+    details.Update(Plate("Daily news"));
+    EXPECT_TRUE(::GetWindowLongA(Field(), GWL_STYLE) & ES_READONLY);
+    ::SendMessageA(Field(), EM_SETSEL, 0, 5);
+    ::SendMessageA(Field(), WM_CHAR, 'x', 1);
+    ::SendMessageA(Field(), WM_KEYDOWN, VK_DELETE, 1);
+    EXPECT_EQ(Shown(), kDailyNews);
+}
+
+TEST_F(PlateDialog, MayGoBeforeOrAfterTheObject) {
+    CPlateDetails details(CPlateDetails::e_Flags_All);
+    {
+        CPlateDetails first(CPlateDetails::e_Flags_Name);
+        ASSERT_EQ(first.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
+        first.Update(Plate("Tabloid"));
+        EXPECT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 0) << "it has an object";
+        g_fieldProcedure =
+            reinterpret_cast<WNDPROC>(::SetWindowLongPtrA(Field(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&PassOn)));
+    }
+    EXPECT_EQ(Shown(), "Tabloid");
+    ASSERT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
+    EXPECT_EQ(details.Update(Plate("Daily news")), 0u);
+    EXPECT_EQ(Shown(), kDailyNews);
+    Close();
+    EXPECT_FALSE(details.GetSafeHwnd());
+    EXPECT_EQ(details.Update(Plate("Daily news")), 0u);
+    EXPECT_STREQ(details.GetText(), kDailyNews);
+    EXPECT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 0);
+}
+
+TEST_F(PlateDialog, SpeaksALanguageAsFarAsItsLibraryHasTheWords) {
+    CPlateDetails details(CPlateDetails::e_Flags_All);
+    ASSERT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
+    const HMODULE language = ::LoadLibraryA("ui_language.dll");
+    ASSERT_TRUE(language) << ::GetLastError();
+    EXPECT_EQ(ZRSetLanguageLibrary(language), nullptr);
+    EXPECT_EQ(details.Update(Plate("Daily news")), 0u);
+    EXPECT_EQ(Shown(), "Daily news, Breite 345.00 mm, Height 580.00 mm, Thickness 0.30 mm, Type positiv, "
+                       "Power 80.00 %, Cassette 2");
+    EXPECT_EQ(ZRSetLanguageLibrary(nullptr), language);
+    ::FreeLibrary(language);
+    EXPECT_EQ(details.Update(Plate("Daily news")), 0u);
+    EXPECT_EQ(Shown(), kDailyNews);
 }
 
 } // namespace
