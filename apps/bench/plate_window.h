@@ -2,12 +2,12 @@
 
 #include "apps/support/failure.h"
 #include "apps/support/process_events.h"
-#include "gaizior/plates/plate.h"
+#include "gaizior/plates/plate_details.h"
 
 namespace apps {
 
-/// Shows a plate in a small window until it is closed or Ctrl-C is pressed; one source for each system.
+/// Shows those fields of a plate in a small window until it is closed or Ctrl-C is pressed; one source for each system.
 /// @returns why it cannot be shown, as on systems without dialogs.
-Outcome ShowPlate(const ZRPlateC& plate, const Interrupt& interrupt);
+Outcome ShowPlate(const ZRPlateC& plate, CPlateDetails::FlagsT fields, const Interrupt& interrupt);
 
 } // namespace apps

@@ -2,7 +2,6 @@
 
 #include "apps/bench/plate_window_ids.h"
 #include "gaizior/errors/folded_code.h"
-#include "gaizior/plates/plate_details.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <memory>
@@ -38,12 +37,12 @@ void RunUntilClosed(HWND window, const Interrupt& interrupt) {
 
 } // namespace
 
-Outcome ShowPlate(const ZRPlateC& plate, const Interrupt& interrupt) {
+Outcome ShowPlate(const ZRPlateC& plate, CPlateDetails::FlagsT fields, const Interrupt& interrupt) {
     const Window window(
         ::CreateDialogParamA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(PLATE_WINDOW), nullptr, &OnMessage, 0),
         &::DestroyWindow);
     CWnd dialog;
-    CPlateDetails details(CPlateDetails::e_Flags_All);
+    CPlateDetails details(fields);
     if (!dialog.Attach(window.get()) || !details.SubclassDlgItem(PLATE_DETAILS, &dialog) || details.Update(plate)) {
         const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
         return Fail("ShowPlate(): ", code, Exit::kFailed, "the plate cannot be shown: " + ErrorText(code));
