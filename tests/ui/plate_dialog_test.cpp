@@ -25,9 +25,11 @@ INT_PTR CALLBACK OnDialogMessage(HWND, UINT message, WPARAM, LPARAM) {
 }
 
 WNDPROC g_fieldProcedure = nullptr;
+int g_nPassedOn = 0;
 
 /// What an application puts over a control for purposes of its own.
 LRESULT CALLBACK PassOn(HWND window, UINT message, WPARAM first, LPARAM second) {
+    ++g_nPassedOn;
     return ::CallWindowProcA(g_fieldProcedure, window, message, first, second);
 }
 
@@ -96,7 +98,9 @@ TEST_F(PlateDialog, MayGoBeforeOrAfterTheObject) {
         g_fieldProcedure =
             reinterpret_cast<WNDPROC>(::SetWindowLongPtrA(Field(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&PassOn)));
     }
+    g_nPassedOn = 0;
     EXPECT_EQ(Shown(), "Tabloid");
+    EXPECT_GT(g_nPassedOn, 0) << "the application's procedure was taken off";
     ASSERT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
     EXPECT_EQ(details.Update(Plate("Daily news")), 0u);
     EXPECT_EQ(Shown(), kDailyNews);
