@@ -11,7 +11,7 @@ endif()
 # What a package holds beyond what is installed.
 install(FILES README.md DESTINATION ${documents} COMPONENT package EXCLUDE_FROM_ALL)
 install(DIRECTORY docs samples DESTINATION ${documents} COMPONENT package EXCLUDE_FROM_ALL
-    FILES_MATCHING PATTERN *.md PATTERN *.job)
+    FILES_MATCHING PATTERN *.md PATTERN *.job PATTERN *.plates)
 foreach(other libcli11-dev gcc-mingw-w64-base mingw-w64-common) # what programs and runtime DLLs contain
     if(EXISTS /usr/share/doc/${other}/copyright AND (WIN32 OR other STREQUAL libcli11-dev))
         install(FILES /usr/share/doc/${other}/copyright DESTINATION ${documents}/licences RENAME ${other}.txt

@@ -1,7 +1,8 @@
-// What bench reads from a job file, and what bench and imager read from each other.
+// What bench reads from job files and plate files, and what bench and imager read from each other.
 
 #include "apps/job/job_file.h"
 #include "apps/job/message.h"
+#include "apps/job/plate_file.h"
 
 #include <cstdlib>
 #include <sstream>
@@ -11,10 +12,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::istringstream stream(text);
     apps::Job job;
     apps::ReadJob(stream, "job", job);
+    stream.clear();
+    stream.seekg(0);
+    std::vector<apps::Plate> plates;
+    apps::ReadPlates(stream, "plates", plates);
     apps::Message message;
     if (apps::Decode(text, message) != ZRErrors::e_General_NoError) {
         return 0;
     }
+    apps::ReadLoadCommand(message);
     std::string packet;
     apps::Message again;
     if (apps::Encode(message, packet) == ZRErrors::e_General_NoError &&

@@ -24,6 +24,12 @@ struct ImageOptions {
 };
 Outcome ImageCommand(const ImageOptions& options, const Interrupt& interrupt);
 
+struct PlatesOptions {
+    std::string plateFile;
+    bool json = false;
+};
+Outcome PlatesCommand(const PlatesOptions& options);
+
 struct ThreadsOptions {
     std::uint16_t id = kBenchId + 1; ///< the imager's
     double timeout = 10;             ///< seconds for its answer

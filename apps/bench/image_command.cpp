@@ -1,6 +1,7 @@
 #include "apps/bench/commands.h"
 #include "apps/bench/imager_session.h"
 #include "apps/bench/output.h"
+#include "apps/bench/plate_output.h"
 #include "apps/job/job_file.h"
 
 #include <cstdio>
@@ -85,7 +86,7 @@ Outcome Expose(ImagerSession& session, JobDisplay& display, const Job& job) {
 
 Outcome RunJob(ImagerSession& session, const Job& job, JobDisplay& display) {
     if (Outcome failure =
-            RunStep(session, display, MakeLoadCommand(job.plate), "load a plate of " + FormatSize(job.plate))) {
+            RunStep(session, display, MakeLoadCommand(job.plate), "load a plate of " + PlateText(job.plate))) {
         return failure;
     }
     if (Outcome failure = Expose(session, display, job)) {
@@ -131,6 +132,7 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds, d
         const std::string json = JsonObject()
                                      .Text("job", job.name)
                                      .Text("file", options.jobFile)
+                                     .Value("plate", PlateJson(job.plate))
                                      .Number("plates", plates)
                                      .Number("linesPerPlate", lines)
                                      .Number("resolutionDpi", job.resolution)
@@ -152,7 +154,7 @@ void PrintSummary(const ImageOptions& options, const Job& job, double seconds, d
     std::printf("  separations  %s\n", names.c_str());
     std::printf("  image        %s at %d dpi, %d lines a plate\n", FormatSize(job.image).c_str(), job.resolution,
                 lines);
-    std::printf("  plates       %d of %s\n", plates, FormatSize(job.plate).c_str());
+    std::printf("  plates       %d of %s\n", plates, PlateText(job.plate).c_str());
     std::printf("  time         %.1f s", seconds);
     if (options.speed != 1) {
         std::printf(" at %g times the engine's pace", options.speed);

@@ -12,14 +12,15 @@ namespace apps {
 namespace {
 
 constexpr const char* kExitCodes = R"(
-Exit codes: 0 done, 1 failed or interrupted, 2 wrong command line or job
-            file, 3 not found, 4 time-out
+Exit codes: 0 done, 1 failed or interrupted, 2 wrong command line, job
+            file or plate file, 3 not found, 4 time-out
 Anywhere:   --verbose tells every step, the channel's lines and the
             error stack. Colour is for terminals only, and not where
             NO_COLOR is set.)";
 
 constexpr const char* kBenchExamples = R"(Examples:
   bench image samples/newspaper.job --speed 10
+  bench plates samples/pressroom.plates
   bench imager threads
   bench error 0x822F
   bench convert 25.4mm --dpi 2400
@@ -36,6 +37,25 @@ Examples:
   bench image samples/newspaper.job
   bench image samples/newspaper.job --speed 10
   bench image page.job --imager build/linux/bin/imager --id 200
+)";
+
+constexpr const char* kPlatesExamples = R"(A line for each plate, as an operator's screen shows it; --json tells
+the calibrations too. A plate file has 1 to 100 sections like this, of
+which name, width and length must be there:
+
+  [plate]
+  name = Daily news
+  width = 345 mm
+  length = 580 mm
+  thickness = 0.30 mm
+  polarity = positive          (or negative)
+  power = 80 %                 (or 120 uJ cm^2)
+  calibration = Violet 1270 dpi
+  cassette = 2
+
+Examples:
+  bench plates samples/pressroom.plates
+  bench plates samples/pressroom.plates --json
 )";
 
 constexpr const char* kImagerExamples = R"(Examples:
@@ -182,6 +202,7 @@ struct CommandLine {
     CLI::App app{"Service tool for a platesetter's control system", "bench"};
     bool verbose = false;
     ImageOptions image;
+    PlatesOptions plates;
     ThreadsOptions threads;
     ErrorOptions error;
     ConvertOptions convert;
@@ -199,6 +220,7 @@ struct CommandLine {
 private:
     CLI::App& Add(CLI::App& parent, const char* name, const char* help, const std::string& examples);
     void AddImage();
+    void AddPlates();
     void AddImager();
     void AddError();
     void AddConvert();
@@ -218,6 +240,7 @@ CommandLine::CommandLine() {
     app.add_flag("--verbose", verbose, "Tell every step and the error stack on standard error");
     app.set_version_flag("--version", VersionText("bench"), "Print the version and exit");
     AddImage();
+    AddPlates();
     AddImager();
     AddError();
     AddConvert();
@@ -241,6 +264,13 @@ void CommandLine::AddImage() {
         image.verbose = verbose;
         run = [this](const Interrupt& interrupt) { return ImageCommand(image, interrupt); };
     });
+}
+
+void CommandLine::AddPlates() {
+    CLI::App& command = Add(app, "plates", "List the plates of a plate file", kPlatesExamples);
+    command.add_option("PLATEFILE", plates.plateFile, "The file to read")->required()->type_name("");
+    AddJson(command, plates.json);
+    command.callback([this] { run = [this](const Interrupt&) { return PlatesCommand(plates); }; });
 }
 
 void CommandLine::AddImager() {

@@ -24,6 +24,7 @@ esac
 case $current$help in
 -*) wanted=Options help=$("$program" --help && printf "%s" "$help") ;;
 *"] JOBFILE"*) echo JOBFILE && exit ;;
+*"] PLATEFILE"*) echo PLATEFILE && exit ;;
 *"|NAME|"*)
     "$program" error --json "${current:-e_}" | tr "{" "\n" |
         sed -n "s/.*\"name\":\"\([^\"]*\)\",\"text\":\"\([^\"]*\).*/\1\t\2/p"

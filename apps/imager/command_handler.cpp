@@ -33,7 +33,9 @@ std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
     }
     const auto state = m_engine.GetState();
     if (const auto code = Begin(command); code != ZRErrors::e_General_NoError) {
-        return {MakeRefusal(sender, command.code, code, "the engine is " + std::string(StateName(state)))};
+        const std::string reason = code == kInvalidParameter ? "a word is missing, damaged or out of range"
+                                                             : "the engine is " + std::string(StateName(state));
+        return {MakeRefusal(sender, command.code, code, reason)};
     }
     m_asked = Asked{sender, command.code};
     return {};
@@ -41,7 +43,7 @@ std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
 
 ZRErrors::ZRErrorT CommandHandler::Begin(const Message& command) {
     if (command.code == kLoad) {
-        const std::optional<Size> plate = ReadLoadCommand(command);
+        const std::optional<Plate> plate = ReadLoadCommand(command);
         return plate ? m_engine.Load(*plate) : kInvalidParameter;
     }
     if (command.code == kExpose) {
@@ -91,7 +93,11 @@ std::vector<Outgoing> CommandHandler::EndOperation(ZRErrors::ZRErrorT code) {
 }
 
 Outgoing CommandHandler::MakeReply(std::uint16_t destination, std::int32_t command, ZRErrors::ZRErrorT code) const {
-    return {destination, {kReply, command, m_nOwnId, static_cast<std::int32_t>(code), Describe(), {}}};
+    Message reply{kReply, command, m_nOwnId, static_cast<std::int32_t>(code), Describe(), {}};
+    if (code == ZRErrors::e_General_NoError && (command == kStatus || command == kLoad)) {
+        AddPlateDetails(reply, m_engine.GetPlate());
+    }
+    return {destination, std::move(reply)};
 }
 
 Outgoing CommandHandler::MakeRefusal(std::uint16_t destination, std::int32_t command, ZRErrors::ZRErrorT code,
@@ -103,8 +109,8 @@ Outgoing CommandHandler::MakeRefusal(std::uint16_t destination, std::int32_t com
 
 std::string CommandHandler::Describe() const {
     std::string text = std::string("state=") + StateName(m_engine.GetState());
-    if (const Size& plate = m_engine.Plate(); plate.width > 0) {
-        text += " width=" + FormatHundredths(plate.width) + " length=" + FormatHundredths(plate.length);
+    if (const Size& size = m_engine.GetPlate().size; size.width > 0) {
+        text += " width=" + FormatHundredths(size.width) + " length=" + FormatHundredths(size.length);
     }
     return text;
 }

@@ -18,7 +18,7 @@ double ExposeSeconds(const Job& job) {
 
 } // namespace
 
-ZRErrors::ZRErrorT Engine::Load(const Size& plate) {
+ZRErrors::ZRErrorT Engine::Load(const Plate& plate) {
     if (IsBusy()) {
         return kDeviceBusy;
     }

@@ -27,7 +27,7 @@ public:
     };
 
     /// @returns 0, kDeviceBusy, kCommandRejected for a drum that has a plate, or what is wrong with the plate.
-    ZRErrors::ZRErrorT Load(const Size& plate);
+    ZRErrors::ZRErrorT Load(const Plate& plate);
     /// Exposes every copy of every separation and changes the plate in between; `job.plate` is not looked at.
     /// @returns 0, kDeviceBusy, e_Phs_NoPlate, kCommandRejected for a plate that is exposed, or what is wrong.
     ZRErrors::ZRErrorT Expose(const Job& job);
@@ -45,8 +45,8 @@ public:
     bool IsBusy() const {
         return !m_phases.empty();
     }
-    /// The plate on the drum or on its way; all 0 when there is none.
-    const Size& Plate() const {
+    /// The plate on the drum or on its way; its size is 0 when there is none.
+    const Plate& GetPlate() const {
         return m_plate;
     }
     Progress GetProgress() const;
@@ -68,7 +68,7 @@ private:
 
     State m_state = State::kEmpty;
     State m_stateAfter = State::kEmpty;
-    Size m_plate;
+    Plate m_plate;
     std::vector<Phase> m_phases; ///< of the running operation; none when the engine is idle
     double m_fElapsed = 0;       ///< seconds since the operation began
     double m_fDuration = 0;

@@ -16,6 +16,7 @@ namespace apps {
 ///     [plate]
 ///     width = 345 mm
 ///     length = 580 mm
+///     name = Daily news            # this and more of the plate may be told, as in a plate file (plate_file.h)
 ///     [image]
 ///     width = 325 mm
 ///     length = 550 mm

@@ -6,9 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <set>
 
 namespace apps {
 namespace {
+
+/// Between a plate's name and its calibration's: neither holds a control character.
+constexpr char kBetweenNames = '\t';
 
 /// Cuts the text up to the next separator off the front of `rest`, the separator with it.
 std::string_view NextWord(std::string_view& rest, char separator) {
@@ -40,6 +44,25 @@ std::optional<Size> ReadSize(std::string_view text) {
     const auto width = ParseHundredths(FindParameter(text, "width"));
     const auto length = ParseHundredths(FindParameter(text, "length"));
     return width && length ? std::optional(Size{*width, *length}) : std::nullopt;
+}
+
+/// Stores what was read, if it could be.
+template <typename Read, typename Target>
+bool Store(const std::optional<Read>& read, Target& target) {
+    if (read) {
+        target = *read;
+    }
+    return read.has_value();
+}
+
+bool SetPlateWord(Plate& plate, std::string_view key, std::string_view value) {
+    return key == "width"       ? Store(ParseHundredths(value), plate.size.width)
+           : key == "length"    ? Store(ParseHundredths(value), plate.size.length)
+           : key == "thickness" ? Store(ParseHundredths(value), plate.thickness)
+           : key == "polarity"  ? Store(ParsePolarity(value), plate.polarity)
+           : key == "power"     ? Store(ParsePower(value), plate.power)
+           : key == "cassette"  ? Store(ParseNumber(value), plate.cassette)
+                                : false;
 }
 
 /// "Cyan" or "Black*2".
@@ -110,6 +133,25 @@ std::string_view FindParameter(std::string_view text, std::string_view key) {
     return {};
 }
 
+void AddPlateDetails(Message& message, const Plate& plate) {
+    if (plate.thickness) {
+        message.text += " thickness=" + FormatHundredths(*plate.thickness);
+    }
+    if (plate.polarity) {
+        message.text += std::string(" polarity=") + PolarityName(*plate.polarity);
+    }
+    if (plate.power) {
+        message.text += " power=" + FormatPower(*plate.power);
+    }
+    if (plate.cassette) {
+        message.text += " cassette=" + std::to_string(*plate.cassette);
+    }
+    message.qualifier = plate.name;
+    if (!plate.calibration.empty()) {
+        message.qualifier += kBetweenNames + plate.calibration;
+    }
+}
+
 std::string CommandName(std::int32_t code) {
     constexpr std::array<const char*, 6> kNames = {"status", "load", "expose", "unload", "stop", "threads"};
     return code >= kStatus && code <= kThreads ? kNames[static_cast<std::size_t>(code - kStatus)]
@@ -120,9 +162,10 @@ Message MakeStatusCommand() {
     return MakeCommand(kStatus);
 }
 
-Message MakeLoadCommand(const Size& plate) {
+Message MakeLoadCommand(const Plate& plate) {
     Message message = MakeCommand(kLoad);
-    message.text = SizeParameters(plate);
+    message.text = SizeParameters(plate.size);
+    AddPlateDetails(message, plate);
     return message;
 }
 
@@ -156,8 +199,21 @@ Message MakeThreadsCommand(std::int32_t request) {
     return message;
 }
 
-std::optional<Size> ReadLoadCommand(const Message& message) {
-    return ReadSize(message.text);
+std::optional<Plate> ReadLoadCommand(const Message& message) {
+    Plate plate;
+    std::set<std::string_view> keys;
+    std::string_view text = message.text;
+    while (!text.empty()) {
+        std::string_view word = NextWord(text, ' ');
+        const std::string_view key = NextWord(word, '=');
+        if (!keys.insert(key).second || !SetPlateWord(plate, key, word)) {
+            return std::nullopt;
+        }
+    }
+    std::string_view names = message.qualifier;
+    plate.name = NextWord(names, kBetweenNames);
+    plate.calibration = names;
+    return keys.contains("width") && keys.contains("length") ? std::optional(std::move(plate)) : std::nullopt;
 }
 
 std::optional<Job> ReadExposeCommand(const Message& message) {

@@ -14,7 +14,7 @@ enum MessageType : std::int32_t { kCommand = 1, kReply = 2, kProgress = 3 };
 /// What a command asks for; its reply and its progress carry the same code.
 enum CommandCode : std::int32_t {
     kStatus = 1,  ///< report the state
-    kLoad = 2,    ///< put a plate of the given size onto the drum
+    kLoad = 2,    ///< put the plate that is told onto the drum
     kExpose = 3,  ///< expose a job: one plate for each copy of each separation
     kUnload = 4,  ///< take the plate from the drum
     kStop = 5,    ///< end a running operation and the imager
@@ -34,7 +34,7 @@ struct Message {
     std::uint16_t id = 0;   ///< the sender's communications ID, to which a reply goes
     std::int32_t value = 0; ///< command: its number; reply: a ZRErrorT; progress: done, in thousandths
     std::string text;       ///< "key=value key=value", never with ';'
-    std::string qualifier;  ///< words for people: a job's name, the reason of a refusal
+    std::string qualifier;  ///< words for people: a job's or a plate's name, the reason of a refusal
 };
 
 /// The packet text of a message. @returns 0; e_Buffer_TooSmall or e_Buffer_Overflowed when it has more than 255
@@ -48,19 +48,24 @@ ZRErrors::ZRErrorT Decode(std::string_view packet, Message& message);
 /// The value behind `key` in a text of "key=value" words; empty when it is not there.
 std::string_view FindParameter(std::string_view text, std::string_view key);
 
+/// Tells what is known of a plate beside its size: words behind the text, and as qualifier its name and, behind a tab,
+/// its calibration.
+void AddPlateDetails(Message& message, const Plate& plate);
+
 /// A word for a command's code, "command 17" for one that nobody knows.
 std::string CommandName(std::int32_t code);
 
 Message MakeStatusCommand();
-Message MakeLoadCommand(const Size& plate);
+Message MakeLoadCommand(const Plate& plate);
 Message MakeExposeCommand(const Job& job);
 Message MakeUnloadCommand();
 Message MakeStopCommand();
 /// `request` comes back in every reply, so that those to another request are told apart.
 Message MakeThreadsCommand(std::int32_t request);
 
-/// What a load command asks for; nothing when it is not all there.
-std::optional<Size> ReadLoadCommand(const Message& message);
+/// Which plate a load command asks for; nothing when its size is not there, or a word is unknown, damaged or there
+/// twice. Whether it is in range says CheckPlate.
+std::optional<Plate> ReadLoadCommand(const Message& message);
 /// What an expose command asks for, without the plate; nothing when it is not all there.
 std::optional<Job> ReadExposeCommand(const Message& message);
 

@@ -13,7 +13,7 @@ constexpr std::uint16_t kClient = 100;
 constexpr std::uint16_t kOther = 7;
 constexpr double kLongEnough = 10000;
 
-const Job kJob{"Page", {345'00, 580'00}, {325'00, 545'00}, 1270, {{"Cyan", 1}, {"Black", 2}}};
+const Job kJob{"Page", {{345'00, 580'00}}, {325'00, 545'00}, 1270, {{"Cyan", 1}, {"Black", 2}}};
 
 class CommandHandlerTest : public testing::Test {
 protected:
@@ -100,7 +100,7 @@ TEST_F(CommandHandlerTest, CommandsThatTheStateForbidsAreRefusedAndChangeNothing
 }
 
 TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
-    const auto loading = [&](const Size& plate) { return CodeOf(Tell(MakeLoadCommand(plate))); };
+    const auto loading = [&](const Size& plate) { return CodeOf(Tell(MakeLoadCommand({plate}))); };
     EXPECT_EQ(loading({1200'01, 580'00}), ZRErrors::e_Phs_PlateTooWide);
     EXPECT_EQ(loading({249'99, 580'00}), ZRErrors::e_Phs_PlateTooNarrow);
     EXPECT_EQ(loading({345'00, 1500'01}), ZRErrors::e_Phs_PlateTooLong);
@@ -119,6 +119,37 @@ TEST_F(CommandHandlerTest, WhatTheEngineCannotDoIsRefusedWithItsCode) {
     EXPECT_EQ(exposing([](Job& job) { job.separations.assign(9, {"a", 1}); }), kWrongSeparations);
     EXPECT_EQ(exposing([](Job& job) { job.separations[0].copies = 1000000000; }), kWrongSeparations);
     EXPECT_EQ(State(), "loaded");
+}
+
+TEST_F(CommandHandlerTest, ThePlateIsReportedAsItWasToldUntilItIsGone) {
+    const Power power{ZRPlateC::e_PowerType_EnergyDensity, 199'999'999'999};
+    const std::string name(kMaxName, ';');
+    const Plate plate{{1199'99, 1499'99}, name, 49, Polarity::kNegative, power, std::string(kMaxName, '\xFC'), 99};
+    const auto refused = [&](auto member, auto value) {
+        Plate bad = plate;
+        bad.*member = value;
+        return CodeOf(Tell(MakeLoadCommand(bad)));
+    };
+    EXPECT_EQ(refused(&Plate::name, std::string("bell\a")), kInvalidParameter);
+    EXPECT_EQ(refused(&Plate::name, std::string(kMaxName + 1, 'n')), kInvalidParameter);
+    EXPECT_EQ(refused(&Plate::calibration, std::string("two\ttabs")), kInvalidParameter);
+    EXPECT_EQ(refused(&Plate::thickness, 51), kInvalidParameter);
+    EXPECT_EQ(refused(&Plate::power, Power{{}, 100'000'001}), kInvalidParameter);
+    EXPECT_EQ(refused(&Plate::cassette, 0), kInvalidParameter);
+    EXPECT_EQ(State(), "empty");
+    Tell(MakeLoadCommand(plate));
+    const Message loaded = m_handler.Advance(kLongEnough).at(0).message;
+    const std::string told = MakeLoadCommand(plate).text;
+    EXPECT_EQ(loaded.text, "state=loaded " + told + " seconds=4");
+    EXPECT_EQ(loaded.qualifier, plate.name + "\t" + plate.calibration);
+    Tell(MakeUnloadCommand());
+    Message status = Tell(MakeStatusCommand()).at(0).message;
+    EXPECT_EQ(status.text, "state=unloading " + told);
+    status.id = 65535;
+    std::string packet;
+    EXPECT_EQ(Encode(status, packet), ZRErrors::e_General_NoError) << "the longest state and the largest plate";
+    m_handler.Advance(kLongEnough);
+    EXPECT_EQ(Tell(MakeStatusCommand()).at(0).message.qualifier, "");
 }
 
 TEST_F(CommandHandlerTest, EveryTextThatIsNoReplyIsAnswered) {

@@ -9,7 +9,7 @@ namespace {
 /// The job that needs the longest message of all that the limits allow.
 Job LargestJob() {
     Job job;
-    job.name.assign(kMaxJobName, 'n');
+    job.name.assign(kMaxName, 'n');
     job.image = {149'999, 149'999};
     job.resolution = kResolution.most;
     for (std::size_t i = 0; i < kMaxSeparations; ++i) {
@@ -34,8 +34,13 @@ TEST(Message, TheLargestJobAndHundredthsArriveWhole) {
     command.id = 65535;
     EXPECT_EQ(Sent(command).id, 65535);
     EXPECT_EQ(ReadExposeCommand(Sent(command)), job);
-    EXPECT_EQ(Sent(MakeLoadCommand({345'05, 580'50})).text, "width=345.05 length=580.5");
-    EXPECT_EQ(ReadLoadCommand(Sent(MakeLoadCommand({345'05, 580'50}))), (Size{345'05, 580'50}));
+}
+
+TEST(Message, PlatesArriveWithAllThatIsToldOfThem) {
+    const Plate half{{345'05, 580'50}, "", {}, Polarity::kPositive, Power{{}, 500'000}, "a=b;c", {}};
+    EXPECT_EQ(Sent(MakeLoadCommand(half)).text, "width=345.05 length=580.5 polarity=positive power=0.5%");
+    EXPECT_EQ(ReadLoadCommand(Sent(MakeLoadCommand(half))), half);
+    EXPECT_EQ(Sent(MakeLoadCommand({{345'00, 580'00}})).qualifier, "");
 }
 
 TEST(Message, WhatWouldArriveChangedIsNotSent) {
@@ -71,6 +76,13 @@ TEST(Message, CommandsWithMissingOrHostileParametersAreNotRead) {
                              "width= length=5", "length=1 width", "width=1 length=1 separations=Cyan*x"}) {
         message.text = text;
         EXPECT_EQ(ReadExposeCommand(message), std::nullopt) << text;
+        EXPECT_EQ(ReadLoadCommand(message), std::nullopt) << text;
+    }
+    for (const char* word : {"width=1", "thickness=0.301", "thickness=-1", "polarity=", "polarity=both", "power=80",
+                             "power=%", "power=1e3%", "power=9999999%", "power=nan%", "cassette=2x",
+                             "cassette=99999999999", "cassette=1 cassette=1", "colour=red", "=1"}) {
+        message.text = std::string("width=345 length=580 ") + word;
+        EXPECT_EQ(ReadLoadCommand(message), std::nullopt) << word;
     }
 }
 

@@ -11,6 +11,7 @@ namespace apps::test {
 namespace {
 
 const std::string kSample = GAIZIOR_SAMPLES "/newspaper.job";
+const std::string kPlates = GAIZIOR_SAMPLES "/pressroom.plates";
 
 class ProgramsTest : public ChannelTest {
 protected:
@@ -39,10 +40,11 @@ protected:
 TEST_F(ProgramsTest, AJobRunsFromItsFileToItsSummary) {
     const Ended bench({"image", kSample, "--speed", "1000", "--json"});
     EXPECT_PRED2(Holds, bench.Output(), R"("job":"Morning edition, front page")");
+    EXPECT_PRED2(Holds, bench.Output(), R"("plate":{"name":"Daily news","widthMm":345,"lengthMm":580,)");
     EXPECT_PRED2(Holds, bench.Output(), R"("plates":4,"linesPerPlate":27250,)");
     EXPECT_PRED2(Holds, bench.Output(), R"("engineSeconds":149.110,"platesPerHour":96.)");
-    for (const char* step : {"load a plate of 345 x 580 mm", "expose plate 1 of 4: Cyan", "expose plate 4 of 4: Black",
-                             "unload the plate", "stop the imager"}) {
+    for (const char* step : {"load a plate of 345 x 580 mm, 'Daily news'", "expose plate 1 of 4: Cyan",
+                             "expose plate 4 of 4: Black", "unload the plate", "stop the imager"}) {
         EXPECT_PRED2(Holds, bench.Errors(), std::string("done ") + step + "\n");
     }
     EXPECT_FALSE(Holds(bench.Errors() + bench.Output(), "\x1b")) << "no colour and no bar in a file";
@@ -54,6 +56,12 @@ TEST_F(ProgramsTest, CallsAreAnsweredAndWhatIsWrongIsToldInOneLineWithItsExitCod
     const std::tuple<std::vector<std::string>, Exit, std::string> calls[] = {
         {{"image", folder.File("nowhere.job")}, Exit::kNotFound, "nowhere.job: there is no such job file"},
         {{"image", folder.File("wrong.job")}, Exit::kUsage, "wrong.job:2: section [job] has no key 'naem' (did you"},
+        {{"plates", folder.File("nowhere.plates")}, Exit::kNotFound, "nowhere.plates: there is no such plate file"},
+        {{"plates", GAIZIOR_SAMPLES}, Exit::kFailed, "cannot be read as a plate file"},
+        {{"plates", kSample}, Exit::kUsage, "newspaper.job:4: this is a job file"},
+        {{"plates"}, Exit::kUsage, "PLATEFILE is required: see 'bench plates --help'"},
+        {{"plates", kPlates}, Exit::kDone, "Type Positive, Power 82.50 %\nTest strip, Width 250.00 mm"},
+        {{"plates", kPlates, "--json"}, Exit::kDone, R"("powerUnit":"%","calibration":"Thermal 2540 dpi",)"},
         {{"image", kSample, "--imager", folder.File("gone")}, Exit::kNotFound, "gone: there is no imager"},
         {{"image", kSample, "--imager", kSample}, Exit::kFailed, "newspaper.job: the imager cannot be started"},
         {{"image", kSample, "--imager", SiblingProgram("bench")}, Exit::kFailed, "ended unexpectedly with exit code 2"},

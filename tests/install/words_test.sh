@@ -54,7 +54,7 @@ for shell in "${shells[@]}"; do
     while IFS='|' read -r line words; do
         equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
     done <<'END'
-bench |channel convert error guid image imager
+bench |channel convert error guid image imager plates
 bench ch|channel
 bench imager |threads
 bench guid |check new
@@ -62,6 +62,7 @@ bench --verbose channel |doctor receive send status watch
 bench channel doctor --|--help --json --repair --verbose --version
 bench channel receive --timeout |
 bench image --speed 10 news|newspaper.job
+bench plates p|pressroom.plates
 bench image --imager tab|tabloid-black.job
 bench error e_Phs_NoP|e_Phs_NoPlate e_Phs_NoPlateInPWS
 imager --id 5 --cl|--client-id --client-process
