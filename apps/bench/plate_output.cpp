@@ -8,6 +8,22 @@ std::string PlateText(const Plate& plate) {
     return FormatSize(plate.size) + (plate.name.empty() ? "" : ", '" + Printable(plate.name) + "'");
 }
 
+CPlateDetails::FlagsT ScreenFields(const Plate& plate) {
+    using enum CPlateDetails::FlagsT;
+    const auto known = [](bool isKnown, CPlateDetails::FlagsT flag) {
+        return isKnown ? flag : CPlateDetails::FlagsT();
+    };
+    return e_Flags_Name | e_Flags_Width | e_Flags_Height | known(plate.thickness.has_value(), e_Flags_Thickness) |
+           known(plate.polarity.has_value(), e_Flags_Type) | known(plate.power.has_value(), e_Flags_Power) |
+           known(plate.cassette.has_value(), e_Flags_Cassette);
+}
+
+std::string ScreenText(const Plate& plate) {
+    CPlateDetails details(ScreenFields(plate));
+    details.Update(ToRecord(plate));
+    return Printable(static_cast<const char*>(details.GetText()));
+}
+
 std::string PlateJson(const Plate& plate) {
     const auto millimetres = [](std::optional<Hundredths> length) {
         return length ? FormatHundredths(*length) : "null";

@@ -2,27 +2,12 @@
 #include "apps/bench/output.h"
 #include "apps/bench/plate_output.h"
 #include "apps/job/plate_file.h"
-#include "gaizior/plates/plate_details.h"
 
 #include <algorithm>
 #include <cstdio>
 
 namespace apps {
 namespace {
-
-/// What the operator's screen says of the plate, without the fields of which the file tells nothing.
-std::string ScreenText(const Plate& plate) {
-    using enum CPlateDetails::FlagsT;
-    const auto known = [](bool isKnown, CPlateDetails::FlagsT flag) {
-        return isKnown ? flag : CPlateDetails::FlagsT();
-    };
-    CPlateDetails details(
-        e_Flags_Name | e_Flags_Width | e_Flags_Height | known(plate.thickness.has_value(), e_Flags_Thickness) |
-        known(plate.polarity.has_value(), e_Flags_Type) | known(plate.power.has_value(), e_Flags_Power) |
-        known(plate.cassette.has_value(), e_Flags_Cassette));
-    details.Update(ToRecord(plate));
-    return Printable(static_cast<const char*>(details.GetText()));
-}
 
 /// Prints the text in lines of at most `columns` characters, which end behind commas.
 void PrintWrapped(std::string_view text, std::size_t columns) {
