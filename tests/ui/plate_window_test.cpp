@@ -1,3 +1,4 @@
+#include "apps/bench/plate_window_ids.h"
 #include "tests/apps/program.h"
 
 namespace apps::test {
@@ -19,7 +20,7 @@ HWND WaitForWindow(const Program& program, const char* title) {
 TEST(PlateWindow, ShowsAPlateUntilItIsClosed) {
     const Watchdog watchdog{std::chrono::seconds(240)};
     for (const char* control : {"Edit", "Button"}) {
-        for (const WPARAM key : {VK_RETURN, VK_ESCAPE}) {
+        for (const WPARAM key : {WPARAM{VK_RETURN}, WPARAM{VK_ESCAPE}}) {
             const Program bench("bench", {"plate", GAIZIOR_SAMPLES "/pressroom.plates", "Tabloid spread", "--show"});
             const HWND window = WaitForWindow(bench, "Tabloid spread");
             ASSERT_TRUE(window) << bench.Errors();
