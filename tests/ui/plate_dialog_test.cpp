@@ -114,7 +114,7 @@ TEST_F(PlateDialog, MayGoBeforeOrAfterTheObject) {
 TEST_F(PlateDialog, SpeaksALanguageAsFarAsItsLibraryHasTheWords) {
     CPlateDetails details(CPlateDetails::e_Flags_All);
     ASSERT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
-    const HMODULE language = ::LoadLibraryA("ui_language.dll");
+    const HMODULE language = ::LoadLibraryA(GAIZIOR_LANGUAGE);
     ASSERT_TRUE(language) << ::GetLastError();
     EXPECT_EQ(ZRSetLanguageLibrary(language), nullptr);
     EXPECT_EQ(details.Update(Plate("Daily news")), 0u);

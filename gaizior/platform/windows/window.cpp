@@ -50,7 +50,7 @@ HWND FindDialogItem(HWND dialog, UINT id) {
 
 bool AttachWindow(HWND window, HWND& place) {
     if (::GetPropA(window, kPlace)) {
-        ::SetLastError(ERROR_ALREADY_EXISTS);
+        ::SetLastError(ERROR_BUSY);
         return false;
     }
     if (!::SetPropA(window, kPlace, &place)) {

@@ -75,7 +75,7 @@ bool AttachWindow(HWND window, HWND& place) {
     }
     return NoThrow([&] {
         if (!AttachedWindows().Add(window, place)) {
-            return Fail(ERROR_ALREADY_EXISTS) != FALSE;
+            return Fail(ERROR_BUSY) != FALSE;
         }
         place = window;
         return true;
