@@ -1,5 +1,6 @@
 #include "gaizior/plates/plate_details.h"
 #include "gaizior/ui/language.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/watchdog.h"
 #include "tests/ui/picture.h"
 #include "tests/ui/plate_dialog.h"
@@ -58,6 +59,7 @@ protected:
     }
 
     Watchdog m_watchdog{std::chrono::seconds(120)};
+    LogCapture m_log;
     CWnd m_dialog;
 };
 
@@ -95,6 +97,7 @@ TEST_F(PlateDialog, MayGoBeforeOrAfterTheObject) {
         ASSERT_EQ(first.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 1);
         first.Update(Plate("Tabloid"));
         EXPECT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 0) << "it has an object";
+        EXPECT_EQ(m_log.Take().find("0 ERROR: CWnd::Attach(): Error: 170 (0xAA) "), 0u);
         g_fieldProcedure =
             reinterpret_cast<WNDPROC>(::SetWindowLongPtrA(Field(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&PassOn)));
     }
@@ -108,7 +111,9 @@ TEST_F(PlateDialog, MayGoBeforeOrAfterTheObject) {
     EXPECT_FALSE(details.GetSafeHwnd());
     EXPECT_EQ(details.Update(Plate("Daily news")), 0u);
     EXPECT_STREQ(details.GetText(), kDailyNews);
+    EXPECT_EQ(m_log.Take(), "");
     EXPECT_EQ(details.SubclassDlgItem(PLATE_DETAILS, &m_dialog), 0);
+    EXPECT_EQ(m_log.Take().find("0 ERROR: CWnd::SubclassDlgItem(): control 101: Error: 1400 (0x578) "), 0u);
 }
 
 TEST_F(PlateDialog, SpeaksALanguageAsFarAsItsLibraryHasTheWords) {
