@@ -20,7 +20,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (apps::Decode(text, message) != ZRErrors::e_General_NoError) {
         return 0;
     }
-    apps::ReadLoadCommand(message);
+    const std::optional<apps::Plate> plate = apps::ReadLoadCommand(message);
+    if (plate && apps::CheckPlate(*plate) == ZRErrors::e_General_NoError) {
+        std::string load; // a good plate fits into a message, and arrives
+        apps::Message arrived;
+        if (apps::Encode(apps::MakeLoadCommand(*plate), load) != ZRErrors::e_General_NoError ||
+            apps::Decode(load, arrived) != ZRErrors::e_General_NoError || apps::ReadLoadCommand(arrived) != plate) {
+            std::abort();
+        }
+    }
     std::string packet;
     apps::Message again;
     if (apps::Encode(message, packet) == ZRErrors::e_General_NoError &&

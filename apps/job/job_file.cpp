@@ -4,7 +4,6 @@
 #include "apps/job/section_file.h"
 
 #include <algorithm>
-#include <fstream>
 
 namespace apps {
 namespace {

@@ -27,9 +27,10 @@ std::optional<Number> ParseWhole(std::string_view text) {
 
 /// Whether the engine can do with what is told of a plate beside its size.
 bool AreDetailsGood(const Plate& plate) {
+    const Power power = plate.power.value_or(Power());
     return (plate.name.empty() || IsName(plate.name)) && (plate.calibration.empty() || IsName(plate.calibration)) &&
            kPlateThickness.Holds(plate.thickness.value_or(kPlateThickness.least)) &&
-           IsInRange(plate.power.value_or(Power())) && kCassette.Holds(plate.cassette.value_or(kCassette.least));
+           PowerRange(power.unit).Holds(power.value) && kCassette.Holds(plate.cassette.value_or(kCassette.least));
 }
 
 } // namespace
@@ -110,8 +111,8 @@ const char* PowerUnit(const Power& power) {
     return power.unit == ZRPlateC::e_PowerType_Percentage ? "%" : "uJ/cm^2";
 }
 
-bool IsInRange(const Power& power) {
-    return (power.unit == ZRPlateC::e_PowerType_Percentage ? kPercentage : kEnergyDensity).Holds(power.value);
+Range PowerRange(ZRPlateC::PowerTypeT unit) {
+    return {0, unit == ZRPlateC::e_PowerType_Percentage ? 100'000'000 : 200'000'000'000};
 }
 
 bool IsName(std::string_view name) {

@@ -50,12 +50,10 @@ struct Range {
     }
 };
 
-// What the engine takes. With these bounds every plate fits into one message.
+// What the engine takes. With these bounds, and those of the power, every plate fits into one message.
 inline constexpr Range kPlateWidth{250'00, 1200'00};
 inline constexpr Range kPlateLength{300'00, 1500'00};
 inline constexpr Range kPlateThickness{10, 50};
-inline constexpr Range kPercentage{0, 100'000'000};
-inline constexpr Range kEnergyDensity{0, 200'000'000'000}; ///< microjoules per square centimetre, in millionths
 inline constexpr Range kCassette{1, 99};
 inline constexpr std::size_t kMaxName = 40; ///< bytes of a job's, a plate's or a calibration's name
 
@@ -72,14 +70,14 @@ std::optional<int> ParseNumber(std::string_view text);
 std::string FormatSize(const Size& size);
 std::optional<Polarity> ParsePolarity(std::string_view text);
 const char* PolarityName(Polarity polarity);
-/// "80 %", "120 uJ cm^2" or "120 uJ/cm^2", whose blanks may be left out where the unit begins.
+/// "80 %", "120 uJ cm^2" or "120 uJ/cm^2"; the blank before the unit may be left out.
 std::optional<Power> ParsePower(std::string_view text);
 /// "80%", "120.5uJ/cm^2": one word, made of its number and its unit.
 std::string FormatPower(const Power& power);
 std::string PowerNumber(const Power& power);
 const char* PowerUnit(const Power& power);
-/// Whether a power is one that the engine can have.
-bool IsInRange(const Power& power);
+/// What the engine takes of powers in that unit, in millionths.
+Range PowerRange(ZRPlateC::PowerTypeT unit);
 /// 1 to 40 bytes of printable characters.
 bool IsName(std::string_view name);
 

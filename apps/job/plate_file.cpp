@@ -1,6 +1,5 @@
 #include "apps/job/plate_file.h"
 
-#include <fstream>
 #include <map>
 
 namespace apps {
@@ -19,9 +18,9 @@ Power ReadPower(const Value& value) {
     if (!power) {
         value.Complain("expected a power such as '80 %' or '120.5 uJ cm^2', found " + Quoted(value.text));
     }
-    if (!IsInRange(*power)) {
-        const bool isPercentage = power->unit == ZRPlateC::e_PowerType_Percentage;
-        value.Complain(Quoted(value.text) + " is more than " + (isPercentage ? "100 %" : "200000 uJ cm^2"));
+    const Range range = PowerRange(power->unit);
+    if (!range.Holds(power->value)) {
+        value.Complain(Quoted(value.text) + " is more than " + FormatPower({power->unit, range.most}));
     }
     return *power;
 }

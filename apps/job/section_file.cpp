@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <map>
 
 namespace apps {
@@ -128,7 +127,8 @@ void SectionReader::BeginSection(std::string_view name) {
     if (++occurrence.count > section->count.most) {
         const std::string bracketed = "[" + section->name + "]";
         Complain(section->count.most == 1
-                     ? "section " + bracketed + " stands in line " + std::to_string(occurrence.line) + " already"
+                     ? "section " + bracketed + " stands in line " + std::to_string(occurrence.line) + ", and a " +
+                           m_layout.kind + " has only one"
                      : "a " + m_layout.kind + " has at most " + std::to_string(section->count.most) + " sections " +
                            bracketed);
     }

@@ -3,8 +3,8 @@
 #include "apps/job/plate.h"
 #include "apps/support/failure.h"
 
+#include <fstream>
 #include <functional>
-#include <istream>
 #include <string>
 #include <vector>
 
@@ -54,7 +54,7 @@ struct Layout {
 
 std::string Quoted(std::string_view text);
 
-/// Goes through a file and tells the layout's functions what is in it.
+/// Goes through a file and tells the layout's functions what is in it, in the order of its lines.
 /// @returns nothing, or why it cannot be used: "FILE:LINE: what is wrong" with Exit::kUsage.
 Outcome ReadSections(std::istream& stream, const std::string& name, const Layout& layout);
 

@@ -42,9 +42,9 @@ Outcome Read(const std::string& text, std::vector<Plate>& plates) {
 }
 
 const char* const kGoodPlates = "\xEF\xBB\xBF# our plates\r\n"
-                                "[plate]\r\nname = News = 1; 100 %\r\nwidth = 345\r\nlength = 580.5 mm\r\nthickness = "
-                                "0.3 mm\r\npolarity = negative\r\n"
-                                "power = 199999.999999 uJ cm^2\r\ncalibration = Violet\r\ncassette = 99\r\n"
+                                "[plate]\r\nname = News = 1; 100 %\r\nwidth = 345\r\nlength = 580.5 mm\r\n"
+                                "thickness = 0.3 mm\r\npolarity = negative\r\npower = 199999.999999 uJ cm^2\r\n"
+                                "calibration = Violet\r\ncassette = 99\r\n"
                                 "[plate]\r\nname = Strip\r\npower = 0.5%\r\nwidth = 250\r\nlength = 300";
 
 /// A file with one mistake.
@@ -54,7 +54,7 @@ struct Mistake {
     std::string complaint;
 };
 
-/// Makes each mistake in a good file, it is told in one line, and nothing is stored.
+/// Each mistake in a good file is told in one line, and nothing is stored.
 template <typename Result>
 void ExpectComplaints(const char* goodFile, const std::string& name, std::span<const Mistake> mistakes) {
     for (const auto& [good, bad, line, complaint] : mistakes) {
@@ -107,7 +107,7 @@ TEST_F(JobFile, EachFaultIsToldWithItsLine) {
         {"= 345", "= 345 in", 6, "expected a length"},
         {"= 345", "= 9999999999 mm", 6, "expected a length"},
         {"= 345", "= 1200.01 mm", 6, "not between 250 and 1200 mm"},
-        {"[image]", "[plate]", 8, "stands in line 5 already"},
+        {"[image]", "[plate]", 8, "stands in line 5, and a job file has only one"},
         {"325.25", "345.01", 8, "does not fit on a plate of 345 x 580.5 mm"},
         {"name = Cyan", "copies = 1", 12, "needs 'name'"},
         {"Black", "Cyan", 15, "already"},
@@ -145,11 +145,11 @@ TEST_F(JobFile, EachFaultOfAPlateIsToldWithItsLine) {
         {"0.3 mm", "0.305 mm", 6, "expected a length"},
         {"0.3 mm", "0.09 mm", 6, "not between 0.1 and 0.5 mm"},
         {"negative", "Negative", 7, "expected 'positive' or 'negative'"},
-        {"199999.999999", "200000.000001", 8, "more than 200000 uJ cm^2"},
+        {"199999.999999", "200000.000001", 8, "more than 200000uJ/cm^2"},
         {"199999.999999", "1e3", 8, "expected a power"},
         {"199999.999999", "0,5", 8, "expected a power"},
         {"0.5%", "50", 13, "expected a power"},
-        {"0.5%", "100.000001 %", 13, "more than 100 %"},
+        {"0.5%", "100.000001 %", 13, "more than 100%"},
         {"cassette = 99", "cassette = 100", 10, "from 1 to 99"},
     };
     ExpectComplaints<std::vector<Plate>>(kGoodPlates, "my.plates", cases);
