@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace apps {
 namespace {
@@ -34,21 +35,19 @@ Outcome Choose(const PlateOptions& options, const std::vector<Plate>& plates, Pl
                     options.file + " has " + Counted(static_cast<long long>(plates.size()), "plate") +
                         ": say which by its name, see 'bench plates " + options.file + "'");
     }
-    std::vector<std::string> names;
-    for (const Plate& each : plates) {
-        names.push_back(each.name);
-    }
-    const auto found = options.name.empty() ? names.begin() : std::ranges::find(names, options.name);
-    if (found == names.end()) {
+    const auto found = options.name.empty() ? plates.begin() : std::ranges::find(plates, options.name, &Plate::name);
+    if (found == plates.end()) {
+        std::vector<std::string> names;
+        std::ranges::transform(plates, std::back_inserter(names), &Plate::name);
         return Fail(kFunction, kNameNotFound, Exit::kNotFound,
                     options.file + " has no plate '" + options.name + "'" + Suggestion(options.name, names));
     }
-    if (found->empty()) {
+    if (found->name.empty()) {
         return Fail(kFunction, kNameNotFound, Exit::kUsage,
                     "the plate of " + options.file +
                         " has no name, without which none is shown: add one to its [plate]");
     }
-    plate = plates[static_cast<std::size_t>(found - names.begin())];
+    plate = *found;
     return std::nullopt;
 }
 

@@ -35,11 +35,6 @@ TEST(PlateWindow, ShowsAPlateUntilItIsClosed) {
             EXPECT_EQ(bench.Wait(), 0) << control << ' ' << key;
         }
     }
-    if (const ShownPlate bench; bench.Interrupt()) {
-        EXPECT_EQ(bench.Wait(), 0) << "Ctrl-C";
-    } else {
-        std::puts("not checked, since there is no terminal: Ctrl-C");
-    }
 }
 
 } // namespace
