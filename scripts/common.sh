@@ -42,7 +42,7 @@ install_linux_tools() {
 }
 
 install_windows_tools() {
-    install x86_64-w64-mingw32-g++-posix=g++-mingw-w64-x86-64-posix /usr/lib/wine/wine64=wine64 wine=wine
+    install x86_64-w64-mingw32-g++-posix=g++-mingw-w64-x86-64-posix /usr/lib/wine/wine64=wine64 wine=wine Xvfb=xvfb
 }
 
 # build PRESET [TARGET...]: configures on the first call, then builds what changed.

@@ -30,6 +30,13 @@ struct PlatesOptions {
 };
 Outcome PlatesCommand(const PlatesOptions& options);
 
+struct PlateOptions {
+    std::string file; ///< a plate file, or a job file, which ends in ".job"
+    std::string name; ///< empty: the only one
+    bool show = false;
+};
+Outcome PlateCommand(const PlateOptions& options, const Interrupt& interrupt);
+
 struct ThreadsOptions {
     std::uint16_t id = kBenchId + 1; ///< the imager's
     double timeout = 10;             ///< seconds for its answer

@@ -58,6 +58,16 @@ Examples:
   bench plates samples/pressroom.plates --json
 )";
 
+constexpr const char* kPlateExamples = R"(FILE is a plate file, or a job file, whose name ends in .job. Where the file
+has several plates, NAME says which.
+
+Examples:
+  bench plate samples/newspaper.job
+  bench plate samples/pressroom.plates "Tabloid spread"
+  bench plate samples/pressroom.plates "Tabloid spread" --show
+                              in a window, until it is closed (Windows)
+)";
+
 constexpr const char* kImagerExamples = R"(Examples:
   bench imager threads        what each thread of the imager does
 )";
@@ -203,6 +213,7 @@ struct CommandLine {
     bool verbose = false;
     ImageOptions image;
     PlatesOptions plates;
+    PlateOptions plate;
     ThreadsOptions threads;
     ErrorOptions error;
     ConvertOptions convert;
@@ -221,6 +232,7 @@ private:
     CLI::App& Add(CLI::App& parent, const char* name, const char* help, const std::string& examples);
     void AddImage();
     void AddPlates();
+    void AddPlate();
     void AddImager();
     void AddError();
     void AddConvert();
@@ -241,6 +253,7 @@ CommandLine::CommandLine() {
     app.set_version_flag("--version", VersionText("bench"), "Print the version and exit");
     AddImage();
     AddPlates();
+    AddPlate();
     AddImager();
     AddError();
     AddConvert();
@@ -271,6 +284,14 @@ void CommandLine::AddPlates() {
     command.add_option("PLATEFILE", plates.plateFile, "The file to read")->required()->type_name("");
     AddJson(command, plates.json);
     command.callback([this] { run = [this](const Interrupt&) { return PlatesCommand(plates); }; });
+}
+
+void CommandLine::AddPlate() {
+    CLI::App& command = Add(app, "plate", "Tell of one plate what an operator's screen shows", kPlateExamples);
+    command.add_option("FILE", plate.file, "The file to read")->required()->type_name("");
+    command.add_option("NAME", plate.name, "The plate's name")->type_name("");
+    command.add_flag("--show", plate.show, "Show it in a window (Windows)");
+    command.callback([this] { run = [this](const Interrupt& i) { return PlateCommand(plate, i); }; });
 }
 
 void CommandLine::AddImager() {

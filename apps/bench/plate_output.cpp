@@ -8,6 +8,23 @@ std::string PlateText(const Plate& plate) {
     return FormatSize(plate.size) + (plate.name.empty() ? "" : ", '" + Printable(plate.name) + "'");
 }
 
+CPlateDetails::FlagsT ScreenFields(const Plate& plate) {
+    using Details = CPlateDetails;
+    auto fields = Details::e_Flags_Name | Details::e_Flags_Width | Details::e_Flags_Height;
+    const auto add = [&](bool isKnown, Details::FlagsT field) { fields = isKnown ? fields | field : fields; };
+    add(plate.thickness.has_value(), Details::e_Flags_Thickness);
+    add(plate.polarity.has_value(), Details::e_Flags_Type);
+    add(plate.power.has_value(), Details::e_Flags_Power);
+    add(plate.cassette.has_value(), Details::e_Flags_Cassette);
+    return fields;
+}
+
+std::string ScreenText(const Plate& plate) {
+    CPlateDetails details(ScreenFields(plate));
+    details.Update(ToRecord(plate));
+    return Printable(static_cast<const char*>(details.GetText()));
+}
+
 std::string PlateJson(const Plate& plate) {
     const auto millimetres = [](std::optional<Hundredths> length) {
         return length ? FormatHundredths(*length) : "null";

@@ -2,27 +2,12 @@
 #include "apps/bench/output.h"
 #include "apps/bench/plate_output.h"
 #include "apps/job/plate_file.h"
-#include "gaizior/plates/plate_details.h"
 
 #include <algorithm>
 #include <cstdio>
 
 namespace apps {
 namespace {
-
-/// What the operator's screen says of the plate, without the fields of which the file tells nothing.
-std::string ScreenText(const Plate& plate) {
-    using Details = CPlateDetails;
-    auto fields = Details::e_Flags_Name | Details::e_Flags_Width | Details::e_Flags_Height;
-    const auto add = [&](bool isKnown, Details::FlagsT field) { fields = isKnown ? fields | field : fields; };
-    add(plate.thickness.has_value(), Details::e_Flags_Thickness);
-    add(plate.polarity.has_value(), Details::e_Flags_Type);
-    add(plate.power.has_value(), Details::e_Flags_Power);
-    add(plate.cassette.has_value(), Details::e_Flags_Cassette);
-    Details details(fields);
-    details.Update(ToRecord(plate));
-    return Printable(static_cast<const char*>(details.GetText()));
-}
 
 /// Prints the text in lines of at most `columns` characters, which end behind commas.
 void PrintWrapped(std::string_view text, std::size_t columns) {

@@ -1,6 +1,7 @@
 #include "apps/job/job.h"
 
 #include "apps/support/failure.h"
+#include "gaizior/plates/machine_transform.h"
 
 #include <algorithm>
 
@@ -49,8 +50,9 @@ int CountPlates(const Job& job) {
 }
 
 int CountLines(const Job& job) {
-    constexpr int kHundredthsPerInch = 2540;
-    return job.image.length * job.resolution / kHundredthsPerInch;
+    const double resolution = job.resolution;
+    const MachineTransformC transform(&resolution, &resolution, 1);
+    return static_cast<int>(transform.MMToLines(Millimetres(job.image.length)));
 }
 
 } // namespace apps

@@ -9,7 +9,6 @@
 namespace apps {
 namespace {
 
-constexpr double kHundredthsPerUnit = 100;
 constexpr std::size_t kPowerDecimals = 6;
 constexpr double kMillionthsPerUnit = 1e6;
 
@@ -138,7 +137,7 @@ ZRErrors::ZRErrorT CheckPlate(const Plate& plate) {
 
 ZRPlateC ToRecord(const Plate& plate) {
     const Power power = plate.power.value_or(Power());
-    ZRPlateC record("", plate.size.width / kHundredthsPerUnit, plate.size.length / kHundredthsPerUnit,
+    ZRPlateC record("", Millimetres(plate.size.width), Millimetres(plate.size.length),
                     static_cast<unsigned short>(plate.thickness.value_or(0)), plate.polarity == Polarity::kPositive,
                     static_cast<double>(power.value) / kMillionthsPerUnit, power.unit, plate.calibration.c_str(),
                     static_cast<unsigned short>(plate.cassette.value_or(0)));

@@ -12,6 +12,9 @@ namespace apps {
 
 /// Lengths are whole hundredths of a millimetre: both a message and a job file carry them without loss.
 using Hundredths = int;
+constexpr double Millimetres(Hundredths length) {
+    return length / 100.0;
+}
 /// The same for powers.
 using Millionths = std::int64_t;
 

@@ -61,6 +61,14 @@ TEST_F(ProgramsTest, CallsAreAnsweredAndWhatIsWrongIsToldInOneLineWithItsExitCod
         {{"plates", kSample}, Exit::kUsage, "newspaper.job:4: this is a job file"},
         {{"plates"}, Exit::kUsage, "PLATEFILE is required: see 'bench plates --help'"},
         {{"plates", kPlates}, Exit::kDone, "Type Positive, Power 82.50 %\nTest strip, Width 250.00 mm"},
+        {{"plate", kPlates, "Test strip"}, Exit::kDone, "Test strip, Width 250.00 mm, Height 300.00 mm\n"},
+        {{"plate", kSample}, Exit::kDone, "Daily news, Width 345.00 mm"},
+        {{"plate", kPlates}, Exit::kUsage, "pressroom.plates has 4 plates: say which by its name"},
+        {{"plate", kPlates, "Test stripe"}, Exit::kNotFound, "(did you mean 'Test strip'?)"},
+        {{"plate", GAIZIOR_SAMPLES "/brochure.job"}, Exit::kUsage, "brochure.job has no name"},
+#ifndef _WIN32
+        {{"plate", kPlates, "Test strip", "--show"}, Exit::kUsage, "there are no dialogs on this system"},
+#endif
         {{"plates", kPlates, "--json"}, Exit::kDone, R"("powerUnit":"%","calibration":"Thermal 2540 dpi",)"},
         {{"image", kSample, "--imager", folder.File("gone")}, Exit::kNotFound, "gone: there is no imager"},
         {{"image", kSample, "--imager", kSample}, Exit::kFailed, "newspaper.job: the imager cannot be started"},

@@ -54,7 +54,7 @@ for shell in "${shells[@]}"; do
     while IFS='|' read -r line words; do
         equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
     done <<'END'
-bench |channel convert error guid image imager plates
+bench |channel convert error guid image imager plate plates
 bench ch|channel
 bench imager |threads
 bench guid |check new
@@ -63,6 +63,7 @@ bench channel doctor --|--help --json --repair --verbose --version
 bench channel receive --timeout |
 bench image --speed 10 news|newspaper.job
 bench plates p|pressroom.plates
+bench plate news|newspaper.job
 bench image --imager tab|tabloid-black.job
 bench error e_Phs_NoP|e_Phs_NoPlate e_Phs_NoPlateInPWS
 imager --id 5 --cl|--client-id --client-process
