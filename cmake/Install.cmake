@@ -17,5 +17,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/gaizior-config.cmake ${CMAKE_CURRENT_B
 
 file(RELATIVE_PATH GAIZIOR_PC_TO_PREFIX /${pkgconfig} /)
 string(REGEX REPLACE "/$" "" GAIZIOR_PC_TO_PREFIX ${GAIZIOR_PC_TO_PREFIX})
+if(GAIZIOR_FRAMEWORK)
+    set(GAIZIOR_PC_DEFINITIONS " '-DGAIZIOR_FRAMEWORK=<${GAIZIOR_FRAMEWORK}>'")
+endif()
 configure_file(cmake/gaizior.pc.in gaizior.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/gaizior.pc DESTINATION ${pkgconfig})

@@ -7,6 +7,17 @@
 #include <cstdlib>
 #include <sstream>
 
+/// Each plate of a file, and each that the engine takes, fits into a message.
+static void ExpectToArrive(const apps::Plate& plate) {
+    std::string load;
+    apps::Message arrived;
+    if (apps::CheckPlate(plate) != ZRErrors::e_General_NoError ||
+        apps::Encode(apps::MakeLoadCommand(plate), load) != ZRErrors::e_General_NoError ||
+        apps::Decode(load, arrived) != ZRErrors::e_General_NoError || apps::ReadLoadCommand(arrived) != plate) {
+        std::abort();
+    }
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     std::istringstream stream(text);
@@ -16,18 +27,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     stream.seekg(0);
     std::vector<apps::Plate> plates;
     apps::ReadPlates(stream, "plates", plates);
+    for (const apps::Plate& plate : plates) {
+        ExpectToArrive(plate);
+    }
     apps::Message message;
     if (apps::Decode(text, message) != ZRErrors::e_General_NoError) {
         return 0;
     }
     const std::optional<apps::Plate> plate = apps::ReadLoadCommand(message);
     if (plate && apps::CheckPlate(*plate) == ZRErrors::e_General_NoError) {
-        std::string load; // a good plate fits into a message, and arrives
-        apps::Message arrived;
-        if (apps::Encode(apps::MakeLoadCommand(*plate), load) != ZRErrors::e_General_NoError ||
-            apps::Decode(load, arrived) != ZRErrors::e_General_NoError || apps::ReadLoadCommand(arrived) != plate) {
-            std::abort();
-        }
+        ExpectToArrive(*plate);
     }
     std::string packet;
     apps::Message again;

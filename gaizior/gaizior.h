@@ -28,7 +28,7 @@
 /// The little of a window framework that the library needs.
 
 /// @dir gaizior/values
-/// Texts, text files, times.
+/// Texts, text files, GUIDs, times.
 
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"

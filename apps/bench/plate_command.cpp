@@ -7,6 +7,7 @@
 #include "apps/support/suggest.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <iterator>
 
@@ -15,9 +16,16 @@ namespace {
 
 constexpr const char* kFunction = "PlateCommand(): ";
 
+/// Whether the name ends in ".job", in upper or lower case.
+bool IsJobFileName(const std::string& path) {
+    constexpr std::string_view kEnding = ".job";
+    return path.size() >= kEnding.size() && std::ranges::equal(path.substr(path.size() - kEnding.size()), kEnding, {},
+                                                               [](unsigned char c) { return std::tolower(c); });
+}
+
 /// The plates of a plate file, or the one of a job file, which its name tells.
 Outcome ReadPlatesOf(const std::string& path, std::vector<Plate>& plates) {
-    if (!path.ends_with(".job")) {
+    if (!IsJobFileName(path)) {
         return ReadPlateFile(path, plates);
     }
     Job job;

@@ -20,19 +20,26 @@ INT_PTR CALLBACK OnMessage(HWND /*window*/, UINT message, WPARAM command, LPARAM
     return message == WM_INITDIALOG; // the system chooses the focus
 }
 
-void RunUntilClosed(HWND window, const Interrupt& interrupt) {
+Outcome FailToShow(ZRErrors::ZRErrorT code) {
+    return Fail("ShowPlate(): ", code, Exit::kFailed, "the plate cannot be shown: " + ErrorText(code));
+}
+
+Outcome RunUntilClosed(HWND window, const Interrupt& interrupt) {
     const HANDLE interrupted = interrupt.Event();
+    DWORD woken = WAIT_OBJECT_0;
     do {
         for (MSG message; ::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE);) {
             if (message.message == WM_QUIT) {
-                return;
+                return std::nullopt;
             }
             if (!::IsDialogMessageA(window, &message)) {
                 ::TranslateMessage(&message);
                 ::DispatchMessageA(&message);
             }
         }
-    } while (::MsgWaitForMultipleObjects(1, &interrupted, FALSE, INFINITE, QS_ALLINPUT) == WAIT_OBJECT_0 + 1);
+        woken = ::MsgWaitForMultipleObjects(1, &interrupted, FALSE, INFINITE, QS_ALLINPUT);
+    } while (woken == WAIT_OBJECT_0 + 1);
+    return woken == WAIT_FAILED ? FailToShow(gaizior::LastSystemError()) : std::nullopt;
 }
 
 } // namespace
@@ -41,19 +48,23 @@ Outcome ShowPlate(const ZRPlateC& plate, CPlateDetails::FlagsT fields, const Int
     const Window window(
         ::CreateDialogParamA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(PLATE_WINDOW), nullptr, &OnMessage, 0),
         &::DestroyWindow);
+    if (!window) {
+        return FailToShow(gaizior::LastSystemError());
+    }
     CWnd dialog;
     CPlateDetails details(fields);
-    if (!dialog.Attach(window.get()) || !details.SubclassDlgItem(PLATE_DETAILS, &dialog) || details.Update(plate)) {
-        const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
-        return Fail("ShowPlate(): ", code, Exit::kFailed, "the plate cannot be shown: " + ErrorText(code));
+    if (!dialog.Attach(window.get()) || !details.SubclassDlgItem(PLATE_DETAILS, &dialog)) {
+        return FailToShow(ZRErrors::e_Resource_AllocationFailed); // the log says more
+    }
+    if (const ZRErrors::ZRErrorT code = details.Update(plate)) {
+        return FailToShow(code);
     }
     if (*plate.GetName()) {
         ::SetWindowTextA(window.get(), plate.GetName());
     }
     ::ShowWindow(window.get(), SW_SHOW);
     ::SetForegroundWindow(window.get()); // the console has been in front
-    RunUntilClosed(window.get(), interrupt);
-    return std::nullopt;
+    return RunUntilClosed(window.get(), interrupt);
 }
 
 } // namespace apps

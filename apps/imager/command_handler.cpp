@@ -5,6 +5,18 @@
 #include <utility>
 
 namespace apps {
+namespace {
+
+/// What stands in the way of a command: its words, the state of the engine, or what the code says.
+std::string ReasonOf(ZRErrors::ZRErrorT code, Engine::State state) {
+    if (code == kInvalidParameter) {
+        return "a word or a name is missing, damaged or out of range";
+    }
+    const bool isForState = code == kDeviceBusy || code == kCommandRejected || code == ZRErrors::e_Phs_NoPlate;
+    return isForState ? "the engine is " + std::string(StateName(state)) : ErrorText(code);
+}
+
+} // namespace
 
 Outgoing CommandHandler::Greeting() const {
     return MakeReply(m_nClientId, kStatus, ZRErrors::e_General_NoError);
@@ -33,9 +45,7 @@ std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
     }
     const auto state = m_engine.GetState();
     if (const auto code = Begin(command); code != ZRErrors::e_General_NoError) {
-        const std::string reason = code == kInvalidParameter ? "a word is missing, damaged or out of range"
-                                                             : "the engine is " + std::string(StateName(state));
-        return {MakeRefusal(sender, command.code, code, reason)};
+        return {MakeRefusal(sender, command.code, code, ReasonOf(code, state))};
     }
     m_asked = Asked{sender, command.code};
     return {};

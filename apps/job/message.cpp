@@ -205,6 +205,9 @@ std::optional<Plate> ReadLoadCommand(const Message& message) {
     std::string_view text = message.text;
     while (!text.empty()) {
         std::string_view word = NextWord(text, ' ');
+        if (word.empty()) {
+            continue; // blanks in a row
+        }
         const std::string_view key = NextWord(word, '=');
         if (!keys.insert(key).second || !SetPlateWord(plate, key, word)) {
             return std::nullopt;

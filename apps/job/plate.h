@@ -81,7 +81,7 @@ std::string PowerNumber(const Power& power);
 const char* PowerUnit(const Power& power);
 /// What the engine takes of powers in that unit, in millionths.
 Range PowerRange(ZRPlateC::PowerTypeT unit);
-/// 1 to 40 bytes of printable characters.
+/// 1 to 40 bytes, none of them an ASCII control character.
 bool IsName(std::string_view name);
 
 /// Whether the engine takes such a plate. @returns 0 or the code that says what is wrong with it.

@@ -77,7 +77,8 @@ int CPlateDetails::SubclassDlgItem(unsigned int id, CWnd* parent) {
         return 0;
     }
     SetReadOnly(1);
-    return Update() == ZRErrors::e_General_NoError;
+    Update();
+    return 1;
 }
 
 CString CPlateDetails::ToString() const {

@@ -14,7 +14,7 @@
 ///
 /// The words come from the string table (ZRSetLanguageLibrary), the decimal point from the process's C locale. A plate
 /// without a name shows "Invalid Plate" and nothing else. The object needs no window: its text can be asked for, and
-/// whatever is attached later shows it. An object belongs to one thread, its window's where it has one.
+/// whatever SubclassDlgItem attaches later shows it. An object belongs to one thread, its window's where it has one.
 ///
 ///     CPlateDetails details(CPlateDetails::e_Flags_All);
 ///     details.SubclassDlgItem(1001, &dialog);
@@ -46,11 +46,11 @@ public:
     ZRPlateC GetPlate() const;
     /// @returns the plate's thickness in millimetres.
     double GetThicknessMM() const;
-    /// @returns what the field shows. Memory that runs out throws std::bad_alloc.
+    /// @returns the plate's text in the language that is set. Memory that runs out throws std::bad_alloc.
     CString GetText() const;
 
     /// Attaches the object to a control of the dialog `parent`, which shows the plate from now on and cannot be edited.
-    /// @returns 1; 0 as CWnd's.
+    /// @returns 1, also when the field does not take the text or stays open to editing, which is logged; 0 as CWnd's.
     int SubclassDlgItem(unsigned int id, CWnd* parent);
 
 protected:

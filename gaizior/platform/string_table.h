@@ -7,7 +7,7 @@
 namespace gaizior {
 
 #ifndef _WIN32
-/// The library's own table, which ends with a null text.
+/// The library's own table, which ends with a null text; linked in beside the code, as a resource is elsewhere.
 extern const StringTableEntryT g_stringTable[];
 #endif
 

@@ -18,6 +18,7 @@ void DetachWindow(HWND& place);
 
 /// @returns false, with the last error, when the window does not take the text.
 bool ShowWindowText(HWND window, const char* text);
-void SetEditReadOnly(HWND window, bool isReadOnly);
+/// @returns false, with the last error, when the window has no text that somebody edits.
+bool SetEditReadOnly(HWND window, bool isReadOnly);
 
 } // namespace gaizior

@@ -1,6 +1,4 @@
-#include "gaizior/ui/framework.h"
-
-#ifndef GAIZIOR_FRAMEWORK
+#include "gaizior/ui/window.h"
 
 #include "gaizior/errors/failure.h"
 #include "gaizior/platform/window.h"
@@ -53,10 +51,10 @@ ZRErrors::ZRErrorT CWnd::SetText(const char* text) {
     return ZRErrors::e_General_NoError;
 }
 
-void CEdit::SetReadOnly(int readOnly) {
-    if (m_hWnd) {
-        gaizior::SetEditReadOnly(m_hWnd, readOnly != 0);
+int CEdit::SetReadOnly(int readOnly) {
+    if (m_hWnd && !gaizior::SetEditReadOnly(m_hWnd, readOnly != 0)) {
+        LogError("CEdit::SetReadOnly(): ", CodeText(LastSystemError()));
+        return 0;
     }
+    return m_hWnd != nullptr;
 }
-
-#endif

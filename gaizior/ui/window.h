@@ -21,7 +21,9 @@ public:
     /// @returns the window; null when there is none, or none any more.
     HWND GetSafeHwnd() const;
     /// Subclasses a window, a dialog for one, in place of the one before.
-    /// @returns 1; 0 when it is none, or another object has it: that is logged, and the object has no window then.
+    /// @returns 1; 0 when it is none (on Linux all but null are taken for one), or another object has it: that is
+    /// logged,
+    ///   and the object has no window then.
     int Attach(HWND window);
     /// Lets go of the window. @returns it, null when there was none.
     HWND Detach();
@@ -41,6 +43,7 @@ protected:
 /// A field with a text, which an operator may edit.
 class GAIZIOR_API CEdit : public CWnd {
 public:
-    /// Lets nobody edit the text, or lets them again (0). Does nothing without a window.
-    void SetReadOnly(int readOnly = 1);
+    /// Lets nobody edit the text, or lets them again (0).
+    /// @returns 1; 0 without a window, or when its text is none to edit: the latter is logged.
+    int SetReadOnly(int readOnly = 1);
 };

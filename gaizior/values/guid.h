@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Identifiers that no two things share.
+
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/logging/log_stream.h"
 #include "gaizior/platform/export.h"
@@ -35,8 +38,8 @@ public:
     /// @returns 0; a system error with bit 29 set when the system makes none: the object stays as it was.
     ZRErrors::ZRErrorT CreateGUID();
 
-    /// @returns 1 for a value whose text reads as one, else 0. A value of zeros is valid: so is what a FromString that
-    ///   failed leaves.
+    /// @returns 0 without a value and for one whose text is refused as no GUID's, which is logged; else 1. A value of
+    ///   zeros is valid: so is what a FromString that failed leaves.
     int IsValid() const;
 
     /// Writes the text, which the stream pads to its width as a whole, between braces when `braces` is set.

@@ -136,6 +136,8 @@ TEST_F(CommandHandlerTest, ThePlateIsReportedAsItWasToldUntilItIsGone) {
     EXPECT_EQ(refused(&Plate::thickness, 51), kInvalidParameter);
     EXPECT_EQ(refused(&Plate::power, Power{{}, 100'000'001}), kInvalidParameter);
     EXPECT_EQ(refused(&Plate::cassette, 0), kInvalidParameter);
+    EXPECT_EQ(Tell(MakeLoadCommand({{1200'01, 580'00}})).at(0).message.qualifier,
+              ErrorText(ZRErrors::e_Phs_PlateTooWide));
     EXPECT_EQ(State(), "empty");
     Tell(MakeLoadCommand(plate));
     const Message loaded = m_handler.Advance(kLongEnough).at(0).message;

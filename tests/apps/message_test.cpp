@@ -40,7 +40,6 @@ TEST(Message, PlatesArriveWithAllThatIsToldOfThem) {
     const Plate half{{345'05, 580'50}, "", {}, Polarity::kPositive, Power{{}, 500'000}, "a=b;c", {}};
     EXPECT_EQ(Sent(MakeLoadCommand(half)).text, "width=345.05 length=580.5 polarity=positive power=0.5%");
     EXPECT_EQ(ReadLoadCommand(Sent(MakeLoadCommand(half))), half);
-    EXPECT_EQ(Sent(MakeLoadCommand({{345'00, 580'00}})).qualifier, "");
 }
 
 TEST(Message, WhatWouldArriveChangedIsNotSent) {

@@ -80,7 +80,6 @@ TEST(Lengths, OfACountGiveTheSameCountAtEveryResolutionOneByOneAndAllAtOnce) {
                         transform.MetreToPixels(metres[i], 1) == counts[i] && transform.MMToLines(mm[i]) == counts[i] &&
                         transform.MetreToPixels(middles[i], 1) == ofMiddles[i])
                 << dpi << ' ' << counts[i];
-            ASSERT_LT(std::abs(mm[i] / 1000.0 * transform.GetPPMetre(0) - counts[i]), 0x1p-18) << dpi;
         }
     }
 }

@@ -90,6 +90,7 @@ TEST(Guids, AreWrittenAsOneTextAndTellTheirStateAndWhatFailed) {
     EXPECT_EQ(Composed(std::setw(40), std::setfill('*'), std::left, guid), kBraced + "**");
     EXPECT_EQ(unset.IsValid(), 0);
     EXPECT_EQ((unset = std::as_const(guid)).IsValid(), 1);
+    EXPECT_TRUE(unset == guid && !(unset == GuidC()));
     seams::FailUuidCall(UuidCall::kFromText, 1705);
     EXPECT_EQ(guid.IsValid(), 0);
     EXPECT_EQ(log.Take(), "0 ERROR: GuidC::IsValid(): this GUID is uninitialised: " + kZeros + "\n" + Refusal(kBraced) +

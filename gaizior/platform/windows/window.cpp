@@ -13,6 +13,7 @@ WNDPROC ProcedureBefore(HWND window) {
     return reinterpret_cast<WNDPROC>(::GetPropA(window, kProcedure));
 }
 
+template <auto kCall>
 LRESULT CALLBACK AttachedProcedure(HWND window, UINT message, WPARAM first, LPARAM second) {
     const WNDPROC before = ProcedureBefore(window);
     if (message == WM_NCDESTROY) {
@@ -21,30 +22,44 @@ LRESULT CALLBACK AttachedProcedure(HWND window, UINT message, WPARAM first, LPAR
         }
         ::RemovePropA(window, kProcedure);
     }
-    return ::CallWindowProcA(before, window, message, first, second);
+    return kCall(before, window, message, first, second);
 }
+
+/// How a window is subclassed without making a narrow one of it, or a wide one.
+struct Subclassing {
+    decltype(&::GetWindowLongPtrA) get;
+    decltype(&::SetWindowLongPtrA) set;
+    WNDPROC procedure;
+};
+const Subclassing kNarrow{&::GetWindowLongPtrA, &::SetWindowLongPtrA, &AttachedProcedure<&::CallWindowProcA>};
+const Subclassing kWide{&::GetWindowLongPtrW, &::SetWindowLongPtrW, &AttachedProcedure<&::CallWindowProcW>};
 
 /// In place already where somebody subclassed the window before it was detached.
 bool PutProcedure(HWND window) {
     if (ProcedureBefore(window)) {
         return true;
     }
-    const auto before = ::GetWindowLongPtrA(window, GWLP_WNDPROC);
+    const Subclassing& subclassing = ::IsWindowUnicode(window) ? kWide : kNarrow;
+    const LONG_PTR before = subclassing.get(window, GWLP_WNDPROC);
     return before && ::SetPropA(window, kProcedure, reinterpret_cast<HANDLE>(before)) &&
-           ::SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&AttachedProcedure));
+           subclassing.set(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(subclassing.procedure));
 }
 
 /// Where somebody has subclassed the window since, the procedure stays and passes everything on.
 void TakeProcedureOff(HWND window) {
-    if (::GetWindowLongPtrA(window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(&AttachedProcedure)) {
-        ::SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ProcedureBefore(window)));
-        ::RemovePropA(window, kProcedure);
+    for (const Subclassing& subclassing : {kNarrow, kWide}) {
+        if (subclassing.get(window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(subclassing.procedure)) {
+            subclassing.set(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ProcedureBefore(window)));
+            ::RemovePropA(window, kProcedure);
+            return;
+        }
     }
 }
 
 } // namespace
 
 HWND FindDialogItem(HWND dialog, UINT id) {
+    ::SetLastError(ERROR_CONTROL_ID_NOT_FOUND); // Wine leaves it to the caller to know
     return ::GetDlgItem(dialog, static_cast<int>(id));
 }
 
@@ -78,8 +93,12 @@ bool ShowWindowText(HWND window, const char* text) {
     return ::SetWindowTextA(window, text) != FALSE;
 }
 
-void SetEditReadOnly(HWND window, bool isReadOnly) {
-    ::SendMessageA(window, EM_SETREADONLY, isReadOnly, 0);
+bool SetEditReadOnly(HWND window, bool isReadOnly) {
+    const bool isDone = ::SendMessageA(window, EM_SETREADONLY, isReadOnly, 0) != 0;
+    if (!isDone) {
+        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE); // it edits no text
+    }
+    return isDone;
 }
 
 } // namespace gaizior

@@ -7,6 +7,8 @@
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/linux/api/types.h"
 
+#include <cstring>
+
 inline namespace gaizior_windows_api {
 
 /// The 16 bytes of an identifier; the first three numbers are in the machine's byte order.
@@ -18,10 +20,11 @@ struct GUID {
     WORD Data3;
     BYTE Data4[8];
     /// @}
-
-    /// @returns whether all 16 bytes are the same.
-    friend bool operator==(const GUID&, const GUID&) = default;
 };
+/// @returns whether all 16 bytes are the same.
+inline bool operator==(const GUID& left, const GUID& right) {
+    return std::memcmp(&left, &right, sizeof(GUID)) == 0;
+}
 using UUID = GUID; ///< the same under its older name
 
 using HRESULT = LONG;            ///< what CoCreateGuid returns: negative for a failure

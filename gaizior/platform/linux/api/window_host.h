@@ -16,15 +16,15 @@ public:
     virtual HWND FindItem(HWND dialog, UINT id) = 0;
     /// Shows a text in place of the one before; the text is the caller's. @returns FALSE when that is not possible.
     virtual BOOL ShowText(HWND control, const char* text) = 0;
-    /// Lets nobody change the control's text, or lets them again.
-    virtual void SetReadOnly(HWND control, BOOL isReadOnly) = 0;
+    /// Lets nobody change the control's text, or lets them again. @returns FALSE when that is not possible.
+    virtual BOOL SetReadOnly(HWND control, BOOL isReadOnly) = 0;
 
 protected:
     ~WindowHost() = default;
 };
 
-/// Installs what shows windows, at start-up, before the first control is attached; it must outlive them all. Without one
-/// (null) there are no windows.
+/// Installs what shows windows, at start-up, before the first control is attached; it must outlive them all. Without
+/// one (null) there are no windows.
 /// @returns the host before.
 GAIZIOR_API WindowHost* SetWindowHost(WindowHost* host);
 

@@ -1,5 +1,6 @@
 #include "gaizior/platform/window.h"
 
+#include "gaizior/platform/fork.h"
 #include "gaizior/platform/linux/system/last_error.h"
 #include "gaizior/platform/mutex.h"
 
@@ -9,6 +10,7 @@
 
 namespace {
 
+using gaizior::KeepAcrossFork;
 using gaizior::Mutex;
 using gaizior::MutexLock;
 using gaizior::platform::Fail;
@@ -17,29 +19,20 @@ using gaizior::platform::NoThrow;
 
 std::atomic<WindowHost*> g_host{nullptr};
 
-/// The attached windows, which may belong to several threads, and where their handles are kept.
-class Places {
-public:
-    /// @returns false when the window has one.
-    bool Add(HWND window, HWND& place) {
-        const MutexLock lock(m_mutex);
-        return m_places.emplace(window, &place).second;
-    }
-    /// @returns null when the window has none.
-    HWND* Take(HWND window) {
-        const MutexLock lock(m_mutex);
-        const auto node = m_places.extract(window);
-        return node ? node.mapped() : nullptr;
-    }
+/// Guards the attached windows, which may belong to several threads, and where their handles are kept.
+Mutex g_lock;
+const KeepAcrossFork g_keepLock(g_lock);
 
-private:
-    Mutex m_mutex;
-    std::map<HWND, HWND*> m_places GAIZIOR_GUARDED_BY(m_mutex);
-};
-
-Places& AttachedWindows() {
-    static Places* const places = new Places; // controls of static objects may outlive every other
+std::map<HWND, HWND*>& Places() GAIZIOR_REQUIRES(g_lock) {
+    static auto* const places = new std::map<HWND, HWND*>; // controls may be static objects anywhere
     return *places;
+}
+
+/// @returns where the handle is kept; null when the window is not attached.
+HWND* TakePlace(HWND window) {
+    const MutexLock lock(g_lock);
+    const auto node = Places().extract(window);
+    return node ? node.mapped() : nullptr;
 }
 
 } // namespace
@@ -51,7 +44,7 @@ WindowHost* SetWindowHost(WindowHost* host) {
 }
 
 void WindowIsGone(HWND window) {
-    if (HWND* const place = AttachedWindows().Take(window)) {
+    if (HWND* const place = TakePlace(window)) {
         *place = nullptr;
     }
 }
@@ -74,7 +67,8 @@ bool AttachWindow(HWND window, HWND& place) {
         return Fail(ERROR_INVALID_WINDOW_HANDLE);
     }
     return NoThrow([&] {
-        if (!AttachedWindows().Add(window, place)) {
+        const MutexLock lock(g_lock);
+        if (!Places().emplace(window, &place).second) {
             return Fail(ERROR_BUSY) != FALSE;
         }
         place = window;
@@ -84,7 +78,7 @@ bool AttachWindow(HWND window, HWND& place) {
 
 void DetachWindow(HWND& place) {
     if (place) {
-        AttachedWindows().Take(std::exchange(place, nullptr));
+        TakePlace(std::exchange(place, nullptr));
     }
 }
 
@@ -93,10 +87,9 @@ bool ShowWindowText(HWND window, const char* text) {
     return host && host->ShowText(window, text) ? true : Fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
-void SetEditReadOnly(HWND window, bool isReadOnly) {
-    if (WindowHost* const host = g_host.load()) {
-        host->SetReadOnly(window, isReadOnly);
-    }
+bool SetEditReadOnly(HWND window, bool isReadOnly) {
+    WindowHost* const host = g_host.load();
+    return host && host->SetReadOnly(window, isReadOnly) ? true : Fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
 } // namespace gaizior
