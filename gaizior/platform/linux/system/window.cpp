@@ -15,7 +15,6 @@ using gaizior::Mutex;
 using gaizior::MutexLock;
 using gaizior::platform::Fail;
 using gaizior::platform::FailNull;
-using gaizior::platform::NoThrow;
 
 std::atomic<WindowHost*> g_host{nullptr};
 
