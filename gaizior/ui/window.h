@@ -21,9 +21,8 @@ public:
     /// @returns the window; null when there is none, or none any more.
     HWND GetSafeHwnd() const;
     /// Subclasses a window, a dialog for one, in place of the one before.
-    /// @returns 1; 0 when it is none (on Linux all but null are taken for one), or another object has it: that is
-    /// logged,
-    ///   and the object has no window then.
+    /// @returns 1; 0, which is logged, when it is none (on Linux all but null are taken for one) or another object has
+    ///   it: the object has no window then.
     int Attach(HWND window);
     /// Lets go of the window. @returns it, null when there was none.
     HWND Detach();
