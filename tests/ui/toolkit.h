@@ -9,9 +9,10 @@ class Toolkit final : public WindowHost {
 public:
     static Toolkit& Instance() {
         static Toolkit toolkit;
-        static const bool isInstalled = (SetWindowHost(&toolkit), true);
-        static_cast<void>(isInstalled);
         return toolkit;
+    }
+    Toolkit() {
+        SetWindowHost(this);
     }
     HWND FindItem(HWND dialog, UINT id) override {
         return dialog == Dialog() && id == kField ? Field() : nullptr;
