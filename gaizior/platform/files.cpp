@@ -132,6 +132,11 @@ bool CreateFolder(const char* path) {
     return OnPath(path, [](const std::string& it) { return file_system::CreateFolder(it); });
 }
 
+bool ListFolder(const char* path, std::vector<std::string>& names) {
+    names.clear();
+    return OnPath(path, [&](const std::string& it) { return file_system::ListFolder(it, names); });
+}
+
 bool GetCurrentFolder(std::string& path) {
     return FileCallPasses() && NoThrow([&] { return file_system::GetCurrentFolder(path); });
 }

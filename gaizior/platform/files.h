@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The calls through which the library reaches files, the same on both systems. Paths may separate with backslashes or
 /// slashes; null and empty ones are not found (3). What fails returns false, or an empty File, with the reason in the
@@ -89,6 +90,9 @@ bool SetHidden(const char* path, bool isHidden);
 /// Makes one folder; its parent must exist (3), it must not (183). errno tells the same: ENOENT, also for a parent that
 /// is a file, and EEXIST.
 bool CreateFolder(const char* path);
+
+/// The names of what is in a folder, in no order; `names` is replaced. Fails with 3 where there is none.
+bool ListFolder(const char* path, std::vector<std::string>& names);
 
 /// The current folder's path, in the system's own form.
 bool GetCurrentFolder(std::string& path);

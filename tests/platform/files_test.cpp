@@ -103,6 +103,7 @@ TEST_F(FilesTest, TellWhyTheyAreRefused) {
     const std::string lost = Path("lost"), astray = Path("astray/file"), below = Path("file/below");
     FileStatus status{};
     std::string text;
+    std::vector<std::string> names;
     using Call = std::function<bool(const char*)>;
     const std::tuple<const char*, Call, std::vector<std::pair<std::string, DWORD>>> cases[] = {
         {"save", [](auto path) { return SaveFile(path, "text"); }, {{folder, 5}, {astray, 3}}},
@@ -115,6 +116,7 @@ TEST_F(FilesTest, TellWhyTheyAreRefused) {
         {"copy", [&](auto path) { return CopyWholeFile(m_file.c_str(), path, false); }, {{m_file, 32}, {folder, 5}}},
         {"copy anew", [&](auto path) { return CopyWholeFile(m_file.c_str(), path, true); }, {{m_file, 80}}},
         {"write", [](auto) { return FileReplacement().Write("text"); }, {{m_file, 6}}},
+        {"list", [&](auto path) { return ListFolder(path, names); }, {{astray, 3}, {"", 3}}},
         {"make", CreateFolder, {{folder, 183}, {astray, 3}, {below, 3}}}};
     for (const auto& [name, call, refusals] : cases) {
         for (const auto& [path, error] : refusals) {
@@ -124,7 +126,8 @@ TEST_F(FilesTest, TellWhyTheyAreRefused) {
     }
     EXPECT_EQ(errno, ENOENT) << "as the last one tells too";
     EXPECT_EQ(Contents("file"), "1234");
-    EXPECT_EQ(CountFiles(), 1);
+    EXPECT_TRUE(ListFolder((folder + '/').c_str(), names));
+    EXPECT_EQ(names, std::vector<std::string>{"file"});
 }
 
 TEST_F(FilesTest, AppendBehindWhatOthersAppended) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 #include <direct.h>
@@ -148,6 +149,25 @@ bool SetHidden(const std::string& path, bool isHidden) {
 
 bool CreateFolder(const std::string& path) {
     return ::_mkdir(path.c_str()) == 0; // sets the last error and errno
+}
+
+bool ListFolder(const std::string& path, std::vector<std::string>& names) {
+    WIN32_FIND_DATAA entry{};
+    if (path.empty()) {
+        ::SetLastError(ERROR_PATH_NOT_FOUND); // and not the root folder
+        return false;
+    }
+    const HANDLE search = ::FindFirstFileA((path + "\\*").c_str(), &entry);
+    if (search == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    const std::unique_ptr<void, BOOL (*)(HANDLE)> closed(search, &::FindClose);
+    do {
+        if (const std::string_view name = entry.cFileName; name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    } while (::FindNextFileA(search, &entry));
+    return ::GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 bool GetCurrentFolder(std::string& path) {
