@@ -13,7 +13,7 @@
 /// Result codes with their messages, the error stack, and a failure in other forms.
 
 /// @dir gaizior/logging
-/// The log stream and the debug print.
+/// The log stream, the log file and the debug print.
 
 /// @dir gaizior/platform
 /// The calls of the operating system, and what declarations are marked with.
@@ -42,7 +42,9 @@
 #include "gaizior/errors/error_text.h"
 #include "gaizior/errors/exception.h"
 #include "gaizior/logging/debug_print.h"
+#include "gaizior/logging/log_file.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/logging/log_utils.h"
 #include "gaizior/plates/machine_transform.h"
 #include "gaizior/plates/plate.h"
 #include "gaizior/plates/plate_details.h"

@@ -35,6 +35,10 @@ File File::OpenToAppend(const char* path) {
     return File(OnPath(path, [](const std::string& it) { return file_system::OpenToAppend(it); }), true);
 }
 
+File File::OpenExistingToAppend(const char* path) {
+    return File(OnPath(path, [](const std::string& it) { return file_system::OpenExistingToAppend(it); }), true);
+}
+
 File File::CreateUnique(const std::string& folder, FileAccess access, std::string& path) {
     const auto create = [&](const std::string& systemFolder) {
         FileHandle handle;
@@ -111,6 +115,10 @@ bool ReadWholeFile(const char* path, std::string& contents, std::size_t limit) {
 
 bool RemoveFile(const char* path) {
     return OnPath(path, [](const std::string& it) { return file_system::Remove(it); });
+}
+
+bool RemoveFileIf(const char* path, bool (*isUnwanted)(const FileStatus& status)) {
+    return OnPath(path, [&](const std::string& it) { return file_system::RemoveIf(it, isUnwanted); });
 }
 
 bool CopyWholeFile(const char* source, const char* destination, bool failIfExists) {

@@ -37,6 +37,8 @@ public:
     static File OpenToRead(const char* path);
     /// Opens a file, or makes an empty one; each Write goes to its end. Folders are refused (5).
     static File OpenToAppend(const char* path);
+    /// The same for a file that exists (2 and 3 where it does not).
+    static File OpenExistingToAppend(const char* path);
     /// Makes a file to write under a name that nothing else in `folder` has, which is empty or ends with a separator;
     /// `path` receives it. The caller removes it.
     static File CreateUnique(const std::string& folder, FileAccess access, std::string& path);
@@ -77,6 +79,14 @@ bool ReadWholeFile(const char* path, std::string& contents, std::size_t limit);
 /// Removes a file, or a link and not what it leads to; a folder is refused (5). A read-only file is refused on Windows
 /// (5); on Linux its folder decides.
 bool RemoveFile(const char* path);
+
+/// Removes a file if `isUnwanted` says so of it. It is the file that was looked at that goes: none that another caller
+/// has made under its name meanwhile. Of those that call this for a file at a time one goes on, the others wait for it,
+/// a second at most (1460).
+bool RemoveFileIf(const char* path, bool (*isUnwanted)(const FileStatus& status));
+
+/// Makes the line feeds of a text the line ends that text files have on this system.
+void UseSystemLineEnds(std::string& text);
 
 /// Copies contents, permissions and last-write time by a FileReplacement: the destination is the old file or a whole
 /// copy. One that exists keeps its own permissions. A file is not copied onto itself (32).

@@ -52,6 +52,16 @@ bool SetBasicInformation(const FileHandle& file, FILE_BASIC_INFO information) {
     return ::SetFileInformationByHandle(file.Get(), FileBasicInfo, &information, sizeof(information)) != FALSE;
 }
 
+/// Removes the file that is open, and its name at once where the file system can, else with the last handle.
+bool RemoveOpen(const FileHandle& file) {
+    constexpr auto kDispositionEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21); // FileDispositionInfoEx
+    DWORD deleteWithPosixSemantics = 1 | 2;
+    FILE_DISPOSITION_INFO disposition{.DeleteFile = TRUE};
+    return ::SetFileInformationByHandle(file.Get(), kDispositionEx, &deleteWithPosixSemantics,
+                                        sizeof deleteWithPosixSemantics) ||
+           ::SetFileInformationByHandle(file.Get(), FileDispositionInfo, &disposition, sizeof disposition);
+}
+
 /// Finds out which file `path` leads to, and opens it when there is one.
 bool Resolve(const std::string& path, DWORD access, Target& target) {
     target.path = path;
@@ -76,6 +86,10 @@ FileHandle OpenToRead(const std::string& path) {
 
 FileHandle OpenToAppend(const std::string& path) {
     return Open(path, GENERIC_WRITE, OPEN_ALWAYS);
+}
+
+FileHandle OpenExistingToAppend(const std::string& path) {
+    return Open(path, GENERIC_WRITE, OPEN_EXISTING);
 }
 
 FileHandle CreateNew(const std::string& path, FileAccess /*access*/) {
@@ -136,6 +150,12 @@ bool Query(const std::string& path, FileStatus& status) {
 
 bool Remove(const std::string& path) {
     return ::DeleteFileA(path.c_str()) != FALSE;
+}
+
+bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status)) {
+    const FileHandle file = Open(path, GENERIC_READ | DELETE, OPEN_EXISTING);
+    FileStatus status{};
+    return file && Query(file, status) && (!isUnwanted(status) || RemoveOpen(file));
 }
 
 bool SetHidden(const std::string& path, bool isHidden) {
@@ -254,3 +274,9 @@ void Unlock(const FileHandle& lock) {
 }
 
 } // namespace gaizior::file_system
+
+void gaizior::UseSystemLineEnds(std::string& text) {
+    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 2)) {
+        text.insert(end, 1, '\r');
+    }
+}
