@@ -29,7 +29,8 @@ bool Query(const FileHandle& file, FileStatus& status);
 bool Query(const std::string& path, FileStatus& status);
 bool Remove(const std::string& path);
 bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status));
-bool SetHidden(const std::string& path, bool isHidden);
+bool ReadAttributes(const std::string& path, DWORD& attributes);
+bool WriteAttributes(const std::string& path, DWORD attributes);
 bool CreateFolder(const std::string& path);
 /// Adds the names to `names`.
 bool ListFolder(const std::string& path, std::vector<std::string>& names);

@@ -93,9 +93,16 @@ void UseSystemLineEnds(std::string& text);
 /// @param failIfExists leaves a destination that exists alone (80).
 bool CopyWholeFile(const char* source, const char* destination, bool failIfExists);
 
-/// Sets or takes the hidden attribute; on Linux the extended attribute user.DOSATTRIB, as file servers understand it
-/// (50 where the file system has none).
-bool SetHidden(const char* path, bool isHidden);
+/// The attribute of what is not to be listed, among those that Windows keeps of files and folders.
+inline constexpr DWORD kHiddenAttribute = 0x2;
+
+/// Reads a file's or folder's attributes; on Linux those of the extended attribute user.DOSATTRIB, as file servers
+/// understand it, and none where there is no such attribute.
+bool ReadAttributes(const char* path, DWORD& attributes);
+
+/// Writes attributes that were read. On Linux fails with 50 where the file system has no extended attributes, unless
+/// there is nothing to change.
+bool WriteAttributes(const char* path, DWORD attributes);
 
 /// Makes one folder; its parent must exist (3), it must not (183). errno tells the same: ENOENT, also for a parent that
 /// is a file, and EEXIST.

@@ -144,7 +144,11 @@ bool Query(const FileHandle& file, FileStatus& status) {
 }
 
 bool Query(const std::string& path, FileStatus& status) {
-    const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    if (!file) { // perhaps a link that leads nowhere
+        file =
+            Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
+    }
     return file && Query(file, status);
 }
 
@@ -158,13 +162,13 @@ bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& stat
     return file && Query(file, status) && (!isUnwanted(status) || RemoveOpen(file));
 }
 
-bool SetHidden(const std::string& path, bool isHidden) {
-    const DWORD before = ::GetFileAttributesA(path.c_str());
-    if (before == INVALID_FILE_ATTRIBUTES) {
-        return false;
-    }
-    const DWORD others = before & ~static_cast<DWORD>(FILE_ATTRIBUTE_HIDDEN);
-    return ::SetFileAttributesA(path.c_str(), isHidden ? others | FILE_ATTRIBUTE_HIDDEN : others) != FALSE;
+bool ReadAttributes(const std::string& path, DWORD& attributes) {
+    attributes = ::GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES;
+}
+
+bool WriteAttributes(const std::string& path, DWORD attributes) {
+    return ::SetFileAttributesA(path.c_str(), attributes) != FALSE;
 }
 
 bool CreateFolder(const std::string& path) {
