@@ -23,6 +23,8 @@ constexpr const char* kBenchExamples = R"(Examples:
   bench error 0x822F
   bench convert 25.4mm --dpi 2400
   bench guid new
+  bench history list
+  bench prefs list
   bench channel status
 'bench COMMAND --help' tells more about each.
 )";
@@ -78,6 +80,7 @@ CommandLine::CommandLine() {
     app.set_version_flag("--version", VersionText("bench"), "Print the version and exit");
     AddJobCommands(*this);
     AddValueCommands(*this);
+    AddSettingsCommands(*this);
     AddChannelCommands(*this);
 }
 

@@ -63,6 +63,7 @@ private:
 
 void AddJobCommands(CommandLine& line);
 void AddValueCommands(CommandLine& line);
+void AddSettingsCommands(CommandLine& line);
 void AddChannelCommands(CommandLine& line);
 
 // What several commands have.

@@ -68,6 +68,52 @@ struct CheckGuidOptions {
 };
 Outcome CheckGuidCommand(const CheckGuidOptions& options);
 
+struct HistoryOptions {
+    std::string file;     ///< empty: that of the usual imager
+    std::size_t last = 0; ///< so many lines of what is there; 0: all
+    bool json = false;
+};
+Outcome ListHistoryCommand(const HistoryOptions& options);
+Outcome FollowHistoryCommand(const HistoryOptions& options, const Interrupt& interrupt);
+
+struct GetTokenOptions {
+    std::string file;
+    std::string token;
+    unsigned count = 1;      ///< of values
+    unsigned occurrence = 1; ///< of the token
+    bool json = false;
+};
+Outcome GetTokenCommand(const GetTokenOptions& options);
+
+struct SetTokenOptions {
+    std::string file;
+    std::string token;
+    std::vector<double> values;
+};
+Outcome SetTokenCommand(const SetTokenOptions& options);
+
+/// "Platesetter/Imager/101".
+std::string DefaultPrefsKey();
+/// Where preferences stand.
+struct PrefsKey {
+    std::string path = DefaultPrefsKey(); ///< three parts, apart by slashes or backslashes
+    bool machine = false; ///< the machine's level alone
+};
+struct ListPrefsOptions : PrefsKey {
+    bool json = false;
+};
+Outcome ListPrefsCommand(const ListPrefsOptions& options);
+struct GetPrefOptions : ListPrefsOptions {
+    std::string name;
+};
+Outcome GetPrefCommand(const GetPrefOptions& options);
+struct SetPrefOptions : PrefsKey {
+    std::string name;
+    std::string value;
+    std::string type; ///< "number" or "text"; empty: that of the present value, or what the value looks like
+};
+Outcome SetPrefCommand(const SetPrefOptions& options);
+
 struct StatusOptions {
     bool json = false;
 };

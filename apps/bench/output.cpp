@@ -97,6 +97,17 @@ std::string Shortened(std::string_view text, std::size_t columns) {
     return std::string(text.substr(0, cut)) + std::string(kDots.substr(0, columns));
 }
 
+std::size_t Characters(std::string_view text) {
+    std::size_t characters = 0;
+    ForEachCharacter(text, [&](std::string_view, bool) { ++characters; });
+    return characters;
+}
+
+std::string Padded(std::string_view text, std::size_t columns) {
+    const std::size_t characters = Characters(text);
+    return std::string(text) + std::string(columns > characters ? columns - characters : 0, ' ');
+}
+
 std::size_t OutputColumns() {
     constexpr std::size_t kNoLimit = 10000;
     return IsTerminal(Stream::kOutput) ? TerminalColumns(Stream::kOutput) : kNoLimit;

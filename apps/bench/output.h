@@ -19,6 +19,11 @@ std::string Printable(std::string_view text);
 /// The text cut to `columns` characters, with "..." where something is missing.
 std::string Shortened(std::string_view text, std::size_t columns);
 
+/// How many characters the text shows.
+std::size_t Characters(std::string_view text);
+/// The text with blanks behind it, `columns` characters wide at least.
+std::string Padded(std::string_view text, std::size_t columns);
+
 /// Columns for a table on standard output: the terminal's, or no limit where the output goes to a file or a program.
 std::size_t OutputColumns();
 

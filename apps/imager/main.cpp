@@ -1,3 +1,4 @@
+#include "apps/imager/records.h"
 #include "apps/imager/server.h"
 #include "apps/support/diagnostics.h"
 #include "apps/support/process_events.h"
@@ -33,7 +34,8 @@ int PrintFailure(const Failure& failure, bool verbose) {
 }
 
 int Run(ServerOptions options, DWORD clientProcess, bool verbose) {
-    SetUpDiagnostics("imager", verbose);
+    Records records(options.id, verbose);
+    options.onExposure = [&](const Exposure& exposure) { records.Add(exposure); };
     const Interrupt interrupt;
     options.hInterrupt = interrupt.Event();
     gaizior::UniqueHandle hClient;

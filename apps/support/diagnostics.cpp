@@ -1,6 +1,7 @@
 #include "apps/support/diagnostics.h"
 
 #include "gaizior/errors/error_stack.h"
+#include "gaizior/errors/failure.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/logging/log_stream.h"
 
@@ -12,13 +13,19 @@ namespace apps {
 namespace {
 
 constexpr unsigned kEveryLevel = 100;
+constexpr int kChannelSteps = 5;
 const char* g_program = "";
 unsigned g_debugLevel = 0; // a line passes when its level is below this
 
-void PrintLine(int level, std::string_view text) {
+std::string_view WithoutEnd(std::string_view text) {
     while (text.ends_with('\n') || text.ends_with('\r')) {
         text.remove_suffix(1);
     }
+    return text;
+}
+
+void PrintLine(int level, std::string_view line) {
+    const std::string_view text = WithoutEnd(line);
     std::fprintf(stderr, "%s[%d] %.*s\n", g_program, level, static_cast<int>(text.size()), text.data());
     std::fflush(stderr);
 }
@@ -29,6 +36,10 @@ void PrintLogLine(unsigned level, int /*mode*/, char* text) {
 
 void PrintChannelLine(int level, int /*mode*/, const char* text) {
     PrintLine(level, text);
+}
+
+void LogChannelLine(int level, int /*mode*/, const char* text) {
+    gaizior::LogAt(static_cast<unsigned>(level), "channel: ", WithoutEnd(text));
 }
 
 unsigned DebugLevel() {
@@ -42,10 +53,14 @@ void SetUpDiagnostics(const char* program, bool verbose) {
     g_debugLevel = verbose ? kEveryLevel : 0;
     ZRLogStreamC installsHooks(&PrintLogLine, nullptr, nullptr, &DebugLevel);
     if (verbose) {
-        constexpr int kChannelSteps = 5;
         ZRDBNewRegisterCallback(&PrintChannelLine);
         ZRDBSetLevel(kChannelSteps);
     }
+}
+
+void LogChannelLines(bool verbose) {
+    ZRDBNewRegisterCallback(&LogChannelLine);
+    ZRDBSetLevel(verbose ? kChannelSteps : 0);
 }
 
 void PrintErrorStack() {

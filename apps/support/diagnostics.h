@@ -7,6 +7,9 @@ namespace apps {
 /// start; `program` is borrowed.
 void SetUpDiagnostics(const char* program, bool verbose);
 
+/// Has the channel's own lines written to the log: its failures, or every step where `verbose`.
+void LogChannelLines(bool verbose);
+
 /// Writes the error stack to standard error.
 void PrintErrorStack();
 

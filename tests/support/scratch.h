@@ -39,9 +39,13 @@ private:
 };
 
 /// The names of the machine's shared objects, kept apart from every other test's: on Linux a shared-memory folder of
-/// its own. Windows has no such thing; test programs that use machine-wide names run one at a time there.
+/// its own. Windows has no such thing; test programs that use machine-wide names run one at a time there. What programs
+/// leave, and on Linux what they remember, is kept apart too.
 struct PrivateNames : ScratchFolder {
     const ScopedVariable variable{"GAIZIOR_SHM_DIR", Path().string().c_str()};
+    const ScratchFolder records;
+    const ScopedVariable state{"GAIZIOR_STATE_DIR", records.Path().string().c_str()};
+    const ScopedVariable registry{"GAIZIOR_REGISTRY_DIR", records.File("registry").c_str()};
 };
 
 } // namespace gaizior::test

@@ -1,0 +1,147 @@
+#include "apps/bench/commands.h"
+#include "apps/bench/output.h"
+#include "gaizior/config/file_utils.h"
+#include "gaizior/config/read_cfg.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace apps {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// As few digits as tell the number exactly.
+std::string NumberText(double value) {
+    std::array<char, 32> digits{};
+    return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr};
+}
+
+Outcome Open(const char* function, ZRReadCfgC& reader, const std::string& path) {
+    const auto code = reader.OpenFileName(path.c_str());
+    if (code == ZRErrors::e_General_NoError) {
+        return std::nullopt;
+    }
+    std::error_code none;
+    const bool isThere = fs::exists(path, none);
+    return Fail(function, code, isThere ? Exit::kFailed : Exit::kNotFound,
+                path + (isThere ? ": the file cannot be read: " + ErrorText(code) : ": there is no such file"));
+}
+
+/// Where a line's text ends.
+std::size_t EndOfLine(const std::string& text, std::size_t from) {
+    return std::min(text.find_first_of("\r\n", from), text.size());
+}
+
+/// The length that the library gives a token's line, without its end.
+std::size_t LengthOfLine(const SetTokenOptions& options, const fs::path& scratch) {
+    std::ofstream(scratch) << ' ';
+    ZRReadCfgC writer;
+    writer.OpenFileName(scratch.string().c_str());
+    writer.WriteToken(options.token.c_str(), options.values.data(), static_cast<unsigned>(options.values.size()), 0);
+    writer.CloseFile(1);
+    std::ifstream file(scratch, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    return EndOfLine(text, 0) - 1;
+}
+
+/// The library replaces a line by one of the same length without touching what follows; a longer one would take the
+/// next line's text with it. So the old line is made as long as the new one first.
+std::string WithRoom(std::string text, const std::string& token, std::size_t length) {
+    const std::size_t begin = text.find(token);
+    if (begin == text.npos) {
+        const bool isWhole = text.empty() || text.ends_with('\n') || text.ends_with('\r');
+        return isWhole ? text : text + (text.find('\r') == text.npos ? "\n" : "\r\n"); // the new line is one of its own
+    }
+    const std::size_t end = EndOfLine(text, begin);
+    return text.replace(begin + token.size(), end - begin - token.size(), length - token.size(), ' ');
+}
+
+/// A file of our own beside another, removed at the end.
+class Scratch {
+public:
+    explicit Scratch(const std::string& path)
+        : m_path(path + '.' + std::to_string(::GetCurrentProcessId()) + ".tmp") {}
+    ~Scratch() {
+        std::error_code none;
+        fs::remove(m_path, none);
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    const fs::path& Path() const {
+        return m_path;
+    }
+
+private:
+    fs::path m_path;
+};
+
+} // namespace
+
+Outcome GetTokenCommand(const GetTokenOptions& options) {
+    constexpr const char* kFunction = "GetTokenCommand(): ";
+    ZRReadCfgC reader;
+    if (Outcome failure = Open(kFunction, reader, options.file)) {
+        return failure;
+    }
+    std::vector<double> values(options.count);
+    auto code = ZRErrors::e_General_NoError;
+    for (unsigned i = 1; i <= options.occurrence && code != ZRErrors::e_File_EndOfFile; ++i) {
+        const bool isWanted = i == options.occurrence;
+        code = reader.ReadToken(options.token.c_str(), values.data(), isWanted ? options.count : 0, 1);
+    }
+    if (code == ZRErrors::e_File_EndOfFile) {
+        return Fail(kFunction, code, Exit::kNotFound, options.file + " has no such token '" + options.token + "'");
+    }
+    if (code != ZRErrors::e_General_NoError) {
+        return Fail(kFunction, code, Exit::kFailed,
+                    options.file + ": '" + options.token + "' is not followed by " +
+                        Counted(options.count, "number"));
+    }
+    JsonArray array;
+    std::string line;
+    for (const double value : values) {
+        array.Add(NumberText(value));
+        line += (line.empty() ? "" : " ") + NumberText(value);
+    }
+    const JsonObject object =
+        JsonObject().Text("file", options.file).Text("token", options.token).Value("values", array.Json());
+    std::printf("%s\n", options.json ? object.Json().c_str() : line.c_str());
+    return std::nullopt;
+}
+
+Outcome SetTokenCommand(const SetTokenOptions& options) {
+    constexpr const char* kFunction = "SetTokenCommand(): ";
+    std::error_code none;
+    std::ifstream file(options.file, std::ios::binary);
+    if (!file && fs::exists(options.file, none)) {
+        return Fail(kFunction, kFileNotRead, Exit::kFailed, options.file + ": the file cannot be read");
+    }
+    const std::string before{std::istreambuf_iterator<char>(file), {}};
+    const Scratch scratch(options.file);
+    const std::size_t length = LengthOfLine(options, scratch.Path());
+    std::ofstream(scratch.Path(), std::ios::binary) << WithRoom(before, options.token, length);
+    ZRReadCfgC writer;
+    auto code = writer.OpenFileName(scratch.Path().string().c_str());
+    if (code == ZRErrors::e_General_NoError) {
+        code = writer.WriteToken(options.token.c_str(), options.values.data(),
+                                 static_cast<unsigned>(options.values.size()), 0);
+    }
+    if (code == ZRErrors::e_General_NoError) {
+        code = writer.CloseFile(1);
+    }
+    if (code == ZRErrors::e_General_NoError &&
+        !ZRFileUtilsC::CopyFile(scratch.Path().string().c_str(), options.file.c_str(), 0)) {
+        code = ZRErrors::e_File_CopyFailed;
+    }
+    return code == ZRErrors::e_General_NoError
+               ? Outcome()
+               : Fail(kFunction, code, Exit::kFailed,
+                      options.file + ": '" + options.token + "' cannot be written: " + ErrorText(code));
+}
+
+} // namespace apps

@@ -1,0 +1,163 @@
+#include "apps/bench/command_line.h"
+
+#include "apps/bench/commands.h"
+
+namespace apps {
+namespace {
+
+constexpr const char* kHistoryExamples = R"(Examples:
+  bench history list          which plates this machine has exposed
+  bench history follow        and each one to come
+)";
+
+constexpr const char* kListHistoryExamples = R"(Without FILE, the history of the imager 101: this user's, or else the
+machine's. An imager adds a line for each plate.
+
+Examples:
+  bench history list
+  bench history list --last 20
+  bench history list imager-201.history --json
+)";
+
+constexpr const char* kFollowHistoryExamples = R"(Prints what is there, then each line as it comes, until Ctrl-C.
+
+Examples:
+  bench history follow --last 5
+  bench history follow --json
+)";
+
+constexpr const char* kCfgExamples = R"(Files of tokens: a label, and the numbers behind it.
+
+Examples:
+  bench cfg get drum.cfg gain
+  bench cfg set drum.cfg gain 1.25
+)";
+
+constexpr const char* kGetTokenExamples = R"(A token is found wherever its letters stand, also inside a longer word.
+
+Examples:
+  bench cfg get drum.cfg gain
+  bench cfg get drum.cfg offset --count 3
+  bench cfg get drum.cfg zone --occurrence 2 --json
+)";
+
+constexpr const char* kSetTokenExamples = R"(Replaces the rest of the line behind the token's first occurrence, or adds
+a line at the end. Numbers have six significant digits. The other lines
+stay as they are.
+
+Examples:
+  bench cfg set drum.cfg gain 1.25
+  bench cfg set drum.cfg offset 0.1 -0.2 3e-4
+)";
+
+constexpr const char* kPrefsExamples = R"(What the programs remember, for each user and for the whole machine: on
+Windows in the registry. What a user has not set, the machine tells.
+
+Examples:
+  bench prefs list            and where each value came from
+  bench prefs set LogLevel 10
+                              the imager's log tells more from its next
+                              start on
+)";
+
+constexpr const char* kListPrefsExamples = R"(A line for each: its name, the level that it comes from, its value.
+
+Examples:
+  bench prefs list
+  bench prefs list --machine
+  bench prefs list --key Platesetter/Imager/201 --json
+)";
+
+constexpr const char* kGetPrefExamples = R"(The user's value, or else the machine's; --json tells which.
+
+Examples:
+  bench prefs get PlatesExposed
+  bench prefs get LogLevel --machine
+)";
+
+constexpr const char* kSetPrefExamples = R"(Writes the user's level, or with --machine the machine's, for which the
+system may want an administrator. A value keeps the type that it has.
+
+Examples:
+  bench prefs set LogLevel 10
+  bench prefs set HistoryLines 50000 --machine
+  bench prefs set Owner "Press room 2" --type text
+)";
+
+void AddLast(CLI::App& command, std::size_t& last) {
+    command.add_option("--last", last, "Only so many lines of what is there (default all)")
+        ->check(Within(1, 1000000))
+        ->type_name("N");
+}
+
+void AddHistory(CommandLine& line) {
+    CLI::App& history = line.AddGroup({"history", "Show which plates were exposed", kHistoryExamples});
+    const auto add = [&](const Help& help, auto function) {
+        const auto [command, options] = line.Add<HistoryOptions>(history, help, function);
+        command.add_option("FILE", options.file, "The history to read")->type_name("");
+        AddLast(command, options.last);
+        AddJson(command, options.json);
+    };
+    add({"list", "What is in it", kListHistoryExamples}, ListHistoryCommand);
+    add({"follow", "The same, and each plate to come", kFollowHistoryExamples}, FollowHistoryCommand);
+}
+
+void AddCfg(CommandLine& line) {
+    CLI::App& cfg = line.AddGroup({"cfg", "Read and change a file of tokens and numbers", kCfgExamples});
+    const auto [get, asked] =
+        line.Add<GetTokenOptions>(cfg, {"get", "The numbers behind a token", kGetTokenExamples}, GetTokenCommand);
+    get.add_option("FILE", asked.file, "The file to read")->required()->type_name("");
+    get.add_option("TOKEN", asked.token, "The label")->required()->type_name("");
+    get.add_option("--count", asked.count, "So many numbers")
+        ->check(Within(1, 10000))
+        ->type_name("N")
+        ->capture_default_str();
+    get.add_option("--occurrence", asked.occurrence, "Where the label stands several times: which one")
+        ->check(Within(1, 1000000))
+        ->type_name("N")
+        ->capture_default_str();
+    AddJson(get, asked.json);
+
+    const auto [set, told] =
+        line.Add<SetTokenOptions>(cfg, {"set", "Change a token's numbers", kSetTokenExamples}, SetTokenCommand);
+    set.add_option("FILE", told.file, "The file to change")->required()->type_name("");
+    set.add_option("TOKEN", told.token, "The label")->required()->type_name("");
+    set.add_option("VALUES", told.values, "The numbers")->required()->type_name("");
+}
+
+void AddKey(CLI::App& command, PrefsKey& key, const char* machine) {
+    command.add_option("--key", key.path, "Whose they are")->type_name("KEY")->capture_default_str();
+    command.add_flag("--machine", key.machine, machine);
+}
+
+void AddPrefs(CommandLine& line) {
+    constexpr const char* kMachineAlone = "The machine's level alone";
+    CLI::App& prefs = line.AddGroup({"prefs", "Read and change preferences", kPrefsExamples});
+    const auto [list, listed] =
+        line.Add<ListPrefsOptions>(prefs, {"list", "All of them", kListPrefsExamples}, ListPrefsCommand);
+    AddKey(list, listed, kMachineAlone);
+    AddJson(list, listed.json);
+
+    const auto [get, asked] = line.Add<GetPrefOptions>(prefs, {"get", "One of them", kGetPrefExamples}, GetPrefCommand);
+    get.add_option("NAME", asked.name, "Its name")->required()->type_name("");
+    AddKey(get, asked, kMachineAlone);
+    AddJson(get, asked.json);
+
+    const auto [set, told] = line.Add<SetPrefOptions>(prefs, {"set", "Change one", kSetPrefExamples}, SetPrefCommand);
+    set.add_option("NAME", told.name, "Its name")->required()->type_name("");
+    set.add_option("VALUE", told.value, "What it is to be")->required()->type_name("");
+    set.add_option("--type", told.type, "number or text (default: what it was, or what VALUE looks like)")
+        ->check(CLI::IsMember({"number", "text"}))
+        ->type_name("TYPE");
+    AddKey(set, told, "At the machine's level");
+}
+
+} // namespace
+
+void AddSettingsCommands(CommandLine& line) {
+    AddHistory(line);
+    AddCfg(line);
+    AddPrefs(line);
+}
+
+} // namespace apps
