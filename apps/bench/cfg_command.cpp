@@ -64,8 +64,7 @@ std::string WithRoom(std::string text, const std::string& token, std::size_t len
 /// A file of our own beside another, removed at the end.
 class Scratch {
 public:
-    explicit Scratch(const std::string& path)
-        : m_path(path + '.' + std::to_string(::GetCurrentProcessId()) + ".tmp") {}
+    explicit Scratch(const std::string& path) : m_path(path + '.' + std::to_string(::GetCurrentProcessId()) + ".tmp") {}
     ~Scratch() {
         std::error_code none;
         fs::remove(m_path, none);
@@ -99,8 +98,7 @@ Outcome GetTokenCommand(const GetTokenOptions& options) {
     }
     if (code != ZRErrors::e_General_NoError) {
         return Fail(kFunction, code, Exit::kFailed,
-                    options.file + ": '" + options.token + "' is not followed by " +
-                        Counted(options.count, "number"));
+                    options.file + ": '" + options.token + "' is not followed by " + Counted(options.count, "number"));
     }
     JsonArray array;
     std::string line;

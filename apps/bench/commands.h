@@ -97,7 +97,7 @@ std::string DefaultPrefsKey();
 /// Where preferences stand.
 struct PrefsKey {
     std::string path = DefaultPrefsKey(); ///< three parts, apart by slashes or backslashes
-    bool machine = false; ///< the machine's level alone
+    bool machine = false;                 ///< the machine's level alone
 };
 struct ListPrefsOptions : PrefsKey {
     bool json = false;

@@ -93,8 +93,8 @@ Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
     }
     const auto code = gaizior::FoldSystemError(static_cast<DWORD>(error));
     return Fail("ReadLevel(): ", code, Exit::kFailed,
-                std::string("the ") + (machine ? "machine's" : "user's") + " preferences cannot be read: " +
-                    ErrorText(code));
+                std::string("the ") + (machine ? "machine's" : "user's") +
+                    " preferences cannot be read: " + ErrorText(code));
 }
 
 /// What holds for the user: the machine's values, and over them the user's own.
@@ -127,8 +127,8 @@ std::string AsJson(const Preference& preference) {
 std::optional<unsigned long> ParseNumber32(const std::string& text) {
     unsigned long long number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool fits = error == std::errc() && end == text.data() + text.size() &&
-                      number <= std::numeric_limits<std::uint32_t>::max();
+    const bool fits =
+        error == std::errc() && end == text.data() + text.size() && number <= std::numeric_limits<std::uint32_t>::max();
     return fits ? std::optional(static_cast<unsigned long>(number)) : std::nullopt;
 }
 

@@ -39,7 +39,7 @@ std::string PathIn(const std::string& folder, const std::string& name, const cha
 } // namespace
 
 Records::Log::Log(std::uint16_t id, bool tee) : ZRLogFileC(tee) {
-    const Branding branding = ReadBranding("Platesetter");
+    const Branding branding = ReadBranding(BrandingPath(), kProductPart);
     m_about = VersionText("imager") + ", ID " + std::to_string(id) + ", process " +
               std::to_string(::GetCurrentProcessId()) + ", product '" + branding.product + "' of '" +
               branding.manufacturer + "', support: " + branding.recipients;

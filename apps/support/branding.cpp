@@ -13,15 +13,18 @@ constexpr const char* kSupport = "support@localhost";
 
 } // namespace
 
-Branding ReadBranding(const char* program) {
+std::string BrandingPath() {
+    return ProgramPath().replace_filename(ZRIniFileC::OEM_CONFIG_INI_FILE).string();
+}
+
+Branding ReadBranding(const std::string& path, const char* product) {
     using Ini = ZRIniFileC;
-    Branding branding{kManufacturer, program, kSupport, {}, {}};
-    const std::filesystem::path path = ProgramPath().replace_filename(Ini::OEM_CONFIG_INI_FILE);
+    Branding branding{kManufacturer, product, kSupport, {}, {}};
     std::error_code none;
     if (!std::filesystem::exists(path, none)) {
         return branding;
     }
-    Ini file(path.string().c_str(), 1);
+    Ini file(path.c_str(), 1);
     const struct {
         const char *section, *key;
         std::string& value;

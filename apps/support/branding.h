@@ -14,8 +14,10 @@ struct Branding {
     std::string subject;
 };
 
-/// Reads it; a missing file is none, what is wrong with one stands in the log. `program`: what is the product unless
-/// the file names one.
-Branding ReadBranding(const char* program);
+/// Reads such a file; a missing one is none, what is wrong with one stands in the log. `product`: its name unless the
+/// file tells another.
+Branding ReadBranding(const std::string& path, const char* product);
+/// The path of the one beside the running program.
+std::string BrandingPath();
 
 } // namespace apps

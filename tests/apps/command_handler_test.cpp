@@ -69,9 +69,12 @@ TEST_F(CommandHandlerTest, TheEngineTakesItsTimeAndTellsWhereItIs) {
         double seconds;
         std::int32_t progress;
         const char *separation, *plate;
-    } steps[] = {{0, 0, "Cyan", "1"}, {30, 286, "Cyan", "1"}, {22.4, 499, "Black", "2"}, {52.3, 998, "Black", "3"}};
-    for (const auto& [seconds, progress, separation, plate] : steps) {
+        std::size_t exposed;
+    } steps[] = {
+        {0, 0, "Cyan", "1", 0}, {30, 286, "Cyan", "1", 0}, {22.4, 499, "Black", "2", 1}, {52.3, 998, "Black", "3", 1}};
+    for (const auto& [seconds, progress, separation, plate, exposed] : steps) {
         EXPECT_TRUE(m_handler.Advance(seconds).empty());
+        EXPECT_EQ(m_handler.TakeExposures().size(), exposed);
         const Message told = m_handler.Progress()->message;
         EXPECT_TRUE(told.type == kProgress && told.value == progress) << told.value;
         EXPECT_EQ(FindParameter(told.text, "separation"), separation);
@@ -185,6 +188,9 @@ TEST_F(CommandHandlerTest, StopEndsTheRunningJobAndAnswersBoth) {
     EXPECT_EQ(answers[0].message.value, kJobStopped);
     EXPECT_TRUE(answers[1].destination == kOther && answers[1].message.value == ZRErrors::e_General_NoError);
     EXPECT_TRUE(m_handler.IsStopped());
+    const std::vector<Exposure> exposures = m_handler.TakeExposures();
+    ASSERT_EQ(exposures.size(), 1u);
+    EXPECT_TRUE(exposures[0].isSpoiled && exposures[0].job == kJob.name && exposures[0].separation == "Cyan");
     EXPECT_EQ(State(), "exposed") << "the plate is spoiled";
     EXPECT_TRUE(m_handler.Advance(kLongEnough).empty());
 }
