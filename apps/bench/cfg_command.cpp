@@ -1,14 +1,14 @@
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
-#include "gaizior/config/file_utils.h"
+#include "apps/bench/scratch_file.h"
 #include "gaizior/config/read_cfg.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <system_error>
 
 namespace apps {
 namespace {
@@ -37,16 +37,22 @@ std::size_t EndOfLine(const std::string& text, std::size_t from) {
     return std::min(text.find_first_of("\r\n", from), text.size());
 }
 
-/// The length that the library gives a token's line, without its end.
-std::size_t LengthOfLine(const SetTokenOptions& options, const fs::path& scratch) {
-    std::ofstream(scratch) << ' ';
+/// Writes the token's line to the scratch file as the library does.
+ZRErrors::ZRErrorT Write(const SetTokenOptions& options, const ScratchFile& scratch) {
     ZRReadCfgC writer;
-    writer.OpenFileName(scratch.string().c_str());
-    writer.WriteToken(options.token.c_str(), options.values.data(), static_cast<unsigned>(options.values.size()), 0);
-    writer.CloseFile(1);
-    std::ifstream file(scratch, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    return EndOfLine(text, 0) - 1;
+    auto code = writer.OpenFileName(scratch.Path().c_str());
+    if (code == ZRErrors::e_General_NoError) {
+        code = writer.WriteToken(options.token.c_str(), options.values.data(),
+                                 static_cast<unsigned>(options.values.size()), 0);
+    }
+    return code == ZRErrors::e_General_NoError ? writer.CloseFile(1) : code;
+}
+
+/// The length that the library gives a token's line, without its end; 0 where that cannot be found out.
+std::size_t LengthOfLine(const SetTokenOptions& options, const ScratchFile& scratch) {
+    std::string text;
+    const bool isWritten = scratch.Write("") && Write(options, scratch) == ZRErrors::e_General_NoError;
+    return isWritten && ReadFile(scratch.Path(), text) ? EndOfLine(text, 0) : 0;
 }
 
 /// The library replaces a line by one of the same length without touching what follows; a longer one would take the
@@ -60,24 +66,6 @@ std::string WithRoom(std::string text, const std::string& token, std::size_t len
     const std::size_t end = EndOfLine(text, begin);
     return text.replace(begin + token.size(), end - begin - token.size(), length - token.size(), ' ');
 }
-
-/// A file of our own beside another, removed at the end.
-class Scratch {
-public:
-    explicit Scratch(const std::string& path) : m_path(path + '.' + std::to_string(::GetCurrentProcessId()) + ".tmp") {}
-    ~Scratch() {
-        std::error_code none;
-        fs::remove(m_path, none);
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    const fs::path& Path() const {
-        return m_path;
-    }
-
-private:
-    fs::path m_path;
-};
 
 } // namespace
 
@@ -115,31 +103,18 @@ Outcome GetTokenCommand(const GetTokenOptions& options) {
 Outcome SetTokenCommand(const SetTokenOptions& options) {
     constexpr const char* kFunction = "SetTokenCommand(): ";
     std::error_code none;
-    std::ifstream file(options.file, std::ios::binary);
-    if (!file && fs::exists(options.file, none)) {
+    std::string before;
+    if (!ReadFile(options.file, before) && fs::exists(options.file, none)) {
         return Fail(kFunction, kFileNotRead, Exit::kFailed, options.file + ": the file cannot be read");
     }
-    const std::string before{std::istreambuf_iterator<char>(file), {}};
-    const Scratch scratch(options.file);
-    const std::size_t length = LengthOfLine(options, scratch.Path());
-    std::ofstream(scratch.Path(), std::ios::binary) << WithRoom(before, options.token, length);
-    ZRReadCfgC writer;
-    auto code = writer.OpenFileName(scratch.Path().string().c_str());
-    if (code == ZRErrors::e_General_NoError) {
-        code = writer.WriteToken(options.token.c_str(), options.values.data(),
-                                 static_cast<unsigned>(options.values.size()), 0);
-    }
-    if (code == ZRErrors::e_General_NoError) {
-        code = writer.CloseFile(1);
-    }
-    if (code == ZRErrors::e_General_NoError &&
-        !ZRFileUtilsC::CopyFile(scratch.Path().string().c_str(), options.file.c_str(), 0)) {
-        code = ZRErrors::e_File_CopyFailed;
-    }
-    return code == ZRErrors::e_General_NoError
-               ? Outcome()
-               : Fail(kFunction, code, Exit::kFailed,
-                      options.file + ": '" + options.token + "' cannot be written: " + ErrorText(code));
+    const ScratchFile scratch(options.file);
+    const std::size_t length = LengthOfLine(options, scratch);
+    const bool isDone = length > 0 && scratch.Write(WithRoom(std::move(before), options.token, length)) &&
+                        Write(options, scratch) == ZRErrors::e_General_NoError && scratch.Save();
+    return isDone ? Outcome()
+                  : Fail(kFunction, kFileNotWritten, Exit::kFailed,
+                         options.file + ": '" + options.token +
+                             "' cannot be written: check the folder, which takes a file beside this one");
 }
 
 } // namespace apps

@@ -26,6 +26,43 @@ Examples:
   bench history follow --json
 )";
 
+constexpr const char* kIniExamples = R"(INI files, plain ones or encoded ones, as oemconfig.ini is.
+
+Examples:
+  bench ini list oemconfig.ini
+  bench ini set oemconfig.ini mail recipients service@example.com
+)";
+
+constexpr const char* kGetIniExamples = R"(Examples:
+  bench ini get oemconfig.ini manufacturer product
+  bench ini get oemconfig.ini manufacturer product --json
+)";
+
+constexpr const char* kSetIniExamples = R"(Changes one line, or adds it; a file that is missing is made. An encoded
+file stays encoded.
+
+Examples:
+  bench ini set oemconfig.ini manufacturer product "Plate 8"
+)";
+
+constexpr const char* kListIniExamples = R"(Examples:
+  bench ini list oemconfig.ini
+  bench ini list oemconfig.ini mail --json
+)";
+
+constexpr const char* kEncodeIniExamples = R"(Encoding conceals, it protects nothing: whoever has these programs can
+decode the file.
+
+Examples:
+  bench ini encode samples/oemconfig.ini build/linux/bin/oemconfig.ini
+                              brand the programs there
+)";
+
+constexpr const char* kDecodeIniExamples = R"(Examples:
+  bench ini decode oemconfig.ini
+  bench ini decode oemconfig.ini plain.ini
+)";
+
 constexpr const char* kCfgExamples = R"(Files of tokens: a label, and the numbers behind it.
 
 Examples:
@@ -102,12 +139,51 @@ void AddHistory(CommandLine& line) {
     add({"follow", "The same, and each plate to come", kFollowHistoryExamples}, FollowHistoryCommand);
 }
 
+void AddFile(CLI::App& command, std::string& file, const char* help) {
+    command.add_option("FILE", file, help)->required()->type_name("");
+}
+
+void AddWord(CLI::App& command, const char* name, std::string& word, const char* help) {
+    command.add_option(name, word, help)->required()->type_name("");
+}
+
+void AddIni(CommandLine& line) {
+    constexpr const char* kSection = "The section's name";
+    CLI::App& ini = line.AddGroup({"ini", "Read and change INI files, plain or encoded", kIniExamples});
+    const auto [get, asked] = line.Add<GetIniOptions>(ini, {"get", "One value", kGetIniExamples}, GetIniCommand);
+    AddFile(get, asked.file, "The file to read");
+    AddWord(get, "SECTION", asked.section, kSection);
+    AddWord(get, "KEY", asked.key, "The key's name");
+    AddJson(get, asked.json);
+
+    const auto [set, told] = line.Add<SetIniOptions>(ini, {"set", "Change a value", kSetIniExamples}, SetIniCommand);
+    AddFile(set, told.file, "The file to change");
+    AddWord(set, "SECTION", told.section, kSection);
+    AddWord(set, "KEY", told.key, "The key's name");
+    AddWord(set, "VALUE", told.value, "What it is to be");
+
+    const auto [list, listed] = line.Add<ListIniOptions>(ini, {"list", "All of it", kListIniExamples}, ListIniCommand);
+    AddFile(list, listed.file, "The file to read");
+    list.add_option("SECTION", listed.section, kSection)->type_name("");
+    AddJson(list, listed.json);
+
+    const auto [encode, plain] = line.Add<EncodeIniOptions>(
+        ini, {"encode", "Make an encoded file of a plain one", kEncodeIniExamples}, EncodeIniCommand);
+    AddFile(encode, plain.file, "The plain file");
+    AddWord(encode, "TO", plain.to, "The encoded file");
+
+    const auto [decode, encoded] = line.Add<DecodeIniOptions>(
+        ini, {"decode", "Show the text of an encoded file", kDecodeIniExamples}, DecodeIniCommand);
+    AddFile(decode, encoded.file, "The encoded file");
+    decode.add_option("TO", encoded.to, "Where to write it (default: standard output)")->type_name("");
+}
+
 void AddCfg(CommandLine& line) {
     CLI::App& cfg = line.AddGroup({"cfg", "Read and change a file of tokens and numbers", kCfgExamples});
     const auto [get, asked] =
         line.Add<GetTokenOptions>(cfg, {"get", "The numbers behind a token", kGetTokenExamples}, GetTokenCommand);
-    get.add_option("FILE", asked.file, "The file to read")->required()->type_name("");
-    get.add_option("TOKEN", asked.token, "The label")->required()->type_name("");
+    AddFile(get, asked.file, "The file to read");
+    AddWord(get, "TOKEN", asked.token, "The label");
     get.add_option("--count", asked.count, "So many numbers")
         ->check(Within(1, 10000))
         ->type_name("N")
@@ -120,8 +196,8 @@ void AddCfg(CommandLine& line) {
 
     const auto [set, told] =
         line.Add<SetTokenOptions>(cfg, {"set", "Change a token's numbers", kSetTokenExamples}, SetTokenCommand);
-    set.add_option("FILE", told.file, "The file to change")->required()->type_name("");
-    set.add_option("TOKEN", told.token, "The label")->required()->type_name("");
+    AddFile(set, told.file, "The file to change");
+    AddWord(set, "TOKEN", told.token, "The label");
     set.add_option("VALUES", told.values, "The numbers")->required()->type_name("");
 }
 
@@ -139,13 +215,13 @@ void AddPrefs(CommandLine& line) {
     AddJson(list, listed.json);
 
     const auto [get, asked] = line.Add<GetPrefOptions>(prefs, {"get", "One of them", kGetPrefExamples}, GetPrefCommand);
-    get.add_option("NAME", asked.name, "Its name")->required()->type_name("");
+    AddWord(get, "NAME", asked.name, "Its name");
     AddKey(get, asked, kMachineAlone);
     AddJson(get, asked.json);
 
     const auto [set, told] = line.Add<SetPrefOptions>(prefs, {"set", "Change one", kSetPrefExamples}, SetPrefCommand);
-    set.add_option("NAME", told.name, "Its name")->required()->type_name("");
-    set.add_option("VALUE", told.value, "What it is to be")->required()->type_name("");
+    AddWord(set, "NAME", told.name, "Its name");
+    AddWord(set, "VALUE", told.value, "What it is to be");
     set.add_option("--type", told.type, "number or text (default: what it was, or what VALUE looks like)")
         ->check(CLI::IsMember({"number", "text"}))
         ->type_name("TYPE");
@@ -156,6 +232,7 @@ void AddPrefs(CommandLine& line) {
 
 void AddSettingsCommands(CommandLine& line) {
     AddHistory(line);
+    AddIni(line);
     AddCfg(line);
     AddPrefs(line);
 }

@@ -76,6 +76,37 @@ struct HistoryOptions {
 Outcome ListHistoryCommand(const HistoryOptions& options);
 Outcome FollowHistoryCommand(const HistoryOptions& options, const Interrupt& interrupt);
 
+struct GetIniOptions {
+    std::string file; ///< plain or encoded
+    std::string section;
+    std::string key;
+    bool json = false;
+};
+Outcome GetIniCommand(const GetIniOptions& options);
+struct SetIniOptions {
+    std::string file;
+    std::string section;
+    std::string key;
+    std::string value;
+};
+Outcome SetIniCommand(const SetIniOptions& options);
+struct ListIniOptions {
+    std::string file;
+    std::string section; ///< empty: all
+    bool json = false;
+};
+Outcome ListIniCommand(const ListIniOptions& options);
+struct EncodeIniOptions {
+    std::string file;
+    std::string to;
+};
+Outcome EncodeIniCommand(const EncodeIniOptions& options);
+struct DecodeIniOptions {
+    std::string file;
+    std::string to; ///< empty: standard output
+};
+Outcome DecodeIniCommand(const DecodeIniOptions& options);
+
 struct GetTokenOptions {
     std::string file;
     std::string token;

@@ -189,9 +189,8 @@ Outcome PrintHistory(const HistoryOptions& options, const Interrupt* follows) {
         return Fail(kFunction, kNameNotFound, Exit::kNotFound,
                     path + ": there is no such history: an imager makes one with its first plate");
     }
-    if (!std::fstream(path)) { // the library reads histories so
-        return Fail(kFunction, kFileNotRead, Exit::kFailed,
-                    path + ": the history cannot be opened to read and write: copy it, or ask as the imager's user");
+    if (!std::ifstream(path)) {
+        return Fail(kFunction, kFileNotRead, Exit::kFailed, path + ": the history cannot be read");
     }
     std::vector<std::string> lines = ReadLines(path);
     const std::size_t count = options.last > 0 ? std::min(lines.size(), options.last) : lines.size();
