@@ -39,6 +39,7 @@
 #include "gaizior/comms/message.h"
 #include "gaizior/comms/packet.h"
 #include "gaizior/config/file_utils.h"
+#include "gaizior/config/history.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/errors/error_record.h"
 #include "gaizior/errors/error_stack.h"
