@@ -39,6 +39,8 @@
 #include "gaizior/comms/message.h"
 #include "gaizior/comms/packet.h"
 #include "gaizior/config/file_utils.h"
+#include "gaizior/config/history.h"
+#include "gaizior/config/read_cfg.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/errors/error_record.h"
 #include "gaizior/errors/error_stack.h"

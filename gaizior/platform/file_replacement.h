@@ -29,6 +29,10 @@ public:
     /// dropped.
     /// @param access for a file that does not exist yet.
     bool Open(const char* path, FileAccess access = FileAccess::Default);
+    /// The temporary file; empty when nothing is open.
+    const std::string& TemporaryPath() const {
+        return m_temporary;
+    }
     /// Takes as much as memory and disk hold; fails with 6 when nothing is open.
     bool Write(std::string_view bytes);
     /// Writes a copy of a whole file, which keeps its last-write time, and its permissions where there is no old file.

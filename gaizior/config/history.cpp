@@ -1,0 +1,424 @@
+#include "gaizior/config/history.h"
+
+#include "gaizior/config/file_utils.h"
+#include "gaizior/config/memory_guard.h"
+#include "gaizior/errors/failure.h"
+#include "gaizior/platform/crash_point.h"
+#include "gaizior/platform/file_lock.h"
+#include "gaizior/platform/file_replacement.h"
+#include "gaizior/platform/files.h"
+#include "gaizior/platform/line_end.h"
+#include "gaizior/platform/timing.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <streambuf>
+#include <string_view>
+#include <utility>
+
+namespace gaizior {
+namespace {
+
+constexpr const char* kCreate = "ZRHistoryC::Create(): ";
+constexpr const char* kLogIt = "ZRHistoryC::LogIt(): ";
+constexpr const char* kTruncateLog = "ZRHistoryC::TruncateLog(): ";
+
+constexpr unsigned kFormat = 1;
+constexpr unsigned kTraceLevel = 15;
+constexpr unsigned long kNoLimit = 0xFFFFFFFF;
+constexpr DWORD kLockTimeout = 60'000;
+constexpr std::size_t kLargestFile = std::size_t{1} << 30;
+
+constexpr int kEnd = std::char_traits<char>::eof();
+/// As many characters of a line tell what it is.
+constexpr std::size_t kTelling = 3;
+
+// --- Stamps ----------------------------------------------------------------------------------------------------------
+
+std::string DateAndTime(char between) {
+    const SYSTEMTIME now = LocalNow();
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%02u/%02u/%04u%c%02u:%02u:%02u", now.wMonth, now.wDay, now.wYear, between,
+                  now.wHour, now.wMinute, now.wSecond);
+    return text.data();
+}
+
+std::string Header(const char* columnHeadings) {
+    std::array<char, 16> format{};
+    std::snprintf(format.data(), format.size(), "0x%08x\n", kFormat);
+    return format.data() + ("First created: (mm/dd/yyyy): " + DateAndTime(' ')) + "\ndate\ttime\t" +
+           OrEmpty(columnHeadings) + "\n\n";
+}
+
+/// Text as the system's text files have it.
+std::string AsFileText(const std::string& text) {
+    return ReplaceLineEnds(text, kUnixLineEnd, kLineEnd);
+}
+
+// --- Scanning --------------------------------------------------------------------------------------------------------
+
+/// Reaches the characters that a buffer holds ready, so that none of them costs a virtual call.
+struct Ready : std::streambuf {
+    static std::string_view Characters(const std::streambuf& buffer) {
+        return {(buffer.*&Ready::gptr)(), (buffer.*&Ready::egptr)()};
+    }
+    static void Skip(std::streambuf& buffer, std::size_t count) {
+        (buffer.*&Ready::gbump)(static_cast<int>(count));
+    }
+};
+
+constexpr bool IsLineEnd(int character) {
+    return character == '\r' || character == '\n';
+}
+
+/// @returns the position of the first line end; the text's size where there is none.
+std::size_t FindLineEnd(std::string_view text) {
+    constexpr std::size_t kPart = 512; // of another line end than the file's nothing is found, each time
+    for (std::size_t begin = 0; begin < text.size(); begin += kPart) {
+        std::string_view part = text.substr(begin, kPart);
+        part = part.substr(0, part.find('\n'));
+        part = part.substr(0, part.find('\r'));
+        if (begin + part.size() < text.size() && part.size() < kPart) {
+            return begin + part.size();
+        }
+    }
+    return text.size();
+}
+
+bool Put(std::streambuf* out, std::string_view text) {
+    const auto size = static_cast<std::streamsize>(text.size());
+    return !out || out->sputn(text.data(), size) == size;
+}
+
+/// Passes what is left of a line. @returns whether it could be copied.
+bool PassLine(std::streambuf& in, std::streambuf* out) {
+    while (in.sgetc() != kEnd) {
+        const std::string_view ready = Ready::Characters(in);
+        const std::size_t length = FindLineEnd(ready);
+        if (!Put(out, ready.substr(0, length))) {
+            return false;
+        }
+        Ready::Skip(in, length);
+        if (length < ready.size()) {
+            break;
+        }
+    }
+    return true;
+}
+
+/// Puts characters back in front of what is still to be read, beyond the buffer's edge too.
+bool PutBack(std::streambuf& in, std::string_view text) {
+    return std::all_of(text.rbegin(), text.rend(), [&](char character) { return in.sputbackc(character) != kEnd; });
+}
+
+/// Moves to the next data line: see SeekToData. @param out takes what is passed; null for nothing.
+ZRErrors::ZRErrorT Scan(std::streambuf& in, std::streambuf* out, unsigned int& state) {
+    std::array<char, kTelling> held{};
+    std::size_t count = 0;
+    bool isBehindLineEnd = false;
+    for (;;) {
+        if (state >= kTelling && !PassLine(in, out)) {
+            return ZRErrors::e_File_WriteFailed;
+        }
+        const int character = in.sbumpc();
+        if (character == kEnd) {
+            return ZRErrors::e_File_EndOfFile;
+        }
+        const char byte = std::char_traits<char>::to_char_type(character);
+        std::string_view passed;
+        if (IsLineEnd(character)) {
+            passed = {&byte, 1};
+            isBehindLineEnd = true;
+            state = 0;
+            count = 0;
+        } else {
+            held[count++] = byte;
+            if (++state == kTelling) {
+                passed = {held.data(), count};
+                count = 0;
+            }
+        }
+        if (state == kTelling && byte == '/' && isBehindLineEnd) {
+            state = kTelling - 1; // so that the line that begins here is passed by the next scan
+            return PutBack(in, passed) ? ZRErrors::e_General_NoError : ZRErrors::e_File_ReadFailed;
+        }
+        if (!Put(out, passed)) {
+            return ZRErrors::e_File_WriteFailed;
+        }
+    }
+}
+
+/// Reads a text in memory.
+class Source : public std::streambuf {
+public:
+    explicit Source(std::string& text, std::size_t position = 0) {
+        setg(text.data(), text.data() + position, text.data() + text.size());
+    }
+    std::string_view Rest() const {
+        return {gptr(), egptr()};
+    }
+};
+
+/// Takes up to `size` characters.
+class Sink : public std::streambuf {
+public:
+    explicit Sink(std::size_t size) : m_characters(std::make_unique_for_overwrite<char[]>(size)) {
+        setp(m_characters.get(), m_characters.get() + size);
+    }
+    std::string_view Taken() const {
+        return {pbase(), pptr()};
+    }
+
+private:
+    std::unique_ptr<char[]> m_characters;
+};
+
+// --- The file --------------------------------------------------------------------------------------------------------
+
+/// Makes a history without lines. One that another process has made meanwhile is as good.
+ZRErrors::ZRErrorT MakeFile(const char* path, const char* columnHeadings) {
+    FileReplacement file;
+    if (!file.Open(path)) {
+        return Fail(kCreate, ZRErrors::e_File_OpenFailed, "failed to open file:", path);
+    }
+    if (!(file.Write(AsFileText(Header(columnHeadings))) && file.Commit(false)) &&
+        ::GetLastError() != ERROR_FILE_EXISTS) {
+        return Fail(kCreate, ZRErrors::e_File_WriteFailed, "failed writing to: ", path);
+    }
+    return ZRErrors::e_General_NoError;
+}
+
+ZRErrors::ZRErrorT Append(const char* path, const std::string& line, bool& isWritten) {
+    File file = File::OpenToAppend(path);
+    if (!file) {
+        return Fail(kLogIt, ZRErrors::e_File_OpenFailed, "failed to open file:", path);
+    }
+    isWritten = file.Write(line);
+    CrashPoint();
+    return ZRErrors::e_General_NoError;
+}
+
+} // namespace
+} // namespace gaizior
+
+using gaizior::Fail;
+
+/// A stream of the scanner's kind over a buffer.
+class ZRHistoryC::TextStream : public std::fstream {
+public:
+    explicit TextStream(std::streambuf& buffer) {
+        std::ios::rdbuf(&buffer);
+    }
+};
+
+ZRHistoryC::ZRHistoryC() = default;
+ZRHistoryC::ZRHistoryC(const ZRHistoryC& other)
+    : m_strFilePath(other.m_strFilePath), m_nScanState(other.m_nScanState), m_nMaxLines(other.m_nMaxLines) {}
+ZRHistoryC::~ZRHistoryC() = default;
+
+ZRHistoryC::HistoryEnumeratorC ZRHistoryC::GetEnumerator() {
+    return HistoryEnumeratorC(m_strFilePath);
+}
+
+const char* ZRHistoryC::GetFilePath() {
+    return m_strFilePath;
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::Create(const char* path, const char* columnHeadings, unsigned int maxLines) {
+    ZRCriticalSectionC::ZRCriticalSectionUserC user(&m_CS);
+    if (const auto error = user.EnterCriticalSection(gaizior::kCreate, gaizior::kNoLimit)) {
+        return error;
+    }
+    if (!m_strFilePath.IsEmpty()) {
+        return ZRErrors::e_General_NoError;
+    }
+    return gaizior::GuardMemory(gaizior::kCreate, [&] {
+        m_strFilePath = path;
+        m_nMaxLines = maxLines;
+        return ZRFileUtilsC::FileExists(path) ? ZRErrors::e_General_NoError : gaizior::MakeFile(path, columnHeadings);
+    });
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::LogIt(const char* text) {
+    ZRCriticalSectionC::ZRCriticalSectionUserC user(&m_CS);
+    if (const auto error = user.EnterCriticalSection(gaizior::kLogIt, gaizior::kNoLimit)) {
+        return error;
+    }
+    if (m_strFilePath.IsEmpty()) {
+        return Fail(gaizior::kLogIt, ZRErrors::e_File_InvalidName);
+    }
+    return gaizior::GuardMemory(gaizior::kLogIt, [&] {
+        const std::string line = gaizior::DateAndTime('\t') + '\t' + gaizior::OrEmpty(text) + '\n';
+        gaizior::FileLock lock; // a line that another process appends must not fall to this one's cut
+        const bool isLocked = lock.Acquire(m_strFilePath, gaizior::kLockTimeout);
+        const ZRErrors::ZRErrorT lockError = isLocked ? ZRErrors::e_General_NoError : gaizior::LastSystemError();
+        bool isWritten = false;
+        if (const auto error = gaizior::Append(m_strFilePath, gaizior::AsFileText(line), isWritten)) {
+            return error;
+        }
+        if (isLocked) {
+            TruncateLog();
+        } else {
+            gaizior::LogError(gaizior::kLogIt, "old lines stay, failed to lock: ", m_strFilePath,
+                              ", reason: ", gaizior::CodeText(lockError));
+        }
+        return isWritten ? ZRErrors::e_General_NoError
+                         : Fail(gaizior::kLogIt, ZRErrors::e_File_WriteFailed, "failed writing to: ", m_strFilePath);
+    });
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::TruncateLog() {
+    if (m_strFilePath.IsEmpty()) {
+        return Fail(gaizior::kTruncateLog, ZRErrors::e_File_InvalidName);
+    }
+    std::string contents;
+    {
+        gaizior::File file = gaizior::File::OpenToRead(m_strFilePath);
+        if (!file) {
+            return Fail(gaizior::kTruncateLog, ZRErrors::e_File_OpenFailed, "failed to open file:", m_strFilePath);
+        }
+        if (!file.ReadToEnd(contents, gaizior::kLargestFile)) {
+            return Fail(gaizior::kTruncateLog, ZRErrors::e_File_ReadFailed, "ERROR counting lines in:", m_strFilePath);
+        }
+    }
+    const unsigned int count = CountDataLines(contents);
+    gaizior::LogAt(gaizior::kTraceLevel, gaizior::kTruncateLog, "Data lines in file:", count);
+    return count > m_nMaxLines ? KeepNewest(contents, count) : ZRErrors::e_General_NoError;
+}
+
+unsigned int ZRHistoryC::CountDataLines(std::string& contents) {
+    gaizior::Source source(contents);
+    TextStream in(source);
+    unsigned int count = 0;
+    SeekToData();
+    while (SeekToData(in) == ZRErrors::e_General_NoError) {
+        ++count;
+    }
+    return count; // in memory nothing but the end ends it
+}
+
+/// Copies header and newest lines, as many as are to stay of `count`.
+ZRErrors::ZRErrorT ZRHistoryC::CopyNewest(std::string& contents, unsigned int count, std::fstream& out) {
+    gaizior::Source source(contents);
+    TextStream in(source);
+    SeekToData();
+    ZRErrors::ZRErrorT code = SeekToData(in, out, 1);
+    for (; code == ZRErrors::e_General_NoError && m_nMaxLines < count; --count) {
+        code = SeekToData(in);
+    }
+    while (code == ZRErrors::e_General_NoError) {
+        code = SeekToData(in, out, 1);
+    }
+    return code == ZRErrors::e_File_EndOfFile ? ZRErrors::e_General_NoError : code;
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::KeepNewest(std::string& contents, unsigned int count) {
+    gaizior::Sink kept(contents.size());
+    TextStream out(kept);
+    gaizior::FileReplacement file;
+    ZRErrors::ZRErrorT code = CopyNewest(contents, count, out);
+    const bool isOpen = file.Open(m_strFilePath);
+    const std::string temporary = file.TemporaryPath();
+    if (code == ZRErrors::e_General_NoError && !(isOpen && file.Write(kept.Taken()))) {
+        code = ZRErrors::e_File_WriteFailed;
+    }
+    if (code != ZRErrors::e_General_NoError) {
+        return Fail(gaizior::kTruncateLog, code, "Failed copying data lines from file:", m_strFilePath,
+                    ", to: ", temporary);
+    }
+    return file.Commit() ? code
+                         : Fail(gaizior::kTruncateLog, ZRErrors::e_File_CopyFailed, "Failed copying file: ", temporary,
+                                ", to: ", m_strFilePath);
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::SeekToData() {
+    ZRCriticalSectionC::ZRCriticalSectionUserC user(&m_CS);
+    const auto error = user.EnterCriticalSection("ZRHistoryC::SeekToData(): ", gaizior::kNoLimit);
+    if (error == 0) {
+        m_nScanState = 0;
+    }
+    return error;
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::SeekToData(std::fstream& in) {
+    return SeekToData(in, in, 0);
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::SeekToData(std::fstream& in, std::fstream& out, int copy) {
+    ZRCriticalSectionC::ZRCriticalSectionUserC user(&m_CS);
+    if (const auto error = user.EnterCriticalSection("ZRHistoryC::SeekToData(): ", gaizior::kNoLimit)) {
+        return error;
+    }
+    return SeekToData(in, out, m_nScanState, copy);
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::SeekToData(std::fstream& in, std::fstream& out, unsigned int& state, int copy) {
+    if (in.eof()) {
+        return ZRErrors::e_File_EndOfFile;
+    }
+    if (!in) {
+        return ZRErrors::e_File_ReadFailed;
+    }
+    if (!out) {
+        return ZRErrors::e_File_WriteFailed;
+    }
+    const ZRErrors::ZRErrorT code = gaizior::Scan(*in.std::ios::rdbuf(), copy ? out.std::ios::rdbuf() : nullptr, state);
+    if (code == ZRErrors::e_File_EndOfFile) {
+        in.setstate(std::ios::eofbit);
+    } else if (code == ZRErrors::e_File_ReadFailed) {
+        in.setstate(std::ios::badbit);
+    } else if (code == ZRErrors::e_File_WriteFailed) {
+        out.setstate(std::ios::badbit);
+    }
+    return code;
+}
+
+// --- Reading ---------------------------------------------------------------------------------------------------------
+
+ZRHistoryC::HistoryEnumeratorC::HistoryEnumeratorC(const HistoryEnumeratorC& other) = default;
+ZRHistoryC::HistoryEnumeratorC& ZRHistoryC::HistoryEnumeratorC::operator=(const HistoryEnumeratorC& other) = default;
+ZRHistoryC::HistoryEnumeratorC::~HistoryEnumeratorC() = default;
+
+ZRHistoryC::HistoryEnumeratorC::HistoryEnumeratorC(const char* path) {
+    constexpr const char* kFunction = "ZRHistoryC::HistoryEnumeratorC::HistoryEnumeratorC(): ";
+    std::string contents;
+    gaizior::File file = gaizior::File::OpenToRead(path);
+    if (!file) {
+        gaizior::LogError(kFunction, "failed to open file:", path);
+        return;
+    }
+    m_bFailed = !file.ReadToEnd(contents, gaizior::kLargestFile);
+    if (m_bFailed) {
+        gaizior::LogError(kFunction, "failed reading from: ", path);
+        return;
+    }
+    m_pContents = std::make_shared<std::string>(std::move(contents));
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::HistoryEnumeratorC::NextElement(ZRCString& line) {
+    line.Empty();
+    if (!m_pContents) {
+        return std::exchange(m_bFailed, false) ? ZRErrors::e_File_ReadFailed : ZRErrors::e_File_EndOfFile;
+    }
+    gaizior::Source source(*m_pContents, m_nPosition);
+    unsigned int state = 0;
+    if (const auto error = gaizior::Scan(source, nullptr, state)) {
+        SetEnded();
+        return error;
+    }
+    const std::string_view rest = source.Rest();
+    const std::string_view found = rest.substr(0, gaizior::FindLineEnd(rest));
+    line = std::string(found).c_str();
+    m_nPosition = m_pContents->size() - rest.size() + found.size(); // at the line end, which the next scan needs
+    if (found.size() == rest.size()) {
+        SetEnded();
+    }
+    return ZRErrors::e_General_NoError;
+}
+
+void ZRHistoryC::HistoryEnumeratorC::SetEnded() {
+    m_pContents = nullptr;
+    m_bFailed = false;
+}
