@@ -24,6 +24,7 @@ constexpr const char* kBenchExamples = R"(Examples:
   bench convert 25.4mm --dpi 2400
   bench guid new
   bench channel status
+  bench log logs --since "10 min ago"
 'bench COMMAND --help' tells more about each.
 )";
 
@@ -79,6 +80,7 @@ CommandLine::CommandLine() {
     AddJobCommands(*this);
     AddValueCommands(*this);
     AddChannelCommands(*this);
+    AddRecordCommands(*this);
 }
 
 CLI::App& CommandLine::AddNamed(CLI::App& parent, const Help& help) {

@@ -64,6 +64,7 @@ private:
 void AddJobCommands(CommandLine& line);
 void AddValueCommands(CommandLine& line);
 void AddChannelCommands(CommandLine& line);
+void AddRecordCommands(CommandLine& line); // what a machine remembers: logs
 
 // What several commands have.
 
