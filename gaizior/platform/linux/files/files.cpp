@@ -1,4 +1,5 @@
 #include "gaizior/platform/file_system.h"
+#include "gaizior/platform/linux/files/lock.h"
 #include "gaizior/platform/linux/files/path_error.h"
 #include "gaizior/platform/linux/files/retry.h"
 #include "gaizior/platform/linux/files/size_limit.h"
@@ -6,7 +7,9 @@
 
 #include <array>
 #include <climits>
+#include <memory>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +24,7 @@ using platform::Retry;
 
 constexpr mode_t kReadAndWrite = 0666; // less the umask
 constexpr mode_t kByUserAlone = 0600;
+constexpr DWORD kLockTimeout = 1000; // ms
 
 /// Without waiting for the other end of a pipe.
 FileHandle Open(const std::string& path, int flags, mode_t mode = 0) {
@@ -53,6 +57,10 @@ FileHandle OpenToRead(const std::string& path) {
 
 FileHandle OpenToAppend(const std::string& path) {
     return Open(path, O_WRONLY | O_APPEND | O_CREAT, kReadAndWrite);
+}
+
+FileHandle OpenExistingToAppend(const std::string& path) {
+    return Open(path, O_WRONLY | O_APPEND);
 }
 
 FileHandle CreateNew(const std::string& path, FileAccess access) {
@@ -121,6 +129,20 @@ bool Remove(const std::string& path) {
     return ::unlink(path.c_str()) == 0 || FailPath(path);
 }
 
+bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status)) {
+    const FileHandle file = OpenToRead(path);
+    // Nothing else than this takes a file's own lock.
+    if (!file || !platform::LockFile(file, kLockTimeout)) {
+        return false;
+    }
+    FileStatus locked{}, named{};
+    const bool isKnown = Query(file, locked);
+    const bool isStillThere = Query(path, named) && named.device == locked.device && named.id == locked.id;
+    const bool succeeded = isKnown && (!isStillThere || !isUnwanted(locked) || Remove(path));
+    Unlock(file);
+    return succeeded;
+}
+
 bool CreateFolder(const std::string& path) {
     if (::mkdir(path.c_str(), 0777) == 0) {
         return true;
@@ -134,6 +156,20 @@ bool CreateFolder(const std::string& path) {
     return false;
 }
 
+bool ListFolder(const std::string& path, std::vector<std::string>& names) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(path.c_str()), &::closedir); // out of a child's reach
+    if (!folder) {
+        return errno == ENOENT ? Fail(ERROR_PATH_NOT_FOUND) : FailErrno();
+    }
+    errno = 0;
+    while (const dirent* const entry = ::readdir(folder.get())) {
+        if (const std::string_view name = entry->d_name; name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    return errno == 0 || FailErrno();
+}
+
 bool GetCurrentFolder(std::string& path) {
     std::array<char, PATH_MAX> buffer;
     if (!::getcwd(buffer.data(), buffer.size())) {
@@ -144,3 +180,5 @@ bool GetCurrentFolder(std::string& path) {
 }
 
 } // namespace gaizior::file_system
+
+void gaizior::UseSystemLineEnds(std::string& /*text*/) {}
