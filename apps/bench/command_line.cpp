@@ -26,6 +26,7 @@ constexpr const char* kBenchExamples = R"(Examples:
   bench history list
   bench prefs list
   bench channel status
+  bench log logs --since "10 min ago"
 'bench COMMAND --help' tells more about each.
 )";
 
@@ -82,6 +83,7 @@ CommandLine::CommandLine() {
     AddValueCommands(*this);
     AddSettingsCommands(*this);
     AddChannelCommands(*this);
+    AddRecordCommands(*this);
 }
 
 CLI::App& CommandLine::AddNamed(CLI::App& parent, const Help& help) {

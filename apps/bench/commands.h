@@ -179,4 +179,16 @@ struct WatchOptions {
 };
 Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt);
 
+struct LogOptions {
+    std::vector<std::string> paths;
+    int level = -1;    ///< the highest to show; -1: all
+    std::string since; ///< as people write it; empty: from the beginning
+    std::string until;
+    std::string grep;
+    std::string process; ///< empty: all
+    bool follow = false;
+    bool json = false;
+};
+Outcome LogCommand(const LogOptions& options, const Interrupt& interrupt);
+
 } // namespace apps

@@ -64,7 +64,10 @@ std::string Painted(Stream stream, Colour colour, std::string_view text) {
     if ((noColour && *noColour) || !HasColour(stream)) {
         return std::string(text);
     }
-    const char* begin = colour == Colour::kGood ? "\x1b[32m" : colour == Colour::kBad ? "\x1b[31m" : "\x1b[2m";
+    const char* begin = colour == Colour::kGood     ? "\x1b[32m"
+                        : colour == Colour::kNotice ? "\x1b[33m"
+                        : colour == Colour::kBad    ? "\x1b[31m"
+                                                    : "\x1b[2m";
     return begin + std::string(text) + "\x1b[0m";
 }
 

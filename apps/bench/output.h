@@ -8,7 +8,7 @@
 
 namespace apps {
 
-enum class Colour { kGood, kBad, kFaint };
+enum class Colour { kGood, kNotice, kBad, kFaint };
 
 /// The text in a colour where the stream is a terminal and NO_COLOR is not set, else as it is.
 std::string Painted(Stream stream, Colour colour, std::string_view text);
