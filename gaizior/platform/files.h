@@ -20,7 +20,8 @@ struct FileStatus {
     bool isFolder;
     ULONGLONG size; ///< bytes
     FILETIME lastWrite;
-    ULONGLONG device; ///< with `id`: which file it is; another one under the same name has other numbers
+    FILETIME lastChange; ///< of contents, name or rights, which on Linux nobody can set; on Windows the last write
+    ULONGLONG device;    ///< with `id`: which file it is; another one under the same name has other numbers
     ULONGLONG id;
 };
 

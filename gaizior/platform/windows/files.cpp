@@ -124,6 +124,7 @@ bool Query(const FileHandle& file, FileStatus& status) {
     status = {.isFolder = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
               .size = Join(information.nFileSizeHigh, information.nFileSizeLow),
               .lastWrite = information.ftLastWriteTime,
+              .lastChange = information.ftLastWriteTime,
               .device = information.dwVolumeSerialNumber,
               .id = Join(information.nFileIndexHigh, information.nFileIndexLow)};
     return true;

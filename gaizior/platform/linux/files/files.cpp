@@ -37,6 +37,7 @@ FileStatus ToStatus(const struct stat& status) {
     return {.isFolder = S_ISDIR(status.st_mode),
             .size = static_cast<ULONGLONG>(status.st_size),
             .lastWrite = platform::ToFileTime(platform::ToTicks(status.st_mtim)),
+            .lastChange = platform::ToFileTime(platform::ToTicks(status.st_ctim)),
             .device = status.st_dev,
             .id = status.st_ino};
 }
