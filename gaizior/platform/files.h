@@ -39,7 +39,7 @@ public:
     /// Opens a file, or makes an empty one; each Write goes to its end. Folders are refused (5).
     static File OpenToAppend(const char* path);
     /// Makes a file to write under a name that nothing else in `folder` has, which is empty or ends with a separator;
-    /// `path` receives it. The caller removes it.
+    /// `path` receives it. The caller removes it; what a killed process leaves, RemoveLeftFiles does.
     static File CreateUnique(const std::string& folder, FileAccess access, std::string& path);
 
     explicit operator bool() const {
@@ -97,5 +97,14 @@ bool ListFolder(const char* path, std::vector<std::string>& names);
 
 /// The current folder's path, in the system's own form.
 bool GetCurrentFolder(std::string& path);
+
+/// The folder for files that nobody keeps, with a separator at its end: TMPDIR or the system's; on Windows the user's.
+bool GetTemporaryFolder(std::string& path);
+
+/// The path that names the same file wherever the current folder is, in the system's own form.
+bool GetFullPath(const char* path, std::string& fullPath);
+
+/// Removes what processes that have ended left in a folder under the names of CreateUnique, as far as this user may.
+void RemoveLeftFiles(const std::string& folder);
 
 } // namespace gaizior

@@ -181,6 +181,23 @@ bool GetCurrentFolder(std::string& path) {
     return true;
 }
 
+bool GetTemporaryFolder(std::string& path) {
+    std::array<char, MAX_PATH + 1> buffer;
+    const DWORD length = ::GetTempPathA(buffer.size(), buffer.data());
+    path.assign(buffer.data(), length);
+    return length > 0;
+}
+
+bool GetFullPath(const std::string& path, std::string& fullPath) {
+    std::string buffer(::GetFullPathNameA(path.c_str(), 0, nullptr, nullptr), '\0');
+    const DWORD length = ::GetFullPathNameA(path.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(), nullptr);
+    if (length == 0 || length >= buffer.size()) {
+        return false;
+    }
+    fullPath.assign(buffer, 0, length);
+    return true;
+}
+
 bool FindTarget(const std::string& path, Target& target) {
     return Resolve(path, GENERIC_WRITE | FILE_READ_ATTRIBUTES, target);
 }

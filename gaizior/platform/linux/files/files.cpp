@@ -6,6 +6,7 @@
 
 #include <array>
 #include <climits>
+#include <cstdlib>
 #include <memory>
 
 #include <dirent.h>
@@ -157,6 +158,27 @@ bool GetCurrentFolder(std::string& path) {
         return FailErrno();
     }
     path = buffer.data();
+    return true;
+}
+
+bool GetTemporaryFolder(std::string& path) {
+    const char* const folder = ::secure_getenv("TMPDIR");
+    path = folder && *folder ? folder : "/tmp";
+    if (!path.ends_with('/')) {
+        path += '/';
+    }
+    return true;
+}
+
+bool GetFullPath(const std::string& path, std::string& fullPath) {
+    if (path.starts_with('/')) {
+        fullPath = path;
+        return true;
+    }
+    if (!GetCurrentFolder(fullPath)) {
+        return false;
+    }
+    fullPath.append("/").append(path);
     return true;
 }
 
