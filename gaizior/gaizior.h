@@ -9,11 +9,14 @@
 /// @dir gaizior/comms
 /// The message channel between processes, its messages, and objects that threads share.
 
+/// @dir gaizior/config
+/// What a machine keeps in files.
+
 /// @dir gaizior/errors
 /// Result codes with their messages, the error stack, and a failure in other forms.
 
 /// @dir gaizior/logging
-/// The log stream and the debug print.
+/// The log stream, the log file and the debug print.
 
 /// @dir gaizior/platform
 /// The calls of the operating system, and what declarations are marked with.
@@ -35,6 +38,7 @@
 #include "gaizior/comms/comm_object.h"
 #include "gaizior/comms/message.h"
 #include "gaizior/comms/packet.h"
+#include "gaizior/config/file_utils.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/errors/error_record.h"
 #include "gaizior/errors/error_stack.h"
@@ -42,7 +46,9 @@
 #include "gaizior/errors/error_text.h"
 #include "gaizior/errors/exception.h"
 #include "gaizior/logging/debug_print.h"
+#include "gaizior/logging/log_file.h"
 #include "gaizior/logging/log_stream.h"
+#include "gaizior/logging/log_utils.h"
 #include "gaizior/plates/machine_transform.h"
 #include "gaizior/plates/plate.h"
 #include "gaizior/plates/plate_details.h"

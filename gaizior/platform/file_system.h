@@ -12,6 +12,7 @@ namespace gaizior::file_system {
 
 FileHandle OpenToRead(const std::string& path);
 FileHandle OpenToAppend(const std::string& path);
+FileHandle OpenExistingToAppend(const std::string& path);
 /// Fails with ERROR_FILE_EXISTS for a name that is taken.
 FileHandle CreateNew(const std::string& path, FileAccess access);
 
@@ -27,7 +28,9 @@ bool Flush(const FileHandle& file);
 bool Query(const FileHandle& file, FileStatus& status);
 bool Query(const std::string& path, FileStatus& status);
 bool Remove(const std::string& path);
-bool SetHidden(const std::string& path, bool isHidden);
+bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status));
+bool ReadAttributes(const std::string& path, DWORD& attributes);
+bool WriteAttributes(const std::string& path, DWORD attributes);
 bool CreateFolder(const std::string& path);
 /// Adds the names to `names`.
 bool ListFolder(const std::string& path, std::vector<std::string>& names);

@@ -43,6 +43,10 @@ File File::OpenToAppend(const char* path) {
     return File(OnPath(path, [](const std::string& it) { return file_system::OpenToAppend(it); }), true);
 }
 
+File File::OpenExistingToAppend(const char* path) {
+    return File(OnPath(path, [](const std::string& it) { return file_system::OpenExistingToAppend(it); }), true);
+}
+
 File File::CreateUnique(const std::string& folder, FileAccess access, std::string& path) {
     const auto create = [&](const std::string& systemFolder) {
         FileHandle handle;
@@ -121,6 +125,10 @@ bool RemoveFile(const char* path) {
     return OnPath(path, [](const std::string& it) { return file_system::Remove(it); });
 }
 
+bool RemoveFileIf(const char* path, bool (*isUnwanted)(const FileStatus& status)) {
+    return OnPath(path, [&](const std::string& it) { return file_system::RemoveIf(it, isUnwanted); });
+}
+
 bool CopyWholeFile(const char* source, const char* destination, bool failIfExists) {
     File file = File::OpenToRead(source);
     FileStatus status{};
@@ -132,8 +140,12 @@ bool CopyWholeFile(const char* source, const char* destination, bool failIfExist
     return file && copy.Open(destination, FileAccess::Private) && copy.Copy(file) && copy.Commit(!failIfExists);
 }
 
-bool SetHidden(const char* path, bool isHidden) {
-    return OnPath(path, [&](const std::string& it) { return file_system::SetHidden(it, isHidden); });
+bool ReadAttributes(const char* path, DWORD& attributes) {
+    return OnPath(path, [&](const std::string& it) { return file_system::ReadAttributes(it, attributes); });
+}
+
+bool WriteAttributes(const char* path, DWORD attributes) {
+    return OnPath(path, [&](const std::string& it) { return file_system::WriteAttributes(it, attributes); });
 }
 
 bool CreateFolder(const char* path) {

@@ -38,6 +38,8 @@ public:
     static File OpenToRead(const char* path);
     /// Opens a file, or makes an empty one; each Write goes to its end. Folders are refused (5).
     static File OpenToAppend(const char* path);
+    /// The same for a file that exists (2 and 3 where it does not).
+    static File OpenExistingToAppend(const char* path);
     /// Makes a file to write under a name that nothing else in `folder` has, which is empty or ends with a separator;
     /// `path` receives it. The caller removes it; what a killed process leaves, RemoveLeftFiles does.
     static File CreateUnique(const std::string& folder, FileAccess access, std::string& path);
@@ -79,14 +81,29 @@ bool ReadWholeFile(const char* path, std::string& contents, std::size_t limit);
 /// (5); on Linux its folder decides.
 bool RemoveFile(const char* path);
 
+/// Removes a file if `isUnwanted` says so of it. It is the file that was looked at that goes: none that another caller
+/// has made under its name meanwhile. Of those that call this for a file at a time one goes on, the others wait for it,
+/// a second at most (1460).
+bool RemoveFileIf(const char* path, bool (*isUnwanted)(const FileStatus& status));
+
+/// Makes the line feeds of a text the line ends that text files have on this system.
+void UseSystemLineEnds(std::string& text);
+
 /// Copies contents, permissions and last-write time by a FileReplacement: the destination is the old file or a whole
 /// copy. One that exists keeps its own permissions. A file is not copied onto itself (32).
 /// @param failIfExists leaves a destination that exists alone (80).
 bool CopyWholeFile(const char* source, const char* destination, bool failIfExists);
 
-/// Sets or takes the hidden attribute; on Linux the extended attribute user.DOSATTRIB, as file servers understand it
-/// (50 where the file system has none).
-bool SetHidden(const char* path, bool isHidden);
+/// The attribute of what is not to be listed, among those that Windows keeps of files and folders.
+inline constexpr DWORD kHiddenAttribute = 0x2;
+
+/// Reads a file's or folder's attributes; on Linux those of the extended attribute user.DOSATTRIB, as file servers
+/// understand it, and none where there is no such attribute.
+bool ReadAttributes(const char* path, DWORD& attributes);
+
+/// Writes attributes that were read. On Linux fails with 50 where the file system has no extended attributes, unless
+/// there is nothing to change.
+bool WriteAttributes(const char* path, DWORD attributes);
 
 /// Makes one folder; its parent must exist (3), it must not (183). errno tells the same: ENOENT, also for a parent that
 /// is a file, and EEXIST.

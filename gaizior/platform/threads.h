@@ -16,6 +16,16 @@ inline DWORD CurrentThreadId() {
 #endif
 }
 
+/// GetThreadPriority of the calling thread; one that CreateThread has not started is at THREAD_PRIORITY_NORMAL on
+/// Linux.
+#ifdef _WIN32
+inline int CurrentThreadPriority() {
+    return ::GetThreadPriority(::GetCurrentThread());
+}
+#else
+int CurrentThreadPriority();
+#endif
+
 /// SuspendThread, but returns when the thread has stopped: Windows' own may return before.
 inline DWORD SuspendUntilStopped(HANDLE thread) {
     const DWORD before = ::SuspendThread(thread);

@@ -63,10 +63,6 @@ const char* NameAt(const char* const (&names)[Size], std::size_t index) {
 
 } // namespace
 
-const char* const DayOfWeek[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-const char* const MonthOfYear[13] = {kNoName, "Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                     "Jul",   "Aug", "Sep", "Oct", "Nov", "Dec"};
-
 // --- Stamps ----------------------------------------------------------------------------------------------------------
 
 RealSecondsC::RealSecondsC() : m_liCount(Count()) {}

@@ -7,17 +7,13 @@
 /// zone, reach as far as the system's own (FILETIME up to 0x7FFFFFFFFFFFFFFF, in the year 30828; SYSTEMTIME up to the
 /// end of 30827) and answer with zeros what lies beyond. Any thread may call any function.
 
+#include "gaizior/logging/log_utils.h" // the names of days and months
 #include "gaizior/platform/export.h"
 #include "gaizior/platform/windows_api.h"
 
 #include <cstdint>
 #include <ctime>
 #include <ostream>
-
-/// "Sun" to "Sat": the names of the week days 0 to 6.
-extern GAIZIOR_API const char* const DayOfWeek[7];
-/// "Jan" to "Dec": the names of the months 1 to 12. At 0 stands "???".
-extern GAIZIOR_API const char* const MonthOfYear[13];
 
 /// A stamp of the system's high-resolution counter: measures what time has passed, and what is left of a time-out.
 ///

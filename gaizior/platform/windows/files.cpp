@@ -52,6 +52,16 @@ bool SetBasicInformation(const FileHandle& file, FILE_BASIC_INFO information) {
     return ::SetFileInformationByHandle(file.Get(), FileBasicInfo, &information, sizeof(information)) != FALSE;
 }
 
+/// Removes the file that is open, and its name at once where the file system can, else with the last handle.
+bool RemoveOpen(const FileHandle& file) {
+    constexpr auto kDispositionEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21); // FileDispositionInfoEx
+    DWORD deleteWithPosixSemantics = 1 | 2;
+    FILE_DISPOSITION_INFO disposition{.DeleteFile = TRUE};
+    return ::SetFileInformationByHandle(file.Get(), kDispositionEx, &deleteWithPosixSemantics,
+                                        sizeof deleteWithPosixSemantics) ||
+           ::SetFileInformationByHandle(file.Get(), FileDispositionInfo, &disposition, sizeof disposition);
+}
+
 /// Finds out which file `path` leads to, and opens it when there is one.
 bool Resolve(const std::string& path, DWORD access, Target& target) {
     target.path = path;
@@ -76,6 +86,10 @@ FileHandle OpenToRead(const std::string& path) {
 
 FileHandle OpenToAppend(const std::string& path) {
     return Open(path, GENERIC_WRITE, OPEN_ALWAYS);
+}
+
+FileHandle OpenExistingToAppend(const std::string& path) {
+    return Open(path, GENERIC_WRITE, OPEN_EXISTING);
 }
 
 FileHandle CreateNew(const std::string& path, FileAccess /*access*/) {
@@ -131,7 +145,11 @@ bool Query(const FileHandle& file, FileStatus& status) {
 }
 
 bool Query(const std::string& path, FileStatus& status) {
-    const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    if (!file) { // perhaps a link that leads nowhere
+        file =
+            Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
+    }
     return file && Query(file, status);
 }
 
@@ -139,13 +157,19 @@ bool Remove(const std::string& path) {
     return ::DeleteFileA(path.c_str()) != FALSE;
 }
 
-bool SetHidden(const std::string& path, bool isHidden) {
-    const DWORD before = ::GetFileAttributesA(path.c_str());
-    if (before == INVALID_FILE_ATTRIBUTES) {
-        return false;
-    }
-    const DWORD others = before & ~static_cast<DWORD>(FILE_ATTRIBUTE_HIDDEN);
-    return ::SetFileAttributesA(path.c_str(), isHidden ? others | FILE_ATTRIBUTE_HIDDEN : others) != FALSE;
+bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status)) {
+    const FileHandle file = Open(path, GENERIC_READ | DELETE, OPEN_EXISTING);
+    FileStatus status{};
+    return file && Query(file, status) && (!isUnwanted(status) || RemoveOpen(file));
+}
+
+bool ReadAttributes(const std::string& path, DWORD& attributes) {
+    attributes = ::GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES;
+}
+
+bool WriteAttributes(const std::string& path, DWORD attributes) {
+    return ::SetFileAttributesA(path.c_str(), attributes) != FALSE;
 }
 
 bool CreateFolder(const std::string& path) {
@@ -272,3 +296,9 @@ void Unlock(const FileHandle& lock) {
 }
 
 } // namespace gaizior::file_system
+
+void gaizior::UseSystemLineEnds(std::string& text) {
+    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 2)) {
+        text.insert(end, 1, '\r');
+    }
+}

@@ -1,4 +1,5 @@
 #include "gaizior/platform/file_system.h"
+#include "gaizior/platform/linux/files/lock.h"
 #include "gaizior/platform/linux/files/path_error.h"
 #include "gaizior/platform/linux/files/retry.h"
 #include "gaizior/platform/linux/files/size_limit.h"
@@ -24,6 +25,7 @@ using platform::Retry;
 
 constexpr mode_t kReadAndWrite = 0666; // less the umask
 constexpr mode_t kByUserAlone = 0600;
+constexpr DWORD kLockTimeout = 1000; // ms
 
 /// Without waiting for the other end of a pipe.
 FileHandle Open(const std::string& path, int flags, mode_t mode = 0) {
@@ -57,6 +59,10 @@ FileHandle OpenToRead(const std::string& path) {
 
 FileHandle OpenToAppend(const std::string& path) {
     return Open(path, O_WRONLY | O_APPEND | O_CREAT, kReadAndWrite);
+}
+
+FileHandle OpenExistingToAppend(const std::string& path) {
+    return Open(path, O_WRONLY | O_APPEND);
 }
 
 FileHandle CreateNew(const std::string& path, FileAccess access) {
@@ -125,6 +131,20 @@ bool Remove(const std::string& path) {
     return ::unlink(path.c_str()) == 0 || FailPath(path);
 }
 
+bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status)) {
+    const FileHandle file = OpenToRead(path);
+    // Nothing else than this takes a file's own lock.
+    if (!file || !platform::LockFile(file, kLockTimeout)) {
+        return false;
+    }
+    FileStatus locked{}, named{};
+    const bool isKnown = Query(file, locked);
+    const bool isStillThere = Query(path, named) && named.device == locked.device && named.id == locked.id;
+    const bool succeeded = isKnown && (!isStillThere || !isUnwanted(locked) || Remove(path));
+    Unlock(file);
+    return succeeded;
+}
+
 bool CreateFolder(const std::string& path) {
     if (::mkdir(path.c_str(), 0777) == 0) {
         return true;
@@ -183,3 +203,5 @@ bool GetFullPath(const std::string& path, std::string& fullPath) {
 }
 
 } // namespace gaizior::file_system
+
+void gaizior::UseSystemLineEnds(std::string& /*text*/) {}

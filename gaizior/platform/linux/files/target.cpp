@@ -1,5 +1,6 @@
 #include "gaizior/platform/file_system.h"
 #include "gaizior/platform/linux/files/attributes.h"
+#include "gaizior/platform/linux/files/lock.h"
 #include "gaizior/platform/linux/files/path_error.h"
 #include "gaizior/platform/linux/files/retry.h"
 #include "gaizior/platform/path.h"
@@ -126,19 +127,7 @@ FileHandle Lock(const std::string& path, DWORD milliseconds) {
     if (!Resolve(path, target)) {
         return {};
     }
-    const ULONGLONG start = TickCount();
-    while (::flock(target.folder.Get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK) {
-            FailErrno();
-            return {};
-        }
-        if (milliseconds != INFINITE && TickCount() - start >= milliseconds) {
-            Fail(ERROR_TIMEOUT);
-            return {};
-        }
-        SleepFor(kPause);
-    }
-    return std::move(target.folder);
+    return platform::LockFile(target.folder, milliseconds) ? std::move(target.folder) : FileHandle();
 }
 
 void Unlock(const FileHandle& lock) {
@@ -146,3 +135,17 @@ void Unlock(const FileHandle& lock) {
 }
 
 } // namespace gaizior::file_system
+
+bool gaizior::platform::LockFile(const FileHandle& file, DWORD milliseconds) {
+    const ULONGLONG start = TickCount();
+    while (::flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) {
+            return FailErrno();
+        }
+        if (milliseconds != INFINITE && TickCount() - start >= milliseconds) {
+            return Fail(ERROR_TIMEOUT);
+        }
+        SleepFor(file_system::kPause);
+    }
+    return true;
+}

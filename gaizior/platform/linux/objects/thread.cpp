@@ -4,6 +4,7 @@
 #include "gaizior/platform/linux/system/niceness.h"
 #include "gaizior/platform/linux/system/service_thread.h"
 #include "gaizior/platform/linux/system/suspension.h"
+#include "gaizior/platform/threads.h"
 
 #include <algorithm>
 #include <atomic>
@@ -31,8 +32,8 @@ struct StartedThread {
     std::atomic<DWORD> id{0}; ///< set when all the rest is
     pthread_t thread{};
     Suspension suspension;
-    int priority = THREAD_PRIORITY_NORMAL; ///< under the lock of the thread's object
-    std::optional<DWORD> exitCode;         ///< nothing as long as it runs, and when it leaves by pthread_exit
+    std::atomic<int> priority{THREAD_PRIORITY_NORMAL}; ///< set under the lock of the thread's object
+    std::optional<DWORD> exitCode; ///< nothing as long as it runs, and when it leaves by pthread_exit
 };
 
 namespace {
@@ -248,9 +249,10 @@ BOOL gaizior_windows_api::SetThreadPriority(HANDLE handle, int priority) {
 
 int gaizior_windows_api::GetThreadPriority(HANDLE handle) {
     const CompletionRef thread = ReferToThread(handle);
-    if (!thread) {
-        return THREAD_PRIORITY_ERROR_RETURN;
-    }
-    const ObjectLock lock(thread.Pinned());
-    return StartedOf(thread).priority;
+    return thread ? StartedOf(thread).priority.load() : THREAD_PRIORITY_ERROR_RETURN;
+}
+
+int gaizior::CurrentThreadPriority() {
+    const StartedThread* const thread = CurrentThread().started;
+    return thread ? thread->priority.load() : THREAD_PRIORITY_NORMAL;
 }
