@@ -35,6 +35,8 @@ bool CreateFolder(const std::string& path);
 /// Adds the names to `names`.
 bool ListFolder(const std::string& path, std::vector<std::string>& names);
 bool GetCurrentFolder(std::string& path);
+bool GetTemporaryFolder(std::string& path);
+bool GetFullPath(const std::string& path, std::string& fullPath);
 
 /// A file that is to be replaced.
 struct Target {

@@ -5,6 +5,7 @@
 #include "gaizior/platform/file_replacement.h"
 #include "gaizior/platform/file_system.h"
 #include "gaizior/platform/path.h"
+#include "gaizior/platform/process_stamp.h"
 
 #include <algorithm>
 #include <array>
@@ -20,9 +21,16 @@ constexpr std::size_t kBlockSize = 65536;
 std::string UniqueName(const std::string& folder) {
     static std::atomic<unsigned> s_number{0};
     std::array<char, 64> name{};
-    std::snprintf(name.data(), name.size(), ".gaizior-%x-%x.tmp", static_cast<unsigned>(::GetCurrentProcessId()),
-                  ++s_number);
+    std::snprintf(name.data(), name.size(), ".gaizior-%x-%x-%x.tmp", static_cast<unsigned>(::GetCurrentProcessId()),
+                  static_cast<unsigned>(OwnStamp()), ++s_number);
     return folder + name.data();
+}
+
+bool IsLeft(const std::string& name) {
+    unsigned process = 0, stamp = 0, number = 0;
+    int length = 0;
+    return std::sscanf(name.c_str(), ".gaizior-%x-%x-%x.tmp%n", &process, &stamp, &number, &length) == 3 &&
+           static_cast<std::size_t>(length) == name.size() && HasProcessEnded(process, stamp);
 }
 
 } // namespace
@@ -151,6 +159,31 @@ bool ListFolder(const char* path, std::vector<std::string>& names) {
 
 bool GetCurrentFolder(std::string& path) {
     return FileCallPasses() && NoThrow([&] { return file_system::GetCurrentFolder(path); });
+}
+
+bool GetTemporaryFolder(std::string& path) {
+    return FileCallPasses() && NoThrow([&] { return file_system::GetTemporaryFolder(path); });
+}
+
+bool GetFullPath(const char* path, std::string& fullPath) {
+    return OnPath(path, [&](const std::string& it) {
+        ::SetLastError(ERROR_PATH_NOT_FOUND);
+        return !it.empty() && file_system::GetFullPath(it, fullPath);
+    });
+}
+
+void RemoveLeftFiles(const std::string& folder) {
+    const ErrorKeeper keeper;
+    std::vector<std::string> names;
+    ListFolder(folder.c_str(), names);
+    NoThrow([&] {
+        for (const std::string& name : names) {
+            if (IsLeft(name)) {
+                RemoveFile((folder + name).c_str());
+            }
+        }
+        return true;
+    });
 }
 
 } // namespace gaizior

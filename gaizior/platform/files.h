@@ -20,7 +20,8 @@ struct FileStatus {
     bool isFolder;
     ULONGLONG size; ///< bytes
     FILETIME lastWrite;
-    ULONGLONG device; ///< with `id`: which file it is; another one under the same name has other numbers
+    FILETIME lastChange; ///< of contents, name or rights, which on Linux nobody can set; on Windows the last write
+    ULONGLONG device;    ///< with `id`: which file it is; another one under the same name has other numbers
     ULONGLONG id;
 };
 
@@ -40,7 +41,7 @@ public:
     /// The same for a file that exists (2 and 3 where it does not).
     static File OpenExistingToAppend(const char* path);
     /// Makes a file to write under a name that nothing else in `folder` has, which is empty or ends with a separator;
-    /// `path` receives it. The caller removes it.
+    /// `path` receives it. The caller removes it; what a killed process leaves, RemoveLeftFiles does.
     static File CreateUnique(const std::string& folder, FileAccess access, std::string& path);
 
     explicit operator bool() const {
@@ -113,5 +114,14 @@ bool ListFolder(const char* path, std::vector<std::string>& names);
 
 /// The current folder's path, in the system's own form.
 bool GetCurrentFolder(std::string& path);
+
+/// The folder for files that nobody keeps, with a separator at its end: TMPDIR or the system's; on Windows the user's.
+bool GetTemporaryFolder(std::string& path);
+
+/// The path that names the same file wherever the current folder is, in the system's own form.
+bool GetFullPath(const char* path, std::string& fullPath);
+
+/// Removes what processes that have ended left in a folder under the names of CreateUnique, as far as this user may.
+void RemoveLeftFiles(const std::string& folder);
 
 } // namespace gaizior

@@ -4,6 +4,7 @@
 //   console FILE WHAT    handles console events    hold FILE KIND NAME a mutex, which it owns, an event, which it sets,
 //                                                                      or a section
 //                                            leave FILE KIND NAME     the same, but ends by itself and closes nothing
+//   settings FILE PREFIX  writes eight settings to the file itself, keys with that beginning
 
 #include "gaizior/platform/windows_api.h"
 
@@ -77,6 +78,13 @@ int main(int count, char** arguments) {
         Tell(words.at(2), Parts(words.begin() + 3, words.end()));
     } else if (words.at(1) == "surroundings") {
         Tell(words.at(2), Surroundings());
+    } else if (words.at(1) == "settings") {
+        for (const char number : std::string("01234567")) {
+            const std::string key = words.at(3) + number;
+            if (!::WritePrivateProfileStringA("s", key.c_str(), key.c_str(), words.at(2).c_str())) {
+                return static_cast<int>(::GetLastError());
+            }
+        }
     } else {
         words.at(1) == "console" ? HandleConsoleEvents(words.at(3)) : Hold(words.at(3), arguments[4]);
         ::Sleep(1); // GCC's thread sanitizer loses a signal that comes while it prepares a thread's first blocking call

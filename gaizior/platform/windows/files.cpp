@@ -138,6 +138,7 @@ bool Query(const FileHandle& file, FileStatus& status) {
     status = {.isFolder = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
               .size = Join(information.nFileSizeHigh, information.nFileSizeLow),
               .lastWrite = information.ftLastWriteTime,
+              .lastChange = information.ftLastWriteTime,
               .device = information.dwVolumeSerialNumber,
               .id = Join(information.nFileIndexHigh, information.nFileIndexLow)};
     return true;
@@ -201,6 +202,23 @@ bool GetCurrentFolder(std::string& path) {
         return false;
     }
     path.assign(buffer, 0, length);
+    return true;
+}
+
+bool GetTemporaryFolder(std::string& path) {
+    std::array<char, MAX_PATH + 1> buffer;
+    const DWORD length = ::GetTempPathA(buffer.size(), buffer.data());
+    path.assign(buffer.data(), length);
+    return length > 0;
+}
+
+bool GetFullPath(const std::string& path, std::string& fullPath) {
+    std::string buffer(::GetFullPathNameA(path.c_str(), 0, nullptr, nullptr), '\0');
+    const DWORD length = ::GetFullPathNameA(path.c_str(), static_cast<DWORD>(buffer.size()), buffer.data(), nullptr);
+    if (length == 0 || length >= buffer.size()) {
+        return false;
+    }
+    fullPath.assign(buffer, 0, length);
     return true;
 }
 

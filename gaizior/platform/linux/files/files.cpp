@@ -7,6 +7,7 @@
 
 #include <array>
 #include <climits>
+#include <cstdlib>
 #include <memory>
 
 #include <dirent.h>
@@ -39,6 +40,7 @@ FileStatus ToStatus(const struct stat& status) {
     return {.isFolder = S_ISDIR(status.st_mode),
             .size = static_cast<ULONGLONG>(status.st_size),
             .lastWrite = platform::ToFileTime(platform::ToTicks(status.st_mtim)),
+            .lastChange = platform::ToFileTime(platform::ToTicks(status.st_ctim)),
             .device = status.st_dev,
             .id = status.st_ino};
 }
@@ -176,6 +178,27 @@ bool GetCurrentFolder(std::string& path) {
         return FailErrno();
     }
     path = buffer.data();
+    return true;
+}
+
+bool GetTemporaryFolder(std::string& path) {
+    const char* const folder = ::secure_getenv("TMPDIR");
+    path = folder && *folder ? folder : "/tmp";
+    if (!path.ends_with('/')) {
+        path += '/';
+    }
+    return true;
+}
+
+bool GetFullPath(const std::string& path, std::string& fullPath) {
+    if (path.starts_with('/')) {
+        fullPath = path;
+        return true;
+    }
+    if (!GetCurrentFolder(fullPath)) {
+        return false;
+    }
+    fullPath.append("/").append(path);
     return true;
 }
 

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "gaizior/platform/windows_api.h"
+
+/// Who made a file whose name tells its process, and whether that process has ended. Ids are used again, so a process
+/// is told by its id and by a number for when it began. Any thread.
+namespace gaizior {
+
+/// The number for when the calling process began.
+DWORD OwnStamp();
+
+/// @returns whether the process of that id and number is no longer there; false where the system does not tell.
+bool HasProcessEnded(DWORD processId, DWORD stamp);
+
+} // namespace gaizior

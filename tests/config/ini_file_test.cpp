@@ -1,0 +1,215 @@
+// INI files, plain and encoded; the copies of encoded ones.
+
+#include "gaizior/config/ini_file.h"
+#include "gaizior/platform/file_call.h"
+#include "gaizior/platform/file_replacement.h"
+#include "gaizior/platform/files.h"
+#include "gaizior/values/guid_encrypt.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <random>
+#include <sstream>
+
+namespace gaizior::test {
+namespace {
+
+namespace fs = std::filesystem;
+using ZRErrors::ZRErrorT;
+
+// The write path is private; a template's argument may name it.
+ZRErrorT Write(ZRIniFileC& file, const char* section, const char* key, std::ostream& value);
+template <auto Member>
+struct Reach {
+    friend ZRErrorT Write(ZRIniFileC& file, const char* section, const char* key, std::ostream& value) {
+        return (file.*Member)(section, key, value);
+    }
+};
+template struct Reach<&ZRIniFileC::_Write>;
+
+class IniFileTest : public testing::Test {
+protected:
+    IniFileTest() {
+        fs::create_directory(m_temporary);
+    }
+    static std::string Read(ZRIniFileC& file, const char* key, const char* defaultValue = nullptr,
+                            ZRErrorT code = ZRErrors::e_General_NoError) {
+        CString value = "<";
+        const CString text = defaultValue;
+        EXPECT_EQ(file.Read("s", key, defaultValue ? &text : nullptr, value), code);
+        return (value + ">").operator const char*();
+    }
+    static ZRErrorT Set(ZRIniFileC& file, const std::string& section, const std::string& key, const std::string& text) {
+        std::stringstream value(text);
+        return Write(file, section.c_str(), key.c_str(), value);
+    }
+    void Encode(const std::string& text) const {
+        std::stringstream stream(text);
+        EXPECT_EQ(ZRGUIDEncryptC::Encode(m_file.c_str(), stream, ZRGUIDEncryptC::PUBLIC_KEY), 0);
+    }
+    std::string Decoded() const {
+        std::stringstream stream;
+        EXPECT_EQ(ZRGUIDEncryptC::Decode(m_file.c_str(), stream, ZRGUIDEncryptC::PUBLIC_KEY), 0);
+        return stream.str();
+    }
+    static std::string Contents(const std::string& path) {
+        std::string contents;
+        EXPECT_TRUE(ReadWholeFile(path.c_str(), contents, 100'000));
+        return contents;
+    }
+    std::ptrdiff_t CountCopies() const {
+        return std::distance(fs::directory_iterator(m_temporary), fs::directory_iterator());
+    }
+
+    ScratchFolder m_folder;
+    fs::path m_temporary = m_folder.Path() / "temporary";
+    ScopedVariable m_linuxVariable{"TMPDIR", m_temporary.string().c_str()};
+    ScopedVariable m_windowsVariable{"TMP", m_temporary.string().c_str()};
+    LogCapture m_log;
+    std::string m_file = m_folder.File("settings.ini");
+};
+
+TEST_F(IniFileTest, AppendsValuesOfEachLength) {
+    std::string text = "[s]\n";
+    for (std::size_t length = 0; length < 200; ++length) {
+        text += "k" + std::to_string(length) + "=" + std::string(length, 'v') + "\n";
+    }
+    ASSERT_TRUE(SaveFile(m_file.c_str(), text));
+    const fs::path before = fs::current_path();
+    fs::current_path(m_folder.Path());
+    ZRIniFileC file("settings.ini", 0);
+    fs::current_path(before);
+    for (std::size_t length = 0; length < 200; ++length) {
+        EXPECT_EQ(Read(file, ("k" + std::to_string(length)).c_str(), "D"), "<" + std::string(length, 'v') + ">");
+    }
+    EXPECT_EQ(Read(file, "none") + Read(file, "none", "'a default of more than 32 characters'  "),
+              "<><a default of more than 32 characters>");
+    ZRIniFileC missing(m_folder.File("missing").c_str(), 0), nothing(nullptr, 0);
+    EXPECT_EQ(Read(missing, "k", "D"), "<D>");
+    EXPECT_EQ(m_log.Take(), "");
+    EXPECT_EQ(Read(nothing, "k", "D ", ZRErrors::e_File_InvalidName), "<D >");
+    EXPECT_EQ(Set(missing, "s", "k", "v"), 0);
+    EXPECT_EQ(Read(missing, "k"), "<v>");
+    ZRIniFileC astray(m_folder.File("astray/file").c_str(), 0);
+    EXPECT_EQ(Set(astray, "s", "k", "v"), ZRErrors::e_File_WriteFailed);
+    EXPECT_NE(m_log.Take().find("0 ERROR: ZRIniFileC::_Write(): Failed to write to: " + m_folder.File("")),
+              std::string::npos);
+}
+
+TEST_F(IniFileTest, KeepsACopyOfAnEncodedFileToItself) {
+    Encode("[s]\nk=1\n");
+    const std::string before = Contents(m_file);
+    std::ofstream(m_temporary / ".gaizior-7ffffff0-1-1.tmp") << "left by nobody that is there";
+    {
+        ZRIniFileC reader(m_file.c_str(), 1);
+        EXPECT_EQ(CountCopies(), 1);
+        EXPECT_EQ(Read(reader, "K"), "<1>");
+        ASSERT_EQ(CountCopies(), 1) << "the old one is gone";
+        const fs::path copy = fs::directory_iterator(m_temporary)->path();
+#ifndef _WIN32
+        EXPECT_EQ(fs::status(copy).permissions(), fs::perms(0600));
+#endif
+        RemoveLeftFiles(m_temporary.string() + "/");
+        EXPECT_TRUE(fs::exists(copy)) << "its process is there";
+        ZRIniFileC writer(m_file.c_str(), 1);
+        EXPECT_EQ(Set(writer, "s", "k", "2"), 0);
+        EXPECT_EQ(Read(writer, "k") + Read(reader, "k"), "<2><1>");
+        EXPECT_EQ(Contents(m_file), before);
+    }
+    EXPECT_EQ(Decoded(), "[s]\nk=2\n");
+    EXPECT_EQ(CountCopies(), 0);
+    EXPECT_EQ(m_log.Take(), "");
+    const std::string changed = Contents(m_file);
+    ASSERT_TRUE(SaveFile(m_file.c_str(), changed + "x"));
+    ZRIniFileC file(m_file.c_str(), 1);
+    EXPECT_EQ(Read(file, "k", "D", ZRErrors::e_Object_InvalidData), "<D>");
+    ASSERT_TRUE(SaveFile(m_file.c_str(), changed));
+    EXPECT_EQ(Read(file, "k", "D"), "<2>") << "the next call tries again";
+}
+
+TEST_F(IniFileTest, LosesNothingWhicheverCallFails) {
+    for (const bool writes : {false, true}) {
+        bool failed = true;
+        for (unsigned n = 1; failed; ++n) {
+            Encode("[s]\r\nk=old\r\n");
+            m_log.Take();
+            seams::FailFileCall(n, ERROR_CANCELLED);
+            ZRErrorT code = ZRErrors::e_General_NoError;
+            {
+                ZRIniFileC file(m_file.c_str(), 1);
+                CString value;
+                code = writes ? Set(file, "s", "k", "new") : file.Read("s", "k", nullptr, value);
+            }
+            failed = seams::HasFileCallFailed();
+            seams::FailFileCall(0, NO_ERROR);
+            const std::string log = m_log.Take(), text = Decoded();
+            const bool isLeft = log.find("failed to remove") != std::string::npos;
+            EXPECT_EQ(CountCopies(), isLeft ? 1 : 0) << n << log;
+            EXPECT_TRUE(text == "[s]\r\nk=old\r\n" || (writes && text == "[s]\r\nk=new\r\n")) << n << text;
+            EXPECT_TRUE(failed || (log.empty() && code == 0 && (text.find("new") != std::string::npos) == writes)) << n;
+            EXPECT_TRUE(code == 0 || log.find("0 ERROR: ZR") == 0) << n << log;
+            fs::remove_all(m_temporary);
+            fs::create_directory(m_temporary);
+        }
+    }
+}
+
+#ifndef _WIN32
+
+/// Writes what Python's reader finds in a file, a line for each value, to another.
+constexpr const char* kReader = "import configparser, sys\n"
+                                "reader = configparser.RawConfigParser(delimiters=('=',), comment_prefixes=(';',),\n"
+                                "                                      empty_lines_in_values=False)\n"
+                                "reader.read(sys.argv[1], encoding='utf-8')\n"
+                                "with open(sys.argv[2], 'w', encoding='utf-8') as out:\n"
+                                "    for section in reader.sections():\n"
+                                "        for key, value in reader.items(section):\n"
+                                "            out.write(f'{section}|{key}|{value}\\n')\n";
+
+TEST_F(IniFileTest, IsReadAsItWasWrittenAndByPythonToo) {
+    if (std::system("python3 -c '' 2>/dev/null") != 0) {
+        GTEST_SKIP() << "there is no python3 to judge";
+    }
+    const std::string script = m_folder.File("reader.py"), found = m_folder.File("found");
+    ASSERT_TRUE(SaveFile(script.c_str(), kReader));
+    std::mt19937 random(1);
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(SaveFile(m_file.c_str(), "; a comment\n[kept]\nkey = value\n"));
+        std::map<std::string, std::string> expected = {{"kept|key", "value"}};
+        ZRIniFileC file(m_file.c_str(), 0);
+        for (int j = 0; j < 40; ++j) {
+            constexpr const char* kPieces[] = {"a", "=", " ", ";", "[", "]", "\xC3\xA9", "%(x)s", ":", "#", "\""};
+            const std::string section = "section " + std::to_string(random() % 4);
+            const std::string key = "key" + std::to_string(random() % 20) + " " + kPieces[random() % 4 + 5];
+            std::string value = random() % 8 == 0 ? "" : "x";
+            for (auto pieces = value.empty() ? 0 : random() % 40; pieces > 0; --pieces) {
+                value += kPieces[random() % std::size(kPieces)];
+            }
+            value += value.empty() ? "" : "x";
+            EXPECT_EQ(Set(file, section, key, value), 0);
+            expected[section + "|" + key] = value;
+            CString read;
+            EXPECT_EQ(file.Read(section.c_str(), key.c_str(), nullptr, read), 0);
+            EXPECT_STREQ(read, value.c_str());
+        }
+        ASSERT_EQ(std::system(("python3 " + script + " " + m_file + " " + found).c_str()), 0);
+        std::map<std::string, std::string> read;
+        std::istringstream lines(Contents(found));
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t bar = line.find('|', line.find('|') + 1);
+            read[line.substr(0, bar)] = line.substr(bar + 1);
+        }
+        EXPECT_EQ(read, expected) << Contents(m_file);
+    }
+}
+
+#endif
+
+} // namespace
+} // namespace gaizior::test
