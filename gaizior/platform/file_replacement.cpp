@@ -55,10 +55,10 @@ bool FileReplacement::Copy(File& source) {
     return Try([&] { return IsOther(source) && copy(); });
 }
 
-bool FileReplacement::Commit(bool mayReplace) {
+bool FileReplacement::Commit(bool mayReplace, AfterPowerLoss afterPowerLoss) {
     return Try([&] { return !m_target.file || (FileCallPasses() && KeepIdentity()); }) &&
            Try([&] { return m_file.Flush(); }) && Try([&] { return Rename(mayReplace); }) &&
-           Try([&] { return FlushFolder(); });
+           Try([&] { return afterPowerLoss == AfterPowerLoss::EitherOne || FlushFolder(); }) && Close();
 }
 
 bool FileReplacement::IsOther(const File& source) const {
@@ -88,9 +88,10 @@ bool FileReplacement::Rename(bool mayReplace) {
 }
 
 bool FileReplacement::FlushFolder() {
-    if (!FileCallPasses() || !file_system::FlushFolder(m_target)) {
-        return false;
-    }
+    return FileCallPasses() && file_system::FlushFolder(m_target);
+}
+
+bool FileReplacement::Close() {
     m_target = {};
     m_nError = ERROR_INVALID_HANDLE; // nothing is open any more
     return true;

@@ -8,6 +8,12 @@
 
 namespace gaizior {
 
+/// What a loss of power just after a commit leaves.
+enum class AfterPowerLoss {
+    NewFile,  ///< the new file
+    EitherOne ///< the old file or the new one, whole; spares the flush of the folder
+};
+
 /// Saves a file or not at all: what is written goes to a temporary file beside the old one, and Commit puts it in its
 /// place. At every moment, and after any failure or a kill, the old file or the new one is there, whole. The new file
 /// keeps the old one's permissions, owner, hidden attribute and symbolic link, else it is not saved (5); other names of
@@ -38,10 +44,10 @@ public:
     /// Writes a copy of a whole file, which keeps its last-write time, and its permissions where there is no old file.
     /// A file is not copied onto itself (32).
     bool Copy(File& source);
-    /// Flushes the new file, puts it in the old one's place and flushes the folder. Fails after that only when the
-    /// folder cannot be flushed: then the new file is there, but might not survive a loss of power.
+    /// Flushes the new file, puts it in the old one's place and, for NewFile, flushes the folder. Fails after that only
+    /// when the folder cannot be flushed: then the new file is there, but might not survive a loss of power.
     /// @param mayReplace false: fails with 80 when there is a file by now.
-    bool Commit(bool mayReplace = true);
+    bool Commit(bool mayReplace = true, AfterPowerLoss afterPowerLoss = AfterPowerLoss::NewFile);
 
 private:
     template <class Body>
@@ -50,6 +56,7 @@ private:
     bool KeepIdentity() const;
     bool Rename(bool mayReplace);
     bool FlushFolder();
+    bool Close();
     void Discard();
 
     file_system::Target m_target;

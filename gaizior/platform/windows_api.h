@@ -26,6 +26,7 @@
 #include "gaizior/platform/linux/api/objects.h"
 #include "gaizior/platform/linux/api/processes.h"
 #include "gaizior/platform/linux/api/profile.h"
+#include "gaizior/platform/linux/api/registry.h"
 #include "gaizior/platform/linux/api/string_table.h"
 #include "gaizior/platform/linux/api/threads.h"
 #include "gaizior/platform/linux/api/time.h"

@@ -30,7 +30,8 @@ enum class Kind : std::uint8_t {
     Process,
     NamedEvent,
     NamedMutex,
-    Section
+    Section,
+    Key ///< of the registry
 };
 
 // The lower bits of an object's word; above them is its generation.

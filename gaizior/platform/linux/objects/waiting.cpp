@@ -44,7 +44,7 @@ DWORD ErrorOfWaitFor(Kind kind) {
     if (kind == Kind::None) {
         return ERROR_INVALID_HANDLE;
     }
-    return kind == Kind::Section ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    return kind >= Kind::Section ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
 /// One of the objects that a thread waits for: an in-process one through a node in its list of waiters, a named one by
