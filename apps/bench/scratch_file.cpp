@@ -4,7 +4,7 @@
 #include "gaizior/platform/windows_api.h"
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <system_error>
 
 #undef CopyFile // here the name is the class's own
@@ -39,7 +39,9 @@ bool ScratchFile::Save() const {
 
 bool ReadFile(const std::string& path, std::string& contents) {
     std::ifstream file(path, std::ios::binary);
-    contents.assign(std::istreambuf_iterator<char>(file), {});
+    std::ostringstream text;
+    text << file.rdbuf();
+    contents = text.str();
     return file.is_open() && !file.bad();
 }
 
