@@ -254,7 +254,7 @@ TEST_F(RegistryTest, DamagedFilesAreToldApartFromMissingOnes) {
     EXPECT_EQ(Set("v", "new"), 1018);
     const ScopedVariable gone("GAIZIOR_REGISTRY_DIR", "/proc/none");
     HKEY key = nullptr;
-    EXPECT_EQ(Create(HKEY_LOCAL_MACHINE, "SOFTWARE", &key), -2) << "/proc takes no folders";
+    EXPECT_EQ(Create(HKEY_LOCAL_MACHINE, "SOFTWARE", &key), -3) << "/proc takes no folders";
 }
 
 #endif
