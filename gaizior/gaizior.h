@@ -10,7 +10,7 @@
 /// The message channel between processes, its messages, and objects that threads share.
 
 /// @dir gaizior/config
-/// What a machine keeps in files.
+/// What a machine remembers: settings, histories and small files.
 
 /// @dir gaizior/errors
 /// Result codes with their messages, the error stack, and a failure in other forms.
@@ -41,7 +41,9 @@
 #include "gaizior/config/file_utils.h"
 #include "gaizior/config/history.h"
 #include "gaizior/config/ini_file.h"
+#include "gaizior/config/prefs.h"
 #include "gaizior/config/read_cfg.h"
+#include "gaizior/config/registry.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/errors/error_record.h"
 #include "gaizior/errors/error_stack.h"

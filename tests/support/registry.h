@@ -7,35 +7,21 @@
 
 namespace gaizior::test {
 
-/// A registry of this test's own, gone at the end: on Linux in a folder of its own, on Windows below a key of its own
-/// in that of the company.
-class PrivateRegistry : public ScratchFolder {
-public:
+/// A registry of this test's own, gone at the end: on Linux in its folder, on Windows below its key of the company's.
+struct PrivateRegistry : ScratchFolder {
     PrivateRegistry() = default;
-    ~PrivateRegistry() {
-#ifdef _WIN32
-        ::RegDeleteTreeA(HKEY_CURRENT_USER, Path().c_str());
-        ::RegDeleteTreeA(HKEY_LOCAL_MACHINE, Path().c_str());
-#endif
-    }
     PrivateRegistry(const PrivateRegistry&) = delete;
     PrivateRegistry& operator=(const PrivateRegistry&) = delete;
-    /// The first part of a product's key that is this test's.
-    const std::string& Product() const {
-        return m_product;
-    }
-    /// The path of that key under either level.
-    std::string Path() const {
-        return "SOFTWARE\\Korvane Designs\\" + m_product;
-    }
-    /// Where its files are on Linux.
-    const std::filesystem::path& Folder() const {
-        return ScratchFolder::Path();
+    ~PrivateRegistry() {
+#ifdef _WIN32
+        ::RegDeleteTreeA(HKEY_CURRENT_USER, keyPath.c_str());
+        ::RegDeleteTreeA(HKEY_LOCAL_MACHINE, keyPath.c_str());
+#endif
     }
 
-private:
-    const ScopedVariable m_variable{"GAIZIOR_REGISTRY_DIR", Folder().string().c_str()};
-    const std::string m_product = Folder().filename().string();
+    const ScopedVariable variable{"GAIZIOR_REGISTRY_DIR", Path().string().c_str()};
+    const std::string product = Path().filename().string(); ///< the first part of the paths of its keys
+    const std::string keyPath = "SOFTWARE\\Korvane Designs\\" + product;
 };
 
 } // namespace gaizior::test
