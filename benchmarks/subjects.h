@@ -14,5 +14,7 @@ void Threads();
 void Events();
 void RoundTrips();
 void Process();
+void Tokens();
+void History();
 
 } // namespace benchmarks
