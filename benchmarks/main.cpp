@@ -25,12 +25,21 @@ struct Subject {
 };
 
 constexpr Subject kSubjects[] = {
-    {"errors", &benchmarks::Errors},     {"logging", &benchmarks::Logging},
-    {"messages", &benchmarks::Messages}, {"channel", &benchmarks::Channel},
-    {"times", &benchmarks::Times},       {"guids", &benchmarks::Guids},
-    {"lengths", &benchmarks::Lengths},   {"threads", &benchmarks::Threads},
-    {"events", &benchmarks::Events},     {"roundtrips", &benchmarks::RoundTrips},
-    {"process", &benchmarks::Process},   {"preferences", &benchmarks::Preferences},
+    {"errors", &benchmarks::Errors},
+    {"logging", &benchmarks::Logging},
+    {"messages", &benchmarks::Messages},
+    {"channel", &benchmarks::Channel},
+    {"times", &benchmarks::Times},
+    {"guids", &benchmarks::Guids},
+    {"lengths", &benchmarks::Lengths},
+    {"threads", &benchmarks::Threads},
+    {"events", &benchmarks::Events},
+    {"roundtrips", &benchmarks::RoundTrips},
+    {"process", &benchmarks::Process},
+    {"ini", &benchmarks::Ini},
+    {"tokens", &benchmarks::Tokens},
+    {"history", &benchmarks::History},
+    {"preferences", &benchmarks::Preferences},
 };
 
 constexpr unsigned kMostPasses = 99;

@@ -14,6 +14,9 @@ void Threads();
 void Events();
 void RoundTrips();
 void Process();
+void Ini();
+void Tokens();
+void History();
 void Preferences();
 
 } // namespace benchmarks

@@ -113,12 +113,49 @@ bool PutBack(std::streambuf& in, std::string_view text) {
     return std::all_of(text.rbegin(), text.rend(), [&](char character) { return in.sputbackc(character) != kEnd; });
 }
 
+enum class Step { Done, Found, Failed, Unknown };
+
+/// Passes a line that the buffer holds up to its end, at its beginning or (`state` 3) behind it; finds the data line.
+Step PassReadyLine(std::streambuf& in, std::streambuf* out, bool isBehindLineEnd, unsigned& state) {
+    const std::string_view ready = Ready::Characters(in);
+    const bool isDataLine = ready.size() >= kTelling && ready[2] == '/' && !IsLineEnd(ready[0]) && !IsLineEnd(ready[1]);
+    if (state == 0 && isBehindLineEnd && isDataLine) {
+        state = kTelling - 1;
+        return Step::Found;
+    }
+    const std::size_t length = FindLineEnd(ready);
+    if (length == ready.size()) {
+        return Step::Unknown;
+    }
+    const bool isShort = state == 0 && length < kTelling; // then the line end alone is passed
+    if (!Put(out, isShort ? ready.substr(length, 1) : ready.substr(0, length + 1))) {
+        return Step::Failed;
+    }
+    Ready::Skip(in, length + 1);
+    state = 0;
+    return Step::Done;
+}
+
 /// Moves to the next data line: see SeekToData. @param out takes what is passed; null for nothing.
-ZRErrors::ZRErrorT Scan(std::streambuf& in, std::streambuf* out, unsigned int& state) {
+ZRErrors::ZRErrorT Scan(std::streambuf& in, std::streambuf* out, unsigned& state) {
     std::array<char, kTelling> held{};
     std::size_t count = 0;
     bool isBehindLineEnd = false;
+    if (state == kTelling - 1) {
+        state = kTelling; // the data line that was found is passed
+    }
     for (;;) {
+        if (count == 0 && (state == 0 || state == kTelling)) {
+            const Step step = PassReadyLine(in, out, isBehindLineEnd, state);
+            if (step == Step::Done) {
+                isBehindLineEnd = true;
+                continue;
+            }
+            if (step != Step::Unknown) {
+                return step == Step::Found ? ZRErrors::e_General_NoError : ZRErrors::e_File_WriteFailed;
+            }
+        }
+        // One at a time at a buffer's edge, and where the text ends.
         if (state >= kTelling && !PassLine(in, out)) {
             return ZRErrors::e_File_WriteFailed;
         }
@@ -141,7 +178,7 @@ ZRErrors::ZRErrorT Scan(std::streambuf& in, std::streambuf* out, unsigned int& s
             }
         }
         if (state == kTelling && byte == '/' && isBehindLineEnd) {
-            state = kTelling - 1; // so that the line that begins here is passed by the next scan
+            state = kTelling - 1;
             return PutBack(in, passed) ? ZRErrors::e_General_NoError : ZRErrors::e_File_ReadFailed;
         }
         if (!Put(out, passed)) {
@@ -293,7 +330,7 @@ unsigned int ZRHistoryC::CountDataLines(std::string& contents) {
     TextStream in(source);
     unsigned int count = 0;
     SeekToData();
-    while (SeekToData(in) == ZRErrors::e_General_NoError) {
+    while (SeekToData(in, in, m_nScanState, 0) == ZRErrors::e_General_NoError) { // the lock is held
         ++count;
     }
     return count; // in memory nothing but the end ends it
@@ -309,7 +346,7 @@ ZRErrors::ZRErrorT ZRHistoryC::CopyNewest(std::string& contents, unsigned int co
         code = SeekToData(in);
     }
     while (code == ZRErrors::e_General_NoError) {
-        code = SeekToData(in, out, 1);
+        code = SeekToData(in, out, m_nScanState, 1); // the lock is held
     }
     return code == ZRErrors::e_File_EndOfFile ? ZRErrors::e_General_NoError : code;
 }

@@ -72,6 +72,11 @@ bool File::Read(char* buffer, std::size_t size, std::size_t& count) {
 bool File::ReadToEnd(std::string& contents, std::size_t limit) {
     std::array<char, kBlockSize> block;
     std::size_t count = 0;
+    FileStatus status{};
+    if (file_system::Query(m_handle, status) && status.size <= limit) {
+        // At once instead of step by step. What it cannot have now it may not need.
+        NoThrow([&] { return contents.reserve(contents.size() + static_cast<std::size_t>(status.size)), true; });
+    }
     while (Read(block.data(), block.size(), count)) {
         if (count == 0) {
             return true;
