@@ -28,7 +28,7 @@ constexpr Subject kSubjects[] = {
     {"errors", &benchmarks::Errors},         {"logging", &benchmarks::Logging}, {"messages", &benchmarks::Messages},
     {"channel", &benchmarks::Channel},       {"times", &benchmarks::Times},     {"guids", &benchmarks::Guids},
     {"lengths", &benchmarks::Lengths},       {"threads", &benchmarks::Threads}, {"events", &benchmarks::Events},
-    {"roundtrips", &benchmarks::RoundTrips}, {"process", &benchmarks::Process},
+    {"roundtrips", &benchmarks::RoundTrips}, {"process", &benchmarks::Process}, {"ini", &benchmarks::Ini},
 };
 
 constexpr unsigned kMostPasses = 99;

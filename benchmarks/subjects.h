@@ -14,5 +14,6 @@ void Threads();
 void Events();
 void RoundTrips();
 void Process();
+void Ini();
 
 } // namespace benchmarks

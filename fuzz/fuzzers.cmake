@@ -1,9 +1,14 @@
-set(GAIZIOR_FUZZERS block element guid job packet)
+set(GAIZIOR_FUZZERS block element encoded guid job packet)
+if(NOT WIN32)
+    list(APPEND GAIZIOR_FUZZERS profile) # Windows brings its own reader
+endif()
 set(fuzz_library_block gaizior_seams)
 set(fuzz_library_element gaizior)
+set(fuzz_library_encoded gaizior_seams)
 set(fuzz_library_guid gaizior)
 set(fuzz_library_job gaizior_job)
 set(fuzz_library_packet gaizior)
+set(fuzz_library_profile gaizior_seams)
 
 # gaizior_fuzzer(TARGET NAME SOURCE...): a program of the entry point of that name; main is somebody else's.
 function(gaizior_fuzzer target name)
