@@ -103,7 +103,7 @@ TEST_F(IniFileTest, AppendsValuesOfEachLength) {
 }
 
 TEST_F(IniFileTest, KeepsACopyOfAnEncodedFileToItself) {
-    Encode("[s]\nk=1\n");
+    Encode("[s]\r\nk=1\r\n");
     const std::string before = Contents(m_file);
     std::ofstream(m_temporary / ".gaizior-7ffffff0-1-1.tmp") << "left by nobody that is there";
     {
@@ -122,7 +122,7 @@ TEST_F(IniFileTest, KeepsACopyOfAnEncodedFileToItself) {
         EXPECT_EQ(Read(writer, "k") + Read(reader, "k"), "<2><1>");
         EXPECT_EQ(Contents(m_file), before);
     }
-    EXPECT_EQ(Decoded(), "[s]\nk=2\n");
+    EXPECT_EQ(Decoded(), "[s]\r\nk=2\r\n");
     EXPECT_EQ(CountCopies(), 0);
     EXPECT_EQ(m_log.Take(), "");
     const std::string changed = Contents(m_file);

@@ -31,10 +31,11 @@ Places FindPlaces(std::string_view text, std::string_view section, std::string_v
             places = {.hasSection = true, .begin = begin, .end = end, .behindLastKey = end, .key = {}};
         } else if (places.hasSection) {
             places.end = end;
-            if (!line.name.empty() && !line.IsComment()) {
+            const bool isKey = line.hasValue || !line.name.empty();
+            if (isKey && !line.IsComment()) {
                 places.behindLastKey = end;
             }
-            if (!places.key && IsSameName(line.name, key)) {
+            if (isKey && !places.key && IsSameName(line.name, key)) {
                 places.key = line;
             }
         }

@@ -28,6 +28,8 @@ Profile::Profile(std::string text) : m_text(std::move(text)), m_sections(1) {
             m_sections.push_back({line.name, 0});
         } else if (line.hasValue) {
             m_entries.push_back({line.name, Unquoted(line.value), Fingerprint(line.name)});
+        } else if (!line.name.empty() && !line.IsComment()) {
+            m_entries.push_back({line.name, std::nullopt, Fingerprint(line.name)}); // hides one behind it
         }
         m_sections.back().end = m_entries.size();
     }
@@ -69,8 +71,9 @@ std::string Profile::Keys(std::string_view section) const {
     std::string names;
     const auto [begin, end] = EntriesOf(section);
     for (std::size_t i = begin; i < end; ++i) {
-        if (const std::string_view name = m_entries[i].name; !name.empty() && !name.starts_with(';')) {
-            names.append(name) += '\0';
+        const Entry& entry = m_entries[i];
+        if (entry.value && !entry.name.empty() && !entry.name.starts_with(';')) {
+            names.append(entry.name) += '\0';
         }
     }
     return names;

@@ -24,7 +24,7 @@ public:
 private:
     struct Entry {
         std::string_view name;
-        std::string_view value;
+        std::optional<std::string_view> value; // none in a line without "="
         std::uint32_t fingerprint;
     };
     struct Section {
