@@ -16,7 +16,7 @@
 namespace benchmarks {
 namespace {
 
-constexpr std::size_t kSettings = 20;
+constexpr std::size_t kSettings = 50;
 constexpr char kGroup[] = "screening";
 
 /// A folder on the disk for the settings of both sides.
@@ -114,9 +114,9 @@ void Preferences() {
         write();
         keyFile.Write(theirs);
     }
-    Compare("a preference written, of 20", Repeat(write),
+    Compare("a preference written, of 50", Repeat(write),
             {{"GKeyFile load, change, save", Repeat([&] { keyFile.Write(theirs); }), 1.0}});
-    Compare("a preference read, of 20", Repeat([&] {
+    Compare("a preference read, of 50", Repeat([&] {
                 unsigned long value = prefs.LoadUsrParam(ours.Next(), 0ul, 0);
                 Keep(value);
             }),

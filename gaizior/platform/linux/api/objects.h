@@ -28,7 +28,8 @@ GAIZIOR_API BOOL CloseHandle(HANDLE handle);
 
 /// Waits for one object for at most `milliseconds` (INFINITE: no limit; 0: tests and returns).
 /// @returns WAIT_OBJECT_0, WAIT_ABANDONED (a mutex whose owner died; it is acquired all the same), WAIT_TIMEOUT, or
-///          WAIT_FAILED with the last error set (ERROR_INVALID_HANDLE; ERROR_ACCESS_DENIED for a section). Any thread.
+///          WAIT_FAILED with the last error set (ERROR_INVALID_HANDLE; ERROR_ACCESS_DENIED for a section or a key). Any
+///          thread.
 GAIZIOR_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
 /// Waits until any of `count` (1 to 64) objects is signalled and takes the one of the lowest index, once.

@@ -42,21 +42,20 @@ Hash HashOf(std::string_view text) {
 
 } // namespace
 
-std::string DiskName(std::string_view name) {
-    std::string result;
+void AppendDiskName(std::string& path, std::string_view name) {
+    const std::size_t start = path.size();
     for (const char character : name) {
         if (const char lower = ToLower(character); StandsAsItIs(lower)) {
-            result += lower;
+            path += lower;
         } else {
-            AppendDigits(result += '%', static_cast<unsigned char>(character), 2);
+            AppendDigits(path += '%', static_cast<unsigned char>(character), 2);
         }
     }
-    if (result.size() > kLongest) {
-        const Hash hash = HashOf(result);
-        result.resize(kKept);
-        AppendDigits(result += '~', hash, 32);
+    if (path.size() - start > kLongest) {
+        const Hash hash = HashOf(std::string_view(path).substr(start));
+        path.resize(start + kKept);
+        AppendDigits(path += '~', hash, 32);
     }
-    return result;
 }
 
 } // namespace gaizior::platform

@@ -31,25 +31,20 @@ std::string_view TakeName(std::string_view& path) {
     return name;
 }
 
-/// The key of that name in another.
-Key SubKey(const Key& parent, std::string_view name) {
-    return {.folder = parent.folder + DiskName(name) + '/',
-            .access = parent.access,
-            .files = parent.files,
-            .isRoot = false};
-}
-
 /// Goes down a path of keys, calling visit(key, name) at each; false when that is.
 template <class Visit>
 bool Descend(Key& key, std::string_view path, Visit&& visit) {
     if (path.starts_with('\\')) {
         return Fail(ERROR_BAD_PATHNAME);
     }
+    key.isRoot = key.isRoot && path.empty();
+    key.folder.reserve(key.folder.size() + 2 * path.size());
     for (std::string_view name = TakeName(path); !name.empty(); name = TakeName(path)) {
         if (name.size() > kLongestKeyName) {
             return Fail(ERROR_INVALID_PARAMETER);
         }
-        key = SubKey(key, name);
+        AppendDiskName(key.folder, name);
+        key.folder += '/';
         if (!visit(key, name)) {
             return false;
         }

@@ -5,6 +5,7 @@
 #include "gaizior/platform/linux/system/last_error.h"
 
 #include <algorithm>
+#include <array>
 
 namespace gaizior::platform {
 namespace {
@@ -22,7 +23,9 @@ bool FailInKey(const Key& key) {
 }
 
 std::string ValueFile(std::string_view name) {
-    return DiskName(name) + kValueSuffix;
+    std::string file;
+    AppendDiskName(file, name);
+    return file += kValueSuffix;
 }
 
 std::string NameFile(const Key& parent, const std::string& folder) {
@@ -60,6 +63,18 @@ bool List(const Key& key, std::vector<std::string>& names, Passes&& passes) {
     std::erase_if(names, [&](const std::string& name) { return !passes(name); });
     std::ranges::sort(names);
     return true;
+}
+
+/// Reads a file, a small one with one read: less than it asked for is all that there is.
+bool ReadSmallFile(const std::string& path, std::string& text) {
+    File file = File::OpenToRead(path.c_str());
+    std::array<char, 2048> block;
+    std::size_t count = 0;
+    if (!file || !file.Read(block.data(), block.size(), count)) {
+        return false;
+    }
+    text.assign(block.data(), count);
+    return count < block.size() || file.ReadToEnd(text, kLargestValueFile);
 }
 
 } // namespace
@@ -114,7 +129,7 @@ bool ListKeys(const Key& key, std::vector<std::string>& folders) {
 }
 
 bool ReadListedValue(const Key& key, const std::string& file, StoredValue& stored) {
-    if (!ReadWholeFile((key.folder + file).c_str(), stored.text, kLargestValueFile)) {
+    if (!ReadSmallFile(key.folder + file, stored.text)) {
         return FailedWith(ERROR_FILE_TOO_LARGE) ? Fail(ERROR_BADDB) : FailInKey(key);
     }
     const std::optional<Value> value = ReadFileText(stored.text);
@@ -129,7 +144,9 @@ bool ReadKeyName(const Key& key, const std::string& folder, std::string& name) {
     if (!ReadWholeFile(NameFile(key, folder).c_str(), name, kLongestKeyName)) {
         return FailedWith(ERROR_FILE_TOO_LARGE) ? Fail(ERROR_BADDB) : FailInKey(key);
     }
-    return DiskName(name) == folder || Fail(ERROR_BADDB);
+    std::string diskName;
+    AppendDiskName(diskName, name);
+    return diskName == folder || Fail(ERROR_BADDB);
 }
 
 } // namespace gaizior::platform
