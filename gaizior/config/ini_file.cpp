@@ -51,12 +51,13 @@ std::string ReadProfileValue(const char* section, const char* key, const std::st
 
 /// Replaces what a stream holds by a text and a NUL; it is then read from its beginning.
 bool Refill(std::istream& stream, const std::string& text) {
-    std::ostream out(stream.rdbuf());
-    out.seekp(0);
-    out.write(text.c_str(), static_cast<std::streamsize>(text.size() + 1));
+    std::streambuf* const buffer = stream.rdbuf();
+    const auto size = static_cast<std::streamsize>(text.size() + 1);
+    const bool succeeded =
+        buffer->pubseekpos(0, std::ios::out) == std::streampos(0) && buffer->sputn(text.c_str(), size) == size;
     stream.clear();
     stream.seekg(0);
-    return out && stream;
+    return succeeded && stream;
 }
 
 /// Makes a file with a text that only its user may read. @returns false with the last error, nothing being left.

@@ -10,6 +10,8 @@
 #include <fstream>
 #include <iterator>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #ifndef _WIN32
 #include "tests/support/child.h"
@@ -25,34 +27,12 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_literals;
 
-constexpr const char* kText = "; c=comment\r\n"
-                              "before=0\r\n"
-                              "[Mail]\r\n"
-                              "Subject = Hello \r\n"
-                              "double=\"in quotes\"\r\n"
-                              "single='in quotes'\r\n"
-                              "open=\"open\r\n"
-                              "twice=\"\"inner\"\"\r\n"
-                              "blanks=  \" a \"  \r\n"
-                              "quote=\"\r\n"
-                              "quotes=\"\"\r\n"
-                              "empty=\r\n"
-                              "semicolon=a ; b\r\n"
-                              "equals==b=\n"
-                              "valueless\r\n"
-                              "valueless=1\r\n"
-                              "tabbed\t=\t\vb\f\t\r\n"
-                              "many=1\r\n"
-                              "MANY=2\r\n"
-                              "[unclosed\r\n"
-                              "[ in blanks ] ; tail\r"
-                              "cr=3\r"
-                              "[x]y]\n"
-                              "odd=4\n"
-                              "[mail]\r\n"
-                              "late=5\r\n"
-                              "[end]\n"
-                              "last=6";
+constexpr const char* kText =
+    "; c=comment\r\nbefore=0\r\n[Mail]\r\nSubject = Hello \r\ndouble=\"in quotes\"\r\nsingle='in "
+    "quotes'\r\nopen=\"open\r\n"
+    "twice=\"\"inner\"\"\r\nblanks=  \" a \"  \r\nquote=\"\r\nquotes=\"\"\r\nempty=\r\nsemicolon=a ; b\r\nequals==b=\n"
+    "valueless\r\nvalueless=1\r\ntabbed\t=\t\vb\f\t\r\nmany=1\r\nMANY=2\r\n[unclosed\r\n[ in blanks ] ; tail\rcr=3\r"
+    "[x]y]\nodd=4\n[mail]\r\nlate=5\r\n[end]\nlast=6";
 
 class ProfileTest : public testing::Test {
 protected:
@@ -77,42 +57,42 @@ protected:
 };
 
 TEST_F(ProfileTest, FindsFirstsWithoutBlanksAndQuotes) {
-    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
-        {"mail", "SUBJECT", "D", "Hello"},
-        {" MAIL ", " subject\t", "D", "Hello"},
-        {"mail", "double", "D", "in quotes"},
-        {"mail", "single", "D", "in quotes"},
-        {"mail", "open", "D", "\"open"},
-        {"mail", "twice", "D", "\"inner\""},
-        {"mail", "blanks", "D", " a "},
-        {"mail", "quote", "D", "\""},
-        {"mail", "quotes", "D", ""},
-        {"mail", "empty", "D", ""},
-        {"mail", "[unclosed", "D", "D"},
-        {"mail", "semicolon", "D", "a ; b"},
-        {"mail", "equals", "D", "=b="},
-        {"mail", "tabbed", "D", "b"},
-        {"mail", "many", "D", "1"},
-        {"mail", "late", "D", "D"},
-        {"in blanks", "cr", "D", "3"},
-        {"x]y", "odd", "D", "4"},
-        {"end", "last", "D", "6"},
-        {"", "before", "D", "0"},
-        {"other", "last", "D", "D"},
-        {"mail", "none", "  lead", "  lead"},
-        {"mail", "none", "trail  ", "trail"},
-        {"mail", "none", "tab\t", "tab\t"},
-        {"mail", "none", "\"q\" ", "q"},
-        {"mail", "none", "'q'", "q"},
-        {"mail", "none", "'q\"", "'q\""},
-        {"mail", "none", " \"q\"", " \"q\""},
-        {"mail", "none", "\"", "\""},
-        {"mail", "none", nullptr, ""},
-        {"mail", "valueless", "D", "D"}};
+    using Pairs = std::vector<std::pair<const char*, const char*>>;
+    const std::pair<const char*, Pairs> values[] = {{"mail",
+                                                     {{"SUBJECT", "Hello"},
+                                                      {" subject\t", "Hello"},
+                                                      {"double", "in quotes"},
+                                                      {"single", "in quotes"},
+                                                      {"open", "\"open"},
+                                                      {"twice", "\"inner\""},
+                                                      {"blanks", " a "},
+                                                      {"quote", "\""},
+                                                      {"quotes", ""},
+                                                      {"empty", ""},
+                                                      {"[unclosed", "D"},
+                                                      {"semicolon", "a ; b"},
+                                                      {"equals", "=b="},
+                                                      {"tabbed", "b"},
+                                                      {"many", "1"},
+                                                      {"late", "D"},
+                                                      {"valueless", "D"}}},
+                                                    {" IN blanks", {{"cr", "3"}}},
+                                                    {"x]y", {{"odd", "4"}}},
+                                                    {"end", {{"last", "6"}}},
+                                                    {"", {{"before", "0"}}},
+                                                    {"other", {{"last", "D"}}}};
+    const Pairs defaults = {{"  lead", "  lead"}, {"trail  ", "trail"}, {"tab\t", "tab\t"},
+                            {"\"q\" ", "q"},      {"'q'", "q"},         {"'q\"", "'q\""},
+                            {" \"q\"", " \"q\""}, {"\"", "\""},         {nullptr, ""}};
     for (const std::string mark : {"", "\xEF\xBB\xBF"}) {
         Put(mark + kText);
-        for (const auto& [section, key, defaultValue, value] : cases) {
-            EXPECT_EQ(Read(section, key, defaultValue), value) << section << '/' << key;
+        for (const auto& [section, pairs] : values) {
+            for (const auto& [key, value] : pairs) {
+                EXPECT_EQ(Read(section, key, "D"), value) << section << '/' << key;
+            }
+        }
+        for (const auto& [given, value] : defaults) {
+            EXPECT_EQ(Read("mail", "none", given), value);
         }
     }
     EXPECT_EQ(::GetLastError(), DWORD{NO_ERROR});

@@ -17,12 +17,12 @@ struct Places {
 };
 
 Places FindPlaces(std::string_view text, std::string_view section, std::string_view key) {
-    std::string_view rest = text;
-    const std::size_t mark = TakeMark(rest).size();
+    std::string_view behindMark = text;
+    const std::size_t mark = TakeMark(behindMark).size();
     Places places{.hasSection = section.empty(), .begin = mark, .end = mark, .behindLastKey = mark, .key = {}};
-    while (!rest.empty()) {
-        const std::size_t begin = text.size() - rest.size();
-        const ProfileLine line = TakeLine(rest);
+    ProfileLines lines(text);
+    for (ProfileLine line; lines.Next(line);) {
+        const auto begin = static_cast<std::size_t>(line.whole.data() - text.data());
         const std::size_t end = begin + line.whole.size();
         if (line.isSection && places.hasSection) {
             break;

@@ -11,36 +11,56 @@ constexpr bool IsBlank(char character) {
     return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
+std::string_view WithoutLeading(std::string_view text) {
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+std::string_view WithoutTrailing(std::string_view text) {
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
 constexpr char ToLower(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20) : character;
 }
 
-/// The length of the first line with its end.
-std::size_t LengthOfLine(std::string_view text) {
-    const std::size_t feed = text.find('\n');
-    const std::size_t length = feed == std::string_view::npos ? text.size() : feed + 1;
-    const std::size_t mark = text.substr(0, length).find('\r');
-    return mark == std::string_view::npos || mark + 1 == feed ? length : mark + 1;
-}
+constexpr std::size_t kNone = std::string_view::npos;
 
 } // namespace
 
-ProfileLine TakeLine(std::string_view& text) {
-    ProfileLine line{};
-    line.whole = text.substr(0, LengthOfLine(text));
-    text.remove_prefix(line.whole.size());
-    line.name = TrimBlanks(line.whole.substr(0, line.whole.find('\0')));
-    const std::size_t close = line.name.starts_with('[') ? line.name.rfind(']') : std::string_view::npos;
-    line.isSection = close != std::string_view::npos;
-    const std::size_t equals = line.isSection ? std::string_view::npos : line.name.find('=');
-    line.hasValue = equals != std::string_view::npos;
+ProfileLines::ProfileLines(std::string_view text)
+    : m_rest(text), m_bHasReturns(text.find('\r') != kNone), m_bHasNuls(text.find('\0') != kNone) {
+    TakeMark(m_rest);
+}
+
+bool ProfileLines::Next(ProfileLine& line) {
+    if (m_rest.empty()) {
+        return false;
+    }
+    const std::size_t feed = m_rest.find('\n');
+    std::size_t length = feed == kNone ? m_rest.size() : feed + 1;
+    if (const std::size_t mark = m_bHasReturns ? m_rest.substr(0, length).find('\r') : kNone; mark != kNone) {
+        length = mark + 1 == feed ? length : mark + 1;
+    }
+    line.whole = m_rest.substr(0, length);
+    m_rest.remove_prefix(length);
+    line.name = TrimBlanks(m_bHasNuls ? line.whole.substr(0, line.whole.find('\0')) : line.whole);
+    const std::size_t close = line.name.starts_with('[') ? line.name.rfind(']') : kNone;
+    line.isSection = close != kNone;
+    const std::size_t equals = line.isSection ? kNone : line.name.find('=');
+    line.hasValue = equals != kNone;
     if (line.isSection) {
         line.name = TrimBlanks(line.name.substr(1, close - 1));
     } else if (line.hasValue) {
-        line.value = TrimBlanks(line.name.substr(equals + 1));
-        line.name = TrimBlanks(line.name.substr(0, equals));
+        line.value = WithoutLeading(line.name.substr(equals + 1));
+        line.name = WithoutTrailing(line.name.substr(0, equals));
     }
-    return line;
+    return true;
 }
 
 std::string_view TakeMark(std::string_view& text) {
@@ -50,19 +70,12 @@ std::string_view TakeMark(std::string_view& text) {
 }
 
 std::string_view LineEndOf(std::string_view text) {
-    const std::string_view line = text.substr(0, LengthOfLine(text));
-    const std::size_t end = std::min(line.find('\r'), line.find('\n'));
-    return end == std::string_view::npos ? "\n" : line.substr(end);
+    const std::size_t end = text.find_first_of("\r\n");
+    return end == kNone ? "\n" : text.substr(end, text.substr(end).starts_with("\r\n") ? 2 : 1);
 }
 
 std::string_view TrimBlanks(std::string_view text) {
-    while (!text.empty() && IsBlank(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && IsBlank(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
+    return WithoutTrailing(WithoutLeading(text));
 }
 
 std::string_view Unquoted(std::string_view text) {

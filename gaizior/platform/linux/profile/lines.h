@@ -9,16 +9,27 @@ struct ProfileLine {
     std::string_view whole; ///< with its end
     std::string_view name;  ///< of the section or the key; else what stands there, without the blanks around it
     std::string_view value; ///< as it stands, quotes and all, without the blanks around it
-    bool isSection;
-    bool hasValue; ///< "key=value"
+    bool isSection = false;
+    bool hasValue = false; ///< "key=value"
 
     bool IsComment() const {
         return name.starts_with(';');
     }
 };
 
-/// Takes the first line off, which ends with "\n", "\r\n", "\r" or the text; nothing behind a NUL in it is seen.
-ProfileLine TakeLine(std::string_view& text);
+/// The lines of a text behind its byte-order mark. One ends with "\n", "\r\n", "\r" or the text; nothing behind a NUL
+/// in it is seen.
+class ProfileLines {
+public:
+    explicit ProfileLines(std::string_view text);
+    /// Takes the next line. @returns false when there is none.
+    bool Next(ProfileLine& line);
+
+private:
+    std::string_view m_rest;
+    bool m_bHasReturns; // most texts have neither, so that their lines are not searched for them
+    bool m_bHasNuls;
+};
 
 /// Takes a byte-order mark off, which is then told.
 std::string_view TakeMark(std::string_view& text);

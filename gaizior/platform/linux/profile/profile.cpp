@@ -12,27 +12,31 @@ namespace {
 /// The end of a name, in which names mostly differ, so that few are compared; the same in upper and lower case.
 std::uint32_t Fingerprint(std::string_view name) {
     std::uint32_t end = 0;
-    const std::size_t length = std::min(name.size(), sizeof(end));
-    std::memcpy(&end, name.data() + name.size() - length, length);
+    if (name.size() >= sizeof(end)) {
+        std::memcpy(&end, name.data() + name.size() - sizeof(end), sizeof(end));
+    } else {
+        std::memcpy(&end, name.data(), name.size());
+    }
     return end | 0x20202020;
 }
 
 } // namespace
 
 Profile::Profile(std::string text) : m_text(std::move(text)), m_sections(1) {
-    std::string_view rest = m_text;
-    TakeMark(rest);
-    while (!rest.empty()) {
-        const ProfileLine line = TakeLine(rest);
+    constexpr std::size_t kUsualLine = 16; // bytes
+    m_entries.reserve(m_text.size() / kUsualLine);
+    ProfileLines lines(m_text);
+    for (ProfileLine line; lines.Next(line);) {
         if (line.isSection) {
+            m_sections.back().end = m_entries.size();
             m_sections.push_back({line.name, 0});
         } else if (line.hasValue) {
             m_entries.push_back({line.name, Unquoted(line.value), Fingerprint(line.name)});
         } else if (!line.name.empty() && !line.IsComment()) {
-            m_entries.push_back({line.name, std::nullopt, Fingerprint(line.name)}); // hides one behind it
+            m_entries.push_back({line.name, {}, Fingerprint(line.name)}); // hides one behind it
         }
-        m_sections.back().end = m_entries.size();
     }
+    m_sections.back().end = m_entries.size();
 }
 
 std::pair<std::size_t, std::size_t> Profile::EntriesOf(std::string_view section) const {
@@ -51,7 +55,8 @@ std::optional<std::string_view> Profile::Find(std::string_view section, std::str
     const auto [begin, end] = EntriesOf(section);
     for (std::size_t i = begin; i < end; ++i) {
         if (m_entries[i].fingerprint == fingerprint && IsSameName(m_entries[i].name, key)) {
-            return m_entries[i].value;
+            const std::string_view value = m_entries[i].value;
+            return value.data() ? std::optional(value) : std::nullopt;
         }
     }
     return std::nullopt;
@@ -72,7 +77,7 @@ std::string Profile::Keys(std::string_view section) const {
     const auto [begin, end] = EntriesOf(section);
     for (std::size_t i = begin; i < end; ++i) {
         const Entry& entry = m_entries[i];
-        if (entry.value && !entry.name.empty() && !entry.name.starts_with(';')) {
+        if (entry.value.data() && !entry.name.empty() && !entry.name.starts_with(';')) {
             names.append(entry.name) += '\0';
         }
     }

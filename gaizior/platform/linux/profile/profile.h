@@ -24,7 +24,7 @@ public:
 private:
     struct Entry {
         std::string_view name;
-        std::optional<std::string_view> value; // none in a line without "="
+        std::string_view value; // a null one in a line without "="
         std::uint32_t fingerprint;
     };
     struct Section {
