@@ -20,7 +20,6 @@
 
 namespace {
 
-using gaizior::File;
 using gaizior::FileStatus;
 using gaizior::LocalNow;
 using gaizior::Mutex;
