@@ -308,9 +308,9 @@ TEST(LogFileDeathTest, TakesLinesOfStaticDestructors) {
 TEST_F(LogFileTest, DeletesNoFileThatAnotherHasJustBegun) {
     std::mutex oneAtATime; // Wine's appending is not
     const auto begin = [&] {
-        RemoveFileIf(m_aside.string().c_str(), [](const FileStatus& status) { return status.size == 3; });
+        RemoveFileIf(m_aside.c_str(), [](const FileStatus& status) { return status.size == 3; });
         const std::lock_guard lock(oneAtATime);
-        EXPECT_TRUE(File::OpenToAppend(m_aside.string().c_str()).Write("fresh;")) << ::GetLastError();
+        EXPECT_TRUE(File::OpenToAppend(m_aside.c_str()).Write("fresh;")) << ::GetLastError();
     };
     for (int i = 0; i < 20; ++i) {
         std::ofstream(m_aside) << "old";
