@@ -25,10 +25,10 @@ struct Subject {
 };
 
 constexpr Subject kSubjects[] = {
-    {"errors", &benchmarks::Errors},         {"logging", &benchmarks::Logging}, {"messages", &benchmarks::Messages},
-    {"channel", &benchmarks::Channel},       {"times", &benchmarks::Times},     {"guids", &benchmarks::Guids},
-    {"lengths", &benchmarks::Lengths},       {"threads", &benchmarks::Threads}, {"events", &benchmarks::Events},
-    {"roundtrips", &benchmarks::RoundTrips}, {"process", &benchmarks::Process},
+    {"errors", &benchmarks::Errors},     {"logging", &benchmarks::Logging},       {"logfile", &benchmarks::LogFile},
+    {"messages", &benchmarks::Messages}, {"channel", &benchmarks::Channel},       {"times", &benchmarks::Times},
+    {"guids", &benchmarks::Guids},       {"lengths", &benchmarks::Lengths},       {"threads", &benchmarks::Threads},
+    {"events", &benchmarks::Events},     {"roundtrips", &benchmarks::RoundTrips}, {"process", &benchmarks::Process},
 };
 
 constexpr unsigned kMostPasses = 99;

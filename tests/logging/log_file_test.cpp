@@ -129,7 +129,7 @@ struct LogFileTest : testing::Test, ZRLogFileC {
         {'n', [this] { Begin("i.a", false, true); }},
         {'N', [this] { Begin("i.a", true, true); }},
         {'S', [this] { SetName((m_root + "i.a").c_str(), true, true); }},
-        {'L', [this] { SetLogName((m_root + "j.").data()); }},
+        {'L', [this] { SetLogName((m_root + "j.b").data()); }},
         {'>', [this] { Pass(12 * kHour); }},
         {'<', [this] { Pass(0 - 12 * kHour); }},
         {'+', [this] { Pass(3 * kDay); }},
@@ -162,7 +162,7 @@ TEST_F(LogFileTest, FollowsTheDayAndWhateverIsDoneToItsFile) {
         {"n1x2y3", R"(i_Mon.a{<i_Mon.a 05\01\2004>gone;|3;}!open:i_Mon.a;)"},
         {"n1f2d3", R"(i_Mon.a{<i_Mon.a 05\01\2004>gone;|3;}!open:i_Mon.a;)"},
         {"n1S2", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;2;})"},
-        {"n1L2", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;}j_Mon.{<j_Mon. 05\01\2004>|2;})"}};
+        {"n1L2", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;}j_Mon.b{<j_Mon.b 05\01\2004>|2;})"}};
     for (const auto& [script, expected] : cases) {
         Run(script);
         EXPECT_EQ(Outcome(), expected) << script;
