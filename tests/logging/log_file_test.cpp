@@ -338,6 +338,7 @@ TEST_F(LogFileTest, CutsOffWhatAFullDiskTookOfALine) {
 
 TEST_F(LogFileTest, ShowsBoxesWhileOthersLog) {
     static std::string s_shown;
+    s_shown.clear();
     Begin("i", false, false);
     ::SetMessageBoxHandler([](HWND, const char* text, const char* caption, UINT type) {
         s_shown += std::string(caption) + ' ' + std::to_string(type) + ' ' + text;
