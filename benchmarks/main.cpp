@@ -27,6 +27,7 @@ struct Subject {
 constexpr Subject kSubjects[] = {
     {"errors", &benchmarks::Errors},
     {"logging", &benchmarks::Logging},
+    {"logfile", &benchmarks::LogFile},
     {"messages", &benchmarks::Messages},
     {"channel", &benchmarks::Channel},
     {"times", &benchmarks::Times},

@@ -5,6 +5,7 @@ namespace benchmarks {
 
 void Errors();
 void Logging();
+void LogFile();
 void Messages();
 void Channel();
 void Times();

@@ -20,7 +20,6 @@
 
 namespace {
 
-using gaizior::File;
 using gaizior::FileStatus;
 using gaizior::LocalNow;
 using gaizior::Mutex;
@@ -28,6 +27,7 @@ using gaizior::MutexLock;
 
 constexpr DWORD kMutexTimeout = 60'000; // ms
 constexpr UINT kSystemModal = 0x1000;   // MB_SYSTEMMODAL
+constexpr std::size_t kTagSize = 64;    // of most
 constexpr const char* kFailedToOpen = "Failed to open:";
 constexpr const char* kFailedToWrite = "Failed to write to:";
 constexpr std::string_view kRule = "****************************************************************\n";
@@ -65,6 +65,7 @@ struct LogTarget {
     SYSTEMTIME day;                         // whose name the file has
     bool hasHeader = false;                 // of this run
     bool wasDeleted = false;                // since there was a header; told in the next one
+    std::array<SYSTEMTIME, 7> begun{};      // when each name got its last header; not deleted again on that day
     const std::string* continued = nullptr; // the name before the day changed; told in the next header
 };
 
@@ -81,6 +82,7 @@ LogState& State() {
 }
 const gaizior::KeepAcrossFork g_keepLock(State().lock);
 
+constinit std::atomic<bool> g_hasTarget{false}; // for a look without the lock
 constinit std::atomic<unsigned> g_level{1};
 constinit std::atomic<bool> g_teeCerr{true};
 constinit std::atomic<bool> g_tagLog{true};
@@ -118,6 +120,7 @@ void SetTarget(std::shared_ptr<LogTarget> target) {
         target->hasHeader = state.target->hasHeader;
         target->wasDeleted = state.target->wasDeleted;
     }
+    g_hasTarget = target != nullptr;
     state.target.swap(target);
 }
 
@@ -197,7 +200,7 @@ namespace gaizior {
 class LogLine {
 public:
     LogLine(LogTarget& target, unsigned level, const char* text)
-        : m_target(target), m_nLevel(level), m_pText(text), m_file(File::OpenExistingToAppend(target.Name().c_str())) {
+        : m_target(target), m_nLevel(level), m_text(text), m_file(File::OpenExistingToAppend(target.Name().c_str())) {
         if (!m_file && IsMissing(::GetLastError()) && target.hasHeader) {
             Change([](LogTarget& it) {
                 it.wasDeleted = true;
@@ -218,10 +221,12 @@ public:
         if (beginsFile) {
             AddHeader();
         }
-        AddTagged({m_pText});
-        if (Send(m_pText) && beginsFile) {
-            Change([](LogTarget& it) {
+        m_bytes.reserve(m_bytes.size() + kTagSize + m_text.size());
+        AddTagged({m_text});
+        if (Send(m_text.data()) && beginsFile) {
+            Change([this](LogTarget& it) {
                 it.hasHeader = true;
+                it.begun[m_now.wDayOfWeek] = m_now;
                 it.wasDeleted = false;
                 it.continued = nullptr;
             });
@@ -236,24 +241,26 @@ private:
     /// Opens the file that the line is to be the first of.
     void BeginFile() {
         const std::string& name = HasDayChanged() ? m_target.names[m_now.wDayOfWeek] : m_target.Name();
-        if (m_target.autoDelete) {
+        m_file = File(); // while anybody has it open its name may stay
+        if (m_target.autoDelete && !IsSameDay(m_target.begun[m_now.wDayOfWeek], m_now)) {
             DeleteLog(m_target, name); // a week off it is the old one: the next line would make it look young
         }
         if (HasDayChanged()) {
             LeaveDay(name);
         }
-        m_file = File();
         m_file = File::OpenToAppend(name.c_str());
     }
 
-    /// Has the day's last line say where the log goes on.
+    /// Has the day's last line say where the log goes on, unless that has just been deleted.
     void LeaveDay(const std::string& newName) {
         if (m_target.hasHeader) {
-            const std::string line = "Log file day has changed: switching to: " + newName + '\n';
+            m_file = File::OpenExistingToAppend(m_target.Name().c_str());
             if (m_file) {
+                const std::string line = "Log file day has changed: switching to: " + newName + '\n';
                 AddTagged({line});
                 Send(line.c_str());
-            } else {
+                m_file = File();
+            } else if (!IsMissing(::GetLastError())) {
                 TellFile(kFailedToOpen, m_target.Name());
             }
         }
@@ -320,7 +327,7 @@ private:
 
     LogTarget& m_target;
     const unsigned m_nLevel;
-    const char* const m_pText;
+    const std::string_view m_text; // ends with a NUL
     const SYSTEMTIME m_now = LocalNow();
     File m_file;
     std::string m_bytes;
@@ -418,7 +425,7 @@ void ZRLogFileC::SetTagLogShowDate(bool isOn) {
 }
 
 void ZRLogFileC::DebugOut(unsigned level, int mode, char* text) {
-    if (!text || !GetLogName()) {
+    if (!text || !g_hasTarget.load(std::memory_order_relaxed)) {
         return;
     }
     {

@@ -2,45 +2,71 @@
 
 #include "gaizior/platform/threads.h"
 
-#include <charconv>
-#include <iterator>
+#include <string_view>
 
 namespace gaizior {
 namespace {
 
-void AppendNumber(std::string& line, DWORD value, std::size_t width, int base = 10) {
-    char digits[12];
-    const std::size_t length = static_cast<std::size_t>(
-        std::to_chars(std::begin(digits), std::end(digits), value, base).ptr - std::begin(digits));
-    line.append(length < width ? width - length : 0, '0').append(digits, length);
+// Every line pays for its tag: it is put together in place.
+
+constexpr std::size_t kLongestStamp = 32;
+constexpr std::size_t kLongestTag = 2 * kLongestStamp + 40;
+
+char* Put(char* to, std::string_view text) {
+    return to + text.copy(to, text.size());
+}
+
+/// The number with as many zeros before it as make up `width`.
+template <DWORD Base>
+char* PutNumber(char* to, DWORD value, unsigned width) {
+    char digits[10];
+    unsigned length = 0;
+    for (; value > 0 || length < width; value /= Base) {
+        digits[length++] = "0123456789abcdef"[value % Base];
+    }
+    while (length > 0) {
+        *to++ = digits[--length];
+    }
+    return to;
+}
+
+char* PutTimeStamp(char* to, const SYSTEMTIME& time) {
+    to = PutNumber<10>(to, time.wHour, 2);
+    to = PutNumber<10>(Put(to, ":"), time.wMinute, 2);
+    to = PutNumber<10>(Put(to, ":"), time.wSecond, 2);
+    to = PutNumber<10>(Put(to, "."), time.wMilliseconds, 3);
+    return Put(to, " ");
+}
+
+char* PutDateStamp(char* to, const SYSTEMTIME& time) {
+    to = PutNumber<10>(Put(to, " "), time.wDay, 2);
+    to = PutNumber<10>(Put(to, "\\"), time.wMonth, 2);
+    to = PutNumber<10>(Put(to, "\\"), time.wYear, 4);
+    return Put(to, " ");
 }
 
 } // namespace
 
 void AppendTimeStamp(std::string& line, const SYSTEMTIME& time) {
-    AppendNumber(line, time.wHour, 2);
-    AppendNumber(line += ':', time.wMinute, 2);
-    AppendNumber(line += ':', time.wSecond, 2);
-    AppendNumber(line += '.', time.wMilliseconds, 3);
-    line += ' ';
+    char stamp[kLongestStamp];
+    line.append(stamp, PutTimeStamp(stamp, time));
 }
 
 void AppendDateStamp(std::string& line, const SYSTEMTIME& time) {
-    AppendNumber(line += ' ', time.wDay, 2);
-    AppendNumber(line += '\\', time.wMonth, 2);
-    AppendNumber(line += '\\', time.wYear, 4);
-    line += ' ';
+    char stamp[kLongestStamp];
+    line.append(stamp, PutDateStamp(stamp, time));
 }
 
 void AppendTag(std::string& line, unsigned level, const SYSTEMTIME& time, bool withDate) {
-    AppendTimeStamp(line, time);
+    char tag[kLongestTag];
+    char* end = PutTimeStamp(tag, time);
     if (withDate) {
-        AppendDateStamp(line, time);
+        end = PutDateStamp(end, time);
     }
-    AppendNumber(line, level, 3);
-    AppendNumber(line += " 0x", CurrentThreadId(), 4, 16);
-    AppendNumber(line += " 0x", static_cast<DWORD>(CurrentThreadPriority()), 2, 16);
-    line += ' ';
+    end = PutNumber<10>(end, level, 3);
+    end = PutNumber<16>(Put(end, " 0x"), CurrentThreadId(), 4);
+    end = PutNumber<16>(Put(end, " 0x"), static_cast<DWORD>(CurrentThreadPriority()), 2);
+    line.append(tag, Put(end, " "));
 }
 
 } // namespace gaizior

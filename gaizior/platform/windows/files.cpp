@@ -19,6 +19,7 @@ constexpr std::size_t kLongestPath = 32768;
 // Who reads a file has it open for a moment, in which it cannot be replaced: a tenth of a second is waited for that.
 constexpr int kRenames = 20;
 constexpr DWORD kPause = 5;
+constexpr DWORD kRemovalTimeout = 1000; // ms
 
 FileHandle Open(const std::string& path, DWORD access, DWORD disposition, DWORD flags = FILE_ATTRIBUTE_NORMAL) {
     const HANDLE handle = ::CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -50,6 +51,26 @@ bool GetBasicInformation(const FileHandle& file, FILE_BASIC_INFO& information) {
 /// What is 0 in it stays as it is.
 bool SetBasicInformation(const FileHandle& file, FILE_BASIC_INFO information) {
     return ::SetFileInformationByHandle(file.Get(), FileBasicInfo, &information, sizeof(information)) != FALSE;
+}
+
+/// For one at a time: others who want to remove the file wait until it is closed. It may be read and written meanwhile.
+FileHandle OpenToRemove(const std::string& path) {
+    const ULONGLONG start = TickCount();
+    for (;;) {
+        const HANDLE handle = ::CreateFileA(path.c_str(), GENERIC_READ | DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (handle != INVALID_HANDLE_VALUE) {
+            return FileHandle(handle);
+        }
+        if (::GetLastError() != ERROR_SHARING_VIOLATION) {
+            return {};
+        }
+        if (TickCount() - start >= kRemovalTimeout) {
+            ::SetLastError(ERROR_TIMEOUT);
+            return {};
+        }
+        SleepFor(kPause);
+    }
 }
 
 /// Removes the file that is open, and its name at once where the file system can, else with the last handle.
@@ -158,7 +179,7 @@ bool Remove(const std::string& path) {
 }
 
 bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status)) {
-    const FileHandle file = Open(path, GENERIC_READ | DELETE, OPEN_EXISTING);
+    const FileHandle file = OpenToRemove(path);
     FileStatus status{};
     return file && Query(file, status) && (!isUnwanted(status) || RemoveOpen(file));
 }

@@ -4,6 +4,8 @@
 #include <ctime>
 
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace gaizior::platform {
 namespace {
@@ -15,11 +17,20 @@ sigset_t SizeSignal() {
     return signals;
 }
 
+void GetSizeLimit(rlimit& limit) {
+#ifdef SYS_getrlimit
+    // What the C library calls looks for the process first, which costs a tenth of opening, writing and closing a file.
+    ::syscall(SYS_getrlimit, RLIMIT_FSIZE, &limit);
+#else
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+#endif
+}
+
 } // namespace
 
 NoSizeSignal::NoSizeSignal() {
     rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
+    GetSizeLimit(limit);
     m_bBlocks = limit.rlim_cur != RLIM_INFINITY;
     if (m_bBlocks) {
         const sigset_t signals = SizeSignal();
