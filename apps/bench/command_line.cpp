@@ -24,7 +24,7 @@ constexpr const char* kBenchExamples = R"(Examples:
   bench convert 25.4mm --dpi 2400
   bench guid new
   bench channel status
-  bench log logs --since "10 min ago"
+  bench log --since "10 min ago"
 'bench COMMAND --help' tells more about each.
 )";
 
