@@ -1,8 +1,9 @@
-set(GAIZIOR_FUZZERS block element guid job packet)
+set(GAIZIOR_FUZZERS block element guid job log packet)
 set(fuzz_library_block gaizior_seams)
 set(fuzz_library_element gaizior)
 set(fuzz_library_guid gaizior)
 set(fuzz_library_job gaizior_job)
+set(fuzz_library_log gaizior_log)
 set(fuzz_library_packet gaizior)
 
 # gaizior_fuzzer(TARGET NAME SOURCE...): a program of the entry point of that name; main is somebody else's.
