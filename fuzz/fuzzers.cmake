@@ -1,4 +1,4 @@
-set(GAIZIOR_FUZZERS block element encoded guid history job packet tokens)
+set(GAIZIOR_FUZZERS block element encoded guid history job log packet tokens)
 if(NOT WIN32)
     list(APPEND GAIZIOR_FUZZERS profile) # Windows brings its own reader
 endif()
@@ -8,6 +8,7 @@ set(fuzz_library_encoded gaizior_seams)
 set(fuzz_library_guid gaizior)
 set(fuzz_library_history gaizior)
 set(fuzz_library_job gaizior_job)
+set(fuzz_library_log gaizior_log)
 set(fuzz_library_packet gaizior)
 set(fuzz_library_profile gaizior_seams)
 set(fuzz_library_tokens gaizior)

@@ -26,7 +26,7 @@ constexpr const char* kBenchExamples = R"(Examples:
   bench history list
   bench prefs list
   bench channel status
-  bench log logs --since "10 min ago"
+  bench log --since "10 min ago"
 'bench COMMAND --help' tells more about each.
 )";
 

@@ -5,26 +5,30 @@
 namespace apps {
 namespace {
 
-constexpr const char* kLogExamples = R"(Several logs, a week's and several processes', become one by time. Lines
-that only frame a log's header are left out. --level 0 leaves the most
-important lines. --follow begins with the last ten lines, or at --since,
-and goes on at midnight and when a file is replaced, until Ctrl-C.
+constexpr const char* kLogExamples = R"(A line for each line that was logged: time, process, thread, level, text.
+Several logs, a week's and several processes', become one by time; what
+frames a log's header is left out. Level 0 is the most important one.
+--follow begins with the last ten lines, or at --since, and goes on at
+midnight and when a file is replaced, until Ctrl-C.
 
 Times: "10 min ago", "2 h ago", today, yesterday, 14:03, 2026-11-22,
        "2026-11-22 14:03:07"
 
 Examples:
-  bench log logs              all logs of a folder
-  bench log logs --since "10 min ago" --grep clamp
-  bench log logs --process imager --level 0 --since yesterday --until 6:00
-  bench log logs --follow
-  bench log imager_Mon.txt --json
+  bench log                   all that imagers have left
+  bench log --since "10 min ago" --grep clamp
+  bench log --process imager --level 0 --since yesterday --until 6:00
+  bench log --follow
+  bench log logs/imager_Mon.txt --json
 )";
 
 void AddLog(CommandLine& line) {
     const auto [command, options] =
         line.Add<LogOptions>(line.app, {"log", "Show what processes have logged", kLogExamples}, LogCommand);
-    command.add_option("FILE|FOLDER", options.paths, "Logs, and folders with logs")->required()->type_name("");
+    command
+        .add_option("FILE|FOLDER", options.paths,
+                    "Logs, and folders with logs (default: where an imager leaves its own)")
+        ->type_name("");
     command.add_option("--level", options.level, "Lines of level N and below")->check(Within(0, 999))->type_name("N");
     command.add_option("--since", options.since, "Lines from then on")->type_name("TIME");
     command.add_option("--until", options.until, "Lines up to then")->type_name("TIME");

@@ -1,6 +1,7 @@
 #include "apps/bench/commands.h"
 #include "apps/bench/output.h"
 #include "apps/log/log_set.h"
+#include "apps/support/places.h"
 #include "gaizior/values/ascii.h"
 
 #include <algorithm>
@@ -194,7 +195,7 @@ Outcome LogCommand(const LogOptions& options, const Interrupt& interrupt) {
         return failure;
     }
     LogSet logs(options.process, options.follow);
-    if (Outcome failure = logs.Open(options.paths)) {
+    if (Outcome failure = options.paths.empty() ? logs.OpenThoseThatAreThere(LogFolders()) : logs.Open(options.paths)) {
         return failure;
     }
     if (!options.follow) {

@@ -25,7 +25,7 @@ case $current$help in
 -*) wanted=Options help=$("$program" --help && printf "%s" "$help") ;;
 *"] JOBFILE"*) echo JOBFILE && exit ;;
 *"] PLATEFILE"*) echo PLATEFILE && exit ;;
-*"] FILE"*) echo PATH && exit ;;
+*"] FILE"* | *"[FILE|"*) echo PATH && exit ;;
 *"|NAME|"*)
     "$program" error --json "${current:-e_}" | tr "{" "\n" |
         sed -n "s/.*\"name\":\"\([^\"]*\)\",\"text\":\"\([^\"]*\).*/\1\t\2/p"

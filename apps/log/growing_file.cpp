@@ -12,7 +12,7 @@ constexpr std::size_t kHead = 256; // of a log: with the time of its creation, t
 constexpr std::size_t kTail = 64;
 
 /// @returns the bytes that are there, at most `size`; fewer at the end of the file
-std::string ReadAt(std::ifstream& stream, std::uint64_t offset, std::size_t size) {
+std::string ReadAt(std::istream& stream, std::uint64_t offset, std::size_t size) {
     std::string bytes(size, '\0');
     stream.seekg(static_cast<std::streamoff>(offset));
     stream.read(bytes.data(), static_cast<std::streamsize>(size));
@@ -49,8 +49,9 @@ bool GrowingFile::TakeRest(std::string& line) {
 
 bool GrowingFile::ReadMore() {
     std::ifstream stream(m_path, std::ios::binary);
-    const std::string piece = stream ? ReadAt(stream, m_nOffset, kPiece) : std::string();
-    m_bHasFailed = !stream.is_open() || stream.bad();
+    const bool isSame = stream && HoldsWhatWasRead(stream);
+    const std::string piece = isSame ? ReadAt(stream, m_nOffset, kPiece) : std::string();
+    m_bHasFailed = !isSame || stream.bad();
     m_pending.erase(0, m_nBegin);
     m_nSearched -= m_nBegin;
     m_nBegin = 0;
@@ -90,7 +91,11 @@ GrowingFile::Change GrowingFile::Look() {
 
 bool GrowingFile::StandsIn(const std::filesystem::path& path) const {
     std::ifstream stream(path, std::ios::binary);
-    return m_nOffset > 0 && stream && ReadAt(stream, 0, m_head.size()) == m_head &&
+    return m_nOffset > 0 && stream && HoldsWhatWasRead(stream);
+}
+
+bool GrowingFile::HoldsWhatWasRead(std::istream& stream) const {
+    return ReadAt(stream, 0, m_head.size()) == m_head &&
            ReadAt(stream, m_nOffset - m_tail.size(), m_tail.size()) == m_tail;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <istream>
 #include <string>
 
 namespace apps {
@@ -21,7 +22,7 @@ public:
     bool ReadLine(std::string& line);
     /// The line without an end. @returns false when there is none.
     bool TakeRest(std::string& line);
-    /// Whether the last attempt to read failed.
+    /// Whether the last attempt to read failed; so it does when the file is another one by now.
     bool HasFailed() const {
         return m_bHasFailed;
     }
@@ -40,6 +41,7 @@ public:
 
 private:
     bool ReadMore();
+    bool HoldsWhatWasRead(std::istream& stream) const;
     void Remember(std::string_view piece);
 
     std::filesystem::path m_path;

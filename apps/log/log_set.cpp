@@ -32,7 +32,6 @@ Outcome LogSet::Open(const std::vector<std::string>& paths) {
             return Fail("LogSet::Open(): ", kNameNotFound, Exit::kNotFound,
                         text + ": there is no such file or folder: check the name");
         }
-        const std::size_t before = m_sources.size();
         const LogName name = NameOfLog(text);
         if (type == fs::file_type::directory) {
             m_watches.push_back({path, {}});
@@ -47,19 +46,31 @@ Outcome LogSet::Open(const std::vector<std::string>& paths) {
                 m_watches.push_back({path.has_parent_path() ? path.parent_path() : fs::path("."), name.process});
             }
         }
-        if (m_sources.size() == before && paths.size() == 1 && !(m_bIsFollowed && !m_watches.empty())) {
-            return NothingFound(text);
-        }
     }
-    return std::nullopt;
+    return WhenNothingIsFound(paths);
 }
 
-Failure LogSet::NothingFound(const std::string& path) const {
+Outcome LogSet::OpenThoseThatAreThere(const std::vector<std::string>& folders) {
+    for (const std::string& folder : folders) {
+        m_watches.push_back({folder, {}});
+        Scan(m_watches.back());
+    }
+    return WhenNothingIsFound(folders);
+}
+
+Outcome LogSet::WhenNothingIsFound(const std::vector<std::string>& paths) const {
+    if (!m_sources.empty() || (m_bIsFollowed && !m_watches.empty())) {
+        return std::nullopt;
+    }
+    std::string places;
+    for (const std::string& path : paths) {
+        places += (places.empty() ? "" : ", ") + path;
+    }
     const std::vector<std::string> others(m_others.begin(), m_others.end());
-    return Fail("LogSet::Open(): ", kNameNotFound, Exit::kNotFound,
-                others.empty()
-                    ? path + ": there is no log in it: check the folder"
-                    : path + ": there is no log of a process '" + m_process + "'" + Suggestion(m_process, others));
+    const std::string what = others.empty()
+                                 ? "there is no log: say in which folder, or which file"
+                                 : "there is no log of a process '" + m_process + "'" + Suggestion(m_process, others);
+    return Fail("LogSet::Open(): ", kNameNotFound, Exit::kNotFound, places + ": " + what);
 }
 
 bool LogSet::IsWanted(const Watch& watch, const LogName& name) {
@@ -169,7 +180,7 @@ void LogSet::LookAt(Source& source, std::vector<std::string>& news) {
         file.Rewind();
         source.isReplaced = false;
     }
-    const bool hasFailed = file.Lines().HasFailed() && !isGone;
+    const bool hasFailed = file.Lines().HasFailed() && !isGone && !source.isReplaced;
     if (hasFailed && !source.hasFailed) {
         news.push_back(file.Path() + " cannot be read: trying again when it changes");
     }

@@ -19,6 +19,8 @@ public:
     /// Takes files, and of folders all files that are logs.
     /// @returns Exit::kNotFound where there is nothing to read. In a folder that is followed it may still come.
     Outcome Open(const std::vector<std::string>& paths);
+    /// The same with folders of which some may not be there, or not be ours to read.
+    Outcome OpenThoseThatAreThere(const std::vector<std::string>& folders);
     bool IsEmpty() const {
         return m_sources.empty();
     }
@@ -55,7 +57,7 @@ private:
     void LookAt(Source& source, std::vector<std::string>& news);
     void Queue(std::size_t source);
     bool IsLater(std::size_t a, std::size_t b) const;
-    Failure NothingFound(const std::string& path) const;
+    Outcome WhenNothingIsFound(const std::vector<std::string>& paths) const;
 
     std::string m_process;
     bool m_bIsFollowed;

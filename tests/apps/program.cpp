@@ -98,6 +98,14 @@ std::string Program::WaitForError(const std::string& text) const {
     return {};
 }
 
+bool Program::WaitForOutput(const std::string& text) const {
+    bool isThere = false;
+    for (int i = 0; i < 300 && !isThere; ++i) {
+        isThere = Output().find(text) != std::string::npos || (::Sleep(50), false);
+    }
+    return isThere;
+}
+
 Ended::Ended(const std::vector<std::string>& arguments, int exitCode) : Program("bench", arguments) {
     EXPECT_EQ(Wait(), exitCode) << testing::PrintToString(arguments) << Output() << Errors();
 }

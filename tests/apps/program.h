@@ -37,6 +37,8 @@ public:
     std::string Errors() const;
     /// Waits until standard error holds `text`. @returns what follows it, up to the end of its line; "" in vain.
     std::string WaitForError(const std::string& text) const;
+    /// The same on standard output. @returns whether it has come.
+    bool WaitForOutput(const std::string& text) const;
 
 private:
     ScratchFolder m_folder;
