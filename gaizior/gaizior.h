@@ -9,6 +9,9 @@
 /// @dir gaizior/comms
 /// The message channel between processes, its messages, and objects that threads share.
 
+/// @dir gaizior/config
+/// What a machine keeps in files.
+
 /// @dir gaizior/errors
 /// Result codes with their messages, the error stack, and a failure in other forms.
 
@@ -35,6 +38,7 @@
 #include "gaizior/comms/comm_object.h"
 #include "gaizior/comms/message.h"
 #include "gaizior/comms/packet.h"
+#include "gaizior/config/file_utils.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/errors/error_record.h"
 #include "gaizior/errors/error_stack.h"

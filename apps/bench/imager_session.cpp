@@ -1,5 +1,6 @@
 #include "apps/bench/imager_session.h"
 
+#include "apps/support/places.h"
 #include "gaizior/comms/channel_block.h"
 #include "gaizior/errors/folded_code.h"
 
@@ -14,9 +15,7 @@ constexpr DWORD kTimeToEnd = 5000;
 
 /// The program of that name in bench's own folder, with the ending that programs have on this system.
 std::string BesideBench(const char* name) {
-    std::array<char, 4096> path{};
-    ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size() - 1));
-    std::filesystem::path own(path.data());
+    std::filesystem::path own = ProgramPath();
     return own.replace_filename(name + own.extension().string()).string();
 }
 

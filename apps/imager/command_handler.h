@@ -39,6 +39,11 @@ public:
     /// Lets the engine's time pass; the reply to an operation that ended in it.
     std::vector<Outgoing> Advance(double seconds);
 
+    /// What was exposed since this was last asked, oldest first.
+    std::vector<Exposure> TakeExposures() {
+        return m_engine.TakeExposures();
+    }
+
     /// Whether an operation that somebody asked for is under way.
     bool IsAtWork() const {
         return m_asked.has_value();

@@ -2,7 +2,6 @@
 
 #include "apps/support/failure.h"
 
-#include <algorithm>
 #include <array>
 
 namespace apps {
@@ -28,7 +27,7 @@ ZRErrors::ZRErrorT Engine::Load(const Plate& plate) {
     const ZRErrors::ZRErrorT code = CheckPlate(plate);
     if (code == ZRErrors::e_General_NoError) {
         m_plate = plate;
-        Begin(State::kLoading, State::kLoaded, {{kLoadSeconds, 0, {}}});
+        Begin(State::kLoading, State::kLoaded, {{.seconds = kLoadSeconds}});
     }
     return code;
 }
@@ -55,11 +54,14 @@ ZRErrors::ZRErrorT Engine::Expose(const Job& job) {
         for (int copy = 0; copy < separation.copies; ++copy) {
             ++plate;
             if (plate > 1) {
-                phases.push_back({kUnloadSeconds + kLoadSeconds, plate, separation.name});
+                phases.push_back(
+                    {.seconds = kUnloadSeconds + kLoadSeconds, .plate = plate, .separation = separation.name});
             }
-            phases.push_back({ExposeSeconds(job), plate, separation.name});
+            phases.push_back(
+                {.seconds = ExposeSeconds(job), .plate = plate, .separation = separation.name, .exposes = true});
         }
     }
+    m_job = job.name;
     Begin(State::kExposing, State::kExposed, std::move(phases));
     return code;
 }
@@ -71,12 +73,13 @@ ZRErrors::ZRErrorT Engine::Unload() {
     if (m_state == State::kEmpty) {
         return ZRErrors::e_Phs_NoPlate;
     }
-    Begin(State::kUnloading, State::kEmpty, {{kUnloadSeconds, 0, {}}});
+    Begin(State::kUnloading, State::kEmpty, {{.seconds = kUnloadSeconds}});
     return ZRErrors::e_General_NoError;
 }
 
 void Engine::Halt() {
     if (IsBusy()) {
+        Note(m_phases[m_nEnded], true);
         End(m_state == State::kExposing ? State::kExposed : State::kEmpty);
     }
 }
@@ -86,7 +89,10 @@ bool Engine::Advance(double seconds) {
         return false;
     }
     m_fElapsed += seconds;
-    if (m_fElapsed < m_fDuration) {
+    for (; m_nEnded < m_phases.size() && m_phases[m_nEnded].end <= m_fElapsed; ++m_nEnded) {
+        Note(m_phases[m_nEnded], false);
+    }
+    if (m_nEnded < m_phases.size()) {
         return false;
     }
     End(m_stateAfter);
@@ -97,9 +103,7 @@ Engine::Progress Engine::GetProgress() const {
     if (!IsBusy()) {
         return {};
     }
-    double end = 0;
-    const auto phase = std::ranges::find_if(m_phases, [&](const Phase& p) { return (end += p.seconds) > m_fElapsed; });
-    const Phase& present = phase == m_phases.end() ? m_phases.back() : *phase;
+    const Phase& present = m_phases[m_nEnded];
     return {static_cast<int>(1000 * m_fElapsed / m_fDuration), present.plate, m_phases.back().plate,
             present.separation};
 }
@@ -110,8 +114,10 @@ void Engine::Begin(State state, State after, std::vector<Phase> phases) {
     m_phases = std::move(phases);
     m_fElapsed = 0;
     m_fDuration = 0;
-    for (const Phase& phase : m_phases) {
+    m_nEnded = 0;
+    for (Phase& phase : m_phases) {
         m_fDuration += phase.seconds;
+        phase.end = m_fDuration;
     }
 }
 
@@ -120,6 +126,13 @@ void Engine::End(State state) {
     m_phases.clear();
     if (state == State::kEmpty) {
         m_plate = {};
+    }
+}
+
+/// Keeps in mind what became of the plate, should the phase be one that exposes.
+void Engine::Note(const Phase& phase, bool isSpoiled) {
+    if (phase.exposes) {
+        m_exposures.push_back({m_job, m_plate, phase.separation, phase.plate, m_phases.back().plate, isSpoiled});
     }
 }
 

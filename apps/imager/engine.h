@@ -2,9 +2,21 @@
 
 #include "apps/job/job.h"
 
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace apps {
+
+/// A plate that has been exposed, or on which exposing was broken off.
+struct Exposure {
+    std::string job;
+    Plate plate;
+    std::string separation;
+    int number = 0; ///< among the job's plates, from 1
+    int plates = 0; ///< of the job
+    bool isSpoiled = false;
+};
 
 /// Simulates an internal-drum platesetter: a spinning mirror writes one line a revolution while the carriage moves on.
 /// Time passes only in Advance, so whoever drives it decides the pace. Not for several threads at once.
@@ -36,6 +48,11 @@ public:
     /// Ends a running operation where it is: a plate that was being exposed is spoiled, one on its way is out.
     void Halt();
 
+    /// What was exposed since this was last asked, oldest first.
+    std::vector<Exposure> TakeExposures() {
+        return std::exchange(m_exposures, {});
+    }
+
     /// Lets time pass. @returns whether the running operation came to its end in it.
     bool Advance(double seconds);
 
@@ -58,19 +75,25 @@ public:
 private:
     /// One piece of an operation: a plate that is moved or exposed.
     struct Phase {
-        double seconds;
-        int plate;
-        std::string separation;
+        double seconds = 0;
+        int plate = 0;
+        std::string separation = {};
+        bool exposes = false;
+        double end = 0; ///< seconds since the operation began
     };
 
     void Begin(State state, State after, std::vector<Phase> phases);
     void End(State state);
+    void Note(const Phase& phase, bool isSpoiled);
 
     State m_state = State::kEmpty;
     State m_stateAfter = State::kEmpty;
     Plate m_plate;
+    std::string m_job;           ///< the name of the one that is exposed
     std::vector<Phase> m_phases; ///< of the running operation; none when the engine is idle
-    double m_fElapsed = 0;       ///< seconds since the operation began
+    std::size_t m_nEnded = 0;    ///< how many of them have come to their end
+    std::vector<Exposure> m_exposures;
+    double m_fElapsed = 0; ///< seconds since the operation began
     double m_fDuration = 0;
 };
 

@@ -5,6 +5,7 @@
 #include "gaizior/comms/channel.h"
 #include "gaizior/errors/failure.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -42,6 +43,7 @@ Outcome Server::Run() {
         failure = WaitForEnd();
     }
     m_sender.End();
+    Tell(m_handler.TakeExposures()); // nobody else is left
     m_channel.Close();
     return m_failure ? m_failure : failure;
 }
@@ -176,7 +178,6 @@ void Server::SendDirectly(const Outgoing& message) {
 }
 
 ZRErrors::ZRErrorT Server::Simulate(Worker& self) {
-    constexpr const char* kFunction = "Server::Simulate(): ";
     ULONGLONG last = ::GetTickCount64();
     while (self.Rest(kTick)) {
         if (!IsSignalled(m_hWork.Get())) { // no time passes for an engine at rest
@@ -184,17 +185,29 @@ ZRErrors::ZRErrorT Server::Simulate(Worker& self) {
             last = ::GetTickCount64();
             continue;
         }
-        LockUser engine(m_engineLock, &self, kFunction);
-        LockUser outbox(m_outboxLock, &self, kFunction);
-        if (!Take(engine, self) || !Take(outbox, self)) {
-            break;
-        }
         const ULONGLONG now = ::GetTickCount64();
-        Put(m_handler.Advance(static_cast<double>(now - last) / 1000.0 * m_options.speed));
-        NoteWork();
+        Tell(Advance(self, static_cast<double>(now - last) / 1000.0 * m_options.speed));
         last = now;
     }
     return ZRErrors::e_General_NoError;
+}
+
+std::vector<Exposure> Server::Advance(Worker& self, double seconds) {
+    constexpr const char* kFunction = "Server::Simulate(): ";
+    LockUser engine(m_engineLock, &self, kFunction);
+    LockUser outbox(m_outboxLock, &self, kFunction);
+    if (!Take(engine, self) || !Take(outbox, self)) {
+        return {}; // it is asked to end
+    }
+    Put(m_handler.Advance(seconds));
+    NoteWork();
+    return m_handler.TakeExposures();
+}
+
+void Server::Tell(const std::vector<Exposure>& exposures) const {
+    if (m_options.onExposure) {
+        std::ranges::for_each(exposures, m_options.onExposure);
+    }
 }
 
 ZRErrors::ZRErrorT Server::Send(Worker& self) {

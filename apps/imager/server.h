@@ -10,6 +10,7 @@
 #include <array>
 #include <atomic>
 #include <deque>
+#include <functional>
 
 namespace apps {
 
@@ -20,7 +21,10 @@ struct ServerOptions {
     double speed = 1;                ///< how many seconds of the engine pass in one
     HANDLE hClientProcess = nullptr; ///< the imager ends with it; null: nobody's. Borrowed
     HANDLE hInterrupt = nullptr;     ///< set to end the imager. Borrowed
-    std::string hang;                ///< the lock that is taken and kept, one of kLockNames; empty: none
+    /// Told of each plate that was exposed or spoiled, on one of the server's threads, which holds no lock; may be
+    /// empty.
+    std::function<void(const Exposure&)> onExposure;
+    std::string hang; ///< the lock that is taken and kept, one of kLockNames; empty: none
 };
 
 /// The locks of an imager, in the order in which who needs both takes them: the engine's and the outbox's.
@@ -50,6 +54,8 @@ private:
     ZRErrors::ZRErrorT Receive(Worker& self);
     ZRErrors::ZRErrorT Simulate(Worker& self);
     ZRErrors::ZRErrorT Send(Worker& self);
+    /// One step of Simulate. @returns what was exposed in it.
+    std::vector<Exposure> Advance(Worker& self, double seconds);
 
     /// @returns whether the imager goes on.
     bool Handle(Worker& self, const char* packet);
@@ -63,6 +69,8 @@ private:
     void Hang(Worker& self);
     /// Enters however long it takes, which is told. @returns false when the thread is asked to end.
     bool Take(LockUser& user, Worker& self);
+    /// Tells onExposure. The caller holds no lock.
+    void Tell(const std::vector<Exposure>& exposures) const;
     /// The caller holds the outbox's lock.
     void Put(std::vector<Outgoing> messages);
     /// Keeps in mind, and tells the sender, whether the engine is at work. The caller holds its lock.

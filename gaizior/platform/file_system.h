@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// What each system makes of the calls of files.h and file_replacement.h. Paths are the system's own; a failure is told
 /// by false, or an empty handle, and the last error.
@@ -28,8 +29,11 @@ bool Query(const FileHandle& file, FileStatus& status);
 bool Query(const std::string& path, FileStatus& status);
 bool Remove(const std::string& path);
 bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status));
-bool SetHidden(const std::string& path, bool isHidden);
+bool ReadAttributes(const std::string& path, DWORD& attributes);
+bool WriteAttributes(const std::string& path, DWORD attributes);
 bool CreateFolder(const std::string& path);
+/// Adds the names to `names`.
+bool ListFolder(const std::string& path, std::vector<std::string>& names);
 bool GetCurrentFolder(std::string& path);
 
 /// A file that is to be replaced.

@@ -132,12 +132,21 @@ bool CopyWholeFile(const char* source, const char* destination, bool failIfExist
     return file && copy.Open(destination, FileAccess::Private) && copy.Copy(file) && copy.Commit(!failIfExists);
 }
 
-bool SetHidden(const char* path, bool isHidden) {
-    return OnPath(path, [&](const std::string& it) { return file_system::SetHidden(it, isHidden); });
+bool ReadAttributes(const char* path, DWORD& attributes) {
+    return OnPath(path, [&](const std::string& it) { return file_system::ReadAttributes(it, attributes); });
+}
+
+bool WriteAttributes(const char* path, DWORD attributes) {
+    return OnPath(path, [&](const std::string& it) { return file_system::WriteAttributes(it, attributes); });
 }
 
 bool CreateFolder(const char* path) {
     return OnPath(path, [](const std::string& it) { return file_system::CreateFolder(it); });
+}
+
+bool ListFolder(const char* path, std::vector<std::string>& names) {
+    names.clear();
+    return OnPath(path, [&](const std::string& it) { return file_system::ListFolder(it, names); });
 }
 
 bool GetCurrentFolder(std::string& path) {

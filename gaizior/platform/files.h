@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The calls through which the library reaches files, the same on both systems. Paths may separate with backslashes or
 /// slashes; null and empty ones are not found (3). What fails returns false, or an empty File, with the reason in the
@@ -92,13 +93,23 @@ void UseSystemLineEnds(std::string& text);
 /// @param failIfExists leaves a destination that exists alone (80).
 bool CopyWholeFile(const char* source, const char* destination, bool failIfExists);
 
-/// Sets or takes the hidden attribute; on Linux the extended attribute user.DOSATTRIB, as file servers understand it
-/// (50 where the file system has none).
-bool SetHidden(const char* path, bool isHidden);
+/// The attribute of what is not to be listed, among those that Windows keeps of files and folders.
+inline constexpr DWORD kHiddenAttribute = 0x2;
+
+/// Reads a file's or folder's attributes; on Linux those of the extended attribute user.DOSATTRIB, as file servers
+/// understand it, and none where there is no such attribute.
+bool ReadAttributes(const char* path, DWORD& attributes);
+
+/// Writes attributes that were read. On Linux fails with 50 where the file system has no extended attributes, unless
+/// there is nothing to change.
+bool WriteAttributes(const char* path, DWORD attributes);
 
 /// Makes one folder; its parent must exist (3), it must not (183). errno tells the same: ENOENT, also for a parent that
 /// is a file, and EEXIST.
 bool CreateFolder(const char* path);
+
+/// The names of what is in a folder, in no order; `names` is replaced. Fails with 3 where there is none.
+bool ListFolder(const char* path, std::vector<std::string>& names);
 
 /// The current folder's path, in the system's own form.
 bool GetCurrentFolder(std::string& path);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <optional>
 
@@ -94,6 +95,7 @@ bool FileCallPasses() {
     }
     g_hasFileCallFailed = true;
     ::SetLastError(g_fileError);
+    errno = EIO; // for calls that tell it, too
     return false;
 }
 

@@ -102,7 +102,9 @@ TEST_F(FilesTest, TellWhyTheyAreRefused) {
     const std::string folder = m_folder.Path().string();
     const std::string lost = Path("lost"), astray = Path("astray/file"), below = Path("file/below");
     FileStatus status{};
+    DWORD attributes = 0;
     std::string text;
+    std::vector<std::string> names;
     using Call = std::function<bool(const char*)>;
     const std::tuple<const char*, Call, std::vector<std::pair<std::string, DWORD>>> cases[] = {
         {"save", [](auto path) { return SaveFile(path, "text"); }, {{folder, 5}, {astray, 3}}},
@@ -110,11 +112,13 @@ TEST_F(FilesTest, TellWhyTheyAreRefused) {
         {"append", [](auto path) { return !!File::OpenToAppend(path); }, {{folder, 5}, {astray, 3}}},
         {"remove", RemoveFile, {{lost, 2}, {folder, 5}}},
         {"query", [&](auto path) { return QueryFile(path, status); }, {{lost, 2}, {astray, 3}}},
-        {"hide", [](auto path) { return SetHidden(path, true); }, {{lost, 2}}},
+        {"attributes", [&](auto path) { return ReadAttributes(path, attributes); }, {{lost, 2}}},
+        {"hide", [](auto path) { return WriteAttributes(path, kHiddenAttribute); }, {{lost, 2}}},
         {"limit", [&](auto path) { return ReadWholeFile(path, text, 3); }, {{m_file, 223}}},
         {"copy", [&](auto path) { return CopyWholeFile(m_file.c_str(), path, false); }, {{m_file, 32}, {folder, 5}}},
         {"copy anew", [&](auto path) { return CopyWholeFile(m_file.c_str(), path, true); }, {{m_file, 80}}},
         {"write", [](auto) { return FileReplacement().Write("text"); }, {{m_file, 6}}},
+        {"list", [&](auto path) { return ListFolder(path, names); }, {{astray, 3}, {"", 3}}},
         {"make", CreateFolder, {{folder, 183}, {astray, 3}, {below, 3}}}};
     for (const auto& [name, call, refusals] : cases) {
         for (const auto& [path, error] : refusals) {
@@ -124,7 +128,8 @@ TEST_F(FilesTest, TellWhyTheyAreRefused) {
     }
     EXPECT_EQ(errno, ENOENT) << "as the last one tells too";
     EXPECT_EQ(Contents("file"), "1234");
-    EXPECT_EQ(CountFiles(), 1);
+    EXPECT_TRUE(ListFolder((folder + '/').c_str(), names));
+    EXPECT_EQ(names, std::vector<std::string>{"file"});
 }
 
 TEST_F(FilesTest, AppendBehindWhatOthersAppended) {
@@ -154,7 +159,9 @@ TEST_F(FilesTest, StayHiddenAndCopiesKeepTheirTime) {
 #endif
     };
     for (const bool hide : {true, false}) {
-        EXPECT_TRUE(SetHidden(m_file.c_str(), hide) && SaveFile(m_file.c_str(), "new"));
+        DWORD attributes = 0;
+        EXPECT_TRUE(ReadAttributes(m_file.c_str(), attributes));
+        EXPECT_TRUE(WriteAttributes(m_file.c_str(), attributes ^ kHiddenAttribute) && SaveFile(m_file.c_str(), "new"));
         EXPECT_EQ(isHidden(), hide);
     }
 }

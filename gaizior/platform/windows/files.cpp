@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 #include <direct.h>
@@ -164,7 +165,11 @@ bool Query(const FileHandle& file, FileStatus& status) {
 }
 
 bool Query(const std::string& path, FileStatus& status) {
-    const FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    if (!file) { // perhaps a link that leads nowhere
+        file =
+            Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
+    }
     return file && Query(file, status);
 }
 
@@ -178,17 +183,36 @@ bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& stat
     return file && Query(file, status) && (!isUnwanted(status) || RemoveOpen(file));
 }
 
-bool SetHidden(const std::string& path, bool isHidden) {
-    const DWORD before = ::GetFileAttributesA(path.c_str());
-    if (before == INVALID_FILE_ATTRIBUTES) {
-        return false;
-    }
-    const DWORD others = before & ~static_cast<DWORD>(FILE_ATTRIBUTE_HIDDEN);
-    return ::SetFileAttributesA(path.c_str(), isHidden ? others | FILE_ATTRIBUTE_HIDDEN : others) != FALSE;
+bool ReadAttributes(const std::string& path, DWORD& attributes) {
+    attributes = ::GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES;
+}
+
+bool WriteAttributes(const std::string& path, DWORD attributes) {
+    return ::SetFileAttributesA(path.c_str(), attributes) != FALSE;
 }
 
 bool CreateFolder(const std::string& path) {
     return ::_mkdir(path.c_str()) == 0; // sets the last error and errno
+}
+
+bool ListFolder(const std::string& path, std::vector<std::string>& names) {
+    WIN32_FIND_DATAA entry{};
+    if (path.empty()) {
+        ::SetLastError(ERROR_PATH_NOT_FOUND); // and not the root folder
+        return false;
+    }
+    const HANDLE search = ::FindFirstFileA((path + "\\*").c_str(), &entry);
+    if (search == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    const std::unique_ptr<void, BOOL (*)(HANDLE)> closed(search, &::FindClose);
+    do {
+        if (const std::string_view name = entry.cFileName; name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    } while (::FindNextFileA(search, &entry));
+    return ::GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 bool GetCurrentFolder(std::string& path) {

@@ -15,7 +15,6 @@ namespace {
 
 /// Windows' attributes as a hexadecimal number, "0x2"; file servers may keep more behind its NUL.
 constexpr const char* kAttributes = "user.DOSATTRIB";
-constexpr unsigned long kHidden = 2;
 constexpr std::size_t kLongest = 1024;
 
 using Value = std::array<char, kLongest + 1>;
@@ -35,17 +34,25 @@ bool platform::CopyAttributes(const FileHandle& to, const FileHandle& from) {
     return ::fsetxattr(to.Get(), kAttributes, value.data(), static_cast<std::size_t>(size), 0) == 0 || FailErrno();
 }
 
-bool file_system::SetHidden(const std::string& path, bool isHidden) {
+bool file_system::ReadAttributes(const std::string& path, DWORD& attributes) {
     Value value{};
     if (::getxattr(path.c_str(), kAttributes, value.data(), kLongest) < 0 && !IsNone(errno)) {
         return platform::FailPath(path);
     }
-    const unsigned long before = std::strtoul(value.data(), nullptr, 16);
-    const unsigned long now = isHidden ? before | kHidden : before & ~kHidden;
-    if (now == before) {
+    attributes = static_cast<DWORD>(std::strtoul(value.data(), nullptr, 16));
+    return true;
+}
+
+bool file_system::WriteAttributes(const std::string& path, DWORD attributes) {
+    DWORD before = 0;
+    if (!ReadAttributes(path, before)) {
+        return false;
+    }
+    if (attributes == before) {
         return true;
     }
-    const int length = std::snprintf(value.data(), value.size(), "0x%lx", now);
+    Value value;
+    const int length = std::snprintf(value.data(), value.size(), "0x%x", attributes);
     return ::setxattr(path.c_str(), kAttributes, value.data(), static_cast<std::size_t>(length), 0) == 0 ||
            platform::FailPath(path);
 }

@@ -7,7 +7,9 @@
 
 #include <array>
 #include <climits>
+#include <memory>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -152,6 +154,20 @@ bool CreateFolder(const std::string& path) {
     FailPath(path);
     errno = error;
     return false;
+}
+
+bool ListFolder(const std::string& path, std::vector<std::string>& names) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(path.c_str()), &::closedir); // out of a child's reach
+    if (!folder) {
+        return errno == ENOENT ? Fail(ERROR_PATH_NOT_FOUND) : FailErrno();
+    }
+    errno = 0;
+    while (const dirent* const entry = ::readdir(folder.get())) {
+        if (const std::string_view name = entry->d_name; name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+    }
+    return errno == 0 || FailErrno();
 }
 
 bool GetCurrentFolder(std::string& path) {
