@@ -39,8 +39,9 @@ private:
         return std::nullopt;
     }
     bool HasText(std::string_view text) const {
-        return !std::ranges::search(text, m_text, {}, gaizior::ToLowerAscii, gaizior::ToLowerAscii).empty() ||
-               m_text.empty();
+        const auto isSame = [](char a, char b) { return gaizior::ToLowerAscii(a) == gaizior::ToLowerAscii(b); };
+        return m_text.empty() ||
+               std::search(text.begin(), text.end(), m_text.begin(), m_text.end(), isSame) != text.end();
     }
 
     int m_level = -1;
@@ -84,7 +85,7 @@ bool IsError(std::string_view text) {
 /// What explains itself step by step is faint, what stops the machine is not.
 std::string PaintedEntry(const LogEntry& entry, const std::string& head) {
     constexpr unsigned kSteps = 5;
-    const std::string text = Lines(entry.text);
+    std::string text = Lines(entry.text);
     if (!entry.hasTag || entry.isContinued) {
         return text;
     }

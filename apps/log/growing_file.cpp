@@ -6,8 +6,8 @@
 namespace apps {
 namespace {
 
-constexpr std::size_t kLongestLine = 64 * 1024;
-constexpr std::size_t kPiece = 256 * 1024;
+constexpr std::size_t kLongestLine = std::size_t{64} * 1024;
+constexpr std::size_t kPiece = std::size_t{256} * 1024;
 constexpr std::size_t kHead = 256; // of a log: with the time of its creation, to the millisecond
 constexpr std::size_t kTail = 64;
 

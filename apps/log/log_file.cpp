@@ -7,7 +7,7 @@
 namespace apps {
 namespace {
 
-constexpr std::size_t kLongestEntry = 256 * 1024;
+constexpr std::size_t kLongestEntry = std::size_t{256} * 1024;
 
 Day LastWriteDay(const std::filesystem::path& path) {
     std::error_code error;

@@ -23,7 +23,6 @@
 #include <mutex>
 #include <sstream>
 #include <thread>
-#include <vector>
 
 #ifndef _WIN32
 #include <sys/mount.h>
@@ -256,9 +255,9 @@ TEST_F(LogFileTest, KeepsTheLinesOfThreadsApartWhileNamesChange) {
     };
     Begin("a", false, false);
     {
-        std::vector<std::jthread> threads;
+        std::jthread threads[8];
         for (int i = 0; i < 8; ++i) {
-            threads.emplace_back(write, i);
+            threads[i] = std::jthread(write, i);
         }
     }
     std::string all = Outcome();

@@ -66,9 +66,8 @@ std::string DecodeProfile(std::string file, ProfileEncoding encoding) {
         return file;
     }
     const std::size_t low = encoding == ProfileEncoding::LittleEndianUnits ? 0 : 1;
-    const auto unitAt = [&](std::size_t i) -> std::uint32_t {
-        return static_cast<unsigned char>(file[i + low]) | static_cast<unsigned char>(file[i + 1 - low]) << 8;
-    };
+    const auto byteAt = [&](std::size_t i) -> std::uint32_t { return static_cast<unsigned char>(file[i]); };
+    const auto unitAt = [&](std::size_t i) { return byteAt(i + low) | byteAt(i + 1 - low) << 8; };
     std::string text;
     for (std::size_t i = 0; i < file.size(); i += 2) {
         std::uint32_t character = unitAt(i);
