@@ -22,6 +22,27 @@ Examples:
   bench log logs/imager_Mon.txt --json
 )";
 
+constexpr const char* kHistoryExamples = R"(Examples:
+  bench history list          which plates this machine has exposed
+  bench history follow        and each one to come
+)";
+
+constexpr const char* kListHistoryExamples = R"(Without FILE, the history of the imager 101: this user's, or else the
+machine's. An imager adds a line for each plate.
+
+Examples:
+  bench history list
+  bench history list --last 20
+  bench history list imager-201.history --json
+)";
+
+constexpr const char* kFollowHistoryExamples = R"(Prints what is there, then each line as it comes, until Ctrl-C.
+
+Examples:
+  bench history follow --last 5
+  bench history follow --json
+)";
+
 void AddLog(CommandLine& line) {
     const auto [command, options] =
         line.Add<LogOptions>(line.app, {"log", "Show what processes have logged", kLogExamples}, LogCommand);
@@ -38,10 +59,29 @@ void AddLog(CommandLine& line) {
     AddJson(command, options.json);
 }
 
+void AddLast(CLI::App& command, std::size_t& last) {
+    command.add_option("--last", last, "Only so many lines of what is there (default all)")
+        ->check(Within(1, 1000000))
+        ->type_name("N");
+}
+
+void AddHistory(CommandLine& line) {
+    CLI::App& history = line.AddGroup({"history", "Show which plates were exposed", kHistoryExamples});
+    const auto add = [&](const Help& help, auto function) {
+        const auto [command, options] = line.Add<HistoryOptions>(history, help, function);
+        command.add_option("FILE", options.file, "The history to read")->type_name("");
+        AddLast(command, options.last);
+        AddJson(command, options.json);
+    };
+    add({"list", "What is in it", kListHistoryExamples}, ListHistoryCommand);
+    add({"follow", "The same, and each plate to come", kFollowHistoryExamples}, FollowHistoryCommand);
+}
+
 } // namespace
 
 void AddRecordCommands(CommandLine& line) {
     AddLog(line);
+    AddHistory(line);
 }
 
 } // namespace apps

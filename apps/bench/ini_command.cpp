@@ -51,7 +51,7 @@ public:
         if (code != ZRErrors::e_General_NoError) {
             return DecodeFailure(kFunction, path, code);
         }
-        m_copy.emplace((fs::temp_directory_path() / "gaizior-bench").string(), ScratchFile::Access::kUserAlone);
+        m_copy.emplace();
         if (!m_copy->Write(text.str())) {
             return Fail(kFunction, kFileNotWritten, Exit::kFailed, m_copy->Path() + ": the copy cannot be written");
         }

@@ -53,6 +53,10 @@ Failure NoKey(const char* function, const PrefsKey& key) {
                 "'" + key.path + "' is no key of preferences: it has three parts, as in " + DefaultPrefsKey());
 }
 
+const char* LevelName(bool machine) {
+    return machine ? "machine" : "user";
+}
+
 std::string ShownValue(DWORD type, std::string data) {
     if (type == REG_DWORD && data.size() == sizeof(DWORD)) {
         DWORD number = 0;
@@ -62,7 +66,7 @@ std::string ShownValue(DWORD type, std::string data) {
     return data.substr(0, std::min(data.find('\0'), data.size()));
 }
 
-/// Reads all values of a level; a key that is missing has none.
+/// Reads all values of a level but damaged ones, which standard error tells of; a key that is missing has none.
 Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
     constexpr DWORD kLongestName = 16384;
     constexpr DWORD kLargestValue = 1u << 20;
@@ -73,7 +77,7 @@ Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
     }
     std::string name(kLongestName, '\0');
     std::string data(kLargestValue, '\0');
-    for (DWORD i = 0; error == ERROR_SUCCESS; ++i) {
+    for (DWORD i = 0; key && (error == ERROR_SUCCESS || error == ERROR_BADDB); ++i) {
         DWORD type = 0;
         DWORD nameLength = kLongestName;
         DWORD size = kLargestValue;
@@ -83,6 +87,8 @@ Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
             const Preference preference{name.substr(0, nameLength), type, ShownValue(type, data.substr(0, size)),
                                         machine};
             found.insert_or_assign(preference.name, preference);
+        } else if (error == ERROR_BADDB) {
+            std::fprintf(stderr, "bench: a damaged preference of the %s's level is left out\n", LevelName(machine));
         }
     }
     if (key) {
@@ -93,8 +99,7 @@ Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
     }
     const auto code = gaizior::FoldSystemError(static_cast<DWORD>(error));
     return Fail("ReadLevel(): ", code, Exit::kFailed,
-                std::string("the ") + (machine ? "machine's" : "user's") +
-                    " preferences cannot be read: " + ErrorText(code));
+                std::string("the ") + LevelName(machine) + "'s preferences cannot be read: " + ErrorText(code));
 }
 
 /// What holds for the user: the machine's values, and over them the user's own.
@@ -109,10 +114,6 @@ Outcome ReadPreferences(const PrefsKey& key, Preferences& found) {
     return failure || key.machine ? failure : ReadLevel(path, false, found);
 }
 
-const char* LevelOf(const Preference& preference) {
-    return preference.fromMachine ? "machine" : "user";
-}
-
 std::string AsJson(const Preference& preference) {
     JsonObject object;
     object.Text("name", preference.name);
@@ -121,7 +122,7 @@ std::string AsJson(const Preference& preference) {
     } else {
         object.Text("value", preference.value);
     }
-    return object.Text("from", LevelOf(preference)).Json();
+    return object.Text("from", LevelName(preference.fromMachine)).Json();
 }
 
 std::optional<unsigned long> ParseNumber32(const std::string& text) {
@@ -157,8 +158,8 @@ Outcome ListPrefsCommand(const ListPrefsOptions& options) {
         width = std::max(width, Characters(Printable(name)));
     }
     for (const auto& [name, preference] : found) {
-        const std::string row =
-            Padded(Printable(name), width) + "  " + Padded(LevelOf(preference), 7) + "  " + Printable(preference.value);
+        const std::string row = Padded(Printable(name), width) + "  " + Padded(LevelName(preference.fromMachine), 7) +
+                                "  " + Printable(preference.value);
         std::printf("%s\n", Shortened(row, OutputColumns()).c_str());
     }
     return std::nullopt;
@@ -206,11 +207,10 @@ Outcome SetPrefCommand(const SetPrefOptions& options) {
                                : prefs.SaveUsrParam(options.name.c_str(), value, 0);
     };
     const auto code = isNumber ? save(*number) : save(options.value.c_str());
-    return code == ZRErrors::e_General_NoError
-               ? Outcome()
-               : Fail(kFunction, code, Exit::kFailed,
-                      options.name + " cannot be saved at the " + (options.machine ? "machine" : "user") +
-                          "'s level: " + ErrorText(code));
+    return code == ZRErrors::e_General_NoError ? Outcome()
+                                               : Fail(kFunction, code, Exit::kFailed,
+                                                      options.name + " cannot be saved at the " +
+                                                          LevelName(options.machine) + "'s level: " + ErrorText(code));
 }
 
 } // namespace apps

@@ -11,19 +11,40 @@
 
 namespace apps {
 
-ScratchFile::ScratchFile(const std::string& path, Access access)
-    : m_target(path), m_path(path + '.' + std::to_string(::GetCurrentProcessId()) + ".tmp") {
-    std::error_code none;
-    std::ofstream empty(m_path);
-    if (access == Access::kUserAlone) {
-        std::filesystem::permissions(m_path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
-                                     none);
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A new folder for this user alone among the temporary files; empty when none can be made.
+fs::path MakePrivateFolder() {
+    constexpr int kTries = 100; // so many may be left of killed processes with the same ID
+    std::error_code error;
+    const std::string stem =
+        (fs::temp_directory_path(error) / ("gaizior-bench-" + std::to_string(::GetCurrentProcessId()))).string();
+    for (int i = 0; i < kTries; ++i) {
+        const fs::path folder = stem + '-' + std::to_string(i);
+        if (fs::create_directory(folder, error)) { // what another user has put there is not taken
+            fs::permissions(folder, fs::perms::owner_all, error);
+            return folder;
+        }
     }
+    return {};
 }
+
+} // namespace
+
+ScratchFile::ScratchFile()
+    : m_folder(MakePrivateFolder()), m_path(m_folder.empty() ? fs::path() : m_folder / "scratch") {}
+
+ScratchFile::ScratchFile(const std::string& target)
+    : m_target(target), m_path(target + '.' + std::to_string(::GetCurrentProcessId()) + ".tmp") {}
 
 ScratchFile::~ScratchFile() {
     std::error_code none;
-    std::filesystem::remove(m_path, none);
+    fs::remove(m_path, none);
+    if (!m_folder.empty()) {
+        fs::remove(m_folder, none);
+    }
 }
 
 bool ScratchFile::Write(const std::string& contents) const {

@@ -5,12 +5,13 @@
 
 namespace apps {
 
-/// A file of bench's own beside another one, which it may take the place of; removed at the end.
+/// A file of bench's own; removed at the end.
 class ScratchFile {
 public:
-    enum class Access { kDefault, kUserAlone };
-
-    explicit ScratchFile(const std::string& path, Access access = Access::kDefault);
+    /// A file that its user alone can reach.
+    ScratchFile();
+    /// A file beside another one, which it may take the place of.
+    explicit ScratchFile(const std::string& target);
     ~ScratchFile();
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
@@ -25,6 +26,7 @@ public:
 
 private:
     std::string m_target;
+    std::filesystem::path m_folder; ///< its own, if it has one
     std::filesystem::path m_path;
 };
 

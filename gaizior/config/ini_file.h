@@ -51,8 +51,7 @@ public:
     /// Reads one value and appends it to `out`.
     /// @param section,key the names, in upper or lower case.
     /// @param defaultValue what is appended where there is no such key or no plain file, without its trailing blanks
-    /// and
-    ///   one pair of quotes; after a failure to decode as it is. Null is empty.
+    ///   and one pair of quotes; after a failure to decode as it is. Null is empty.
     /// @returns 0; 1000 e_File_InvalidName for an object without a path; 2001 e_Memory_AllocationFailed; 2011
     ///   e_Resource_AllocationFailed when no copy of an encoded file can be made, or there is no memory to begin with;
     ///   what ZRGUIDEncryptC::Decode returns. After a failure to decode the next call tries again.

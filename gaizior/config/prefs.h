@@ -43,8 +43,7 @@ public:
 
     /// Loads a setting of the machine's.
     /// @returns it, or the default. A text is the caller's, who gives it back to FreeText; an empty one counts as
-    /// missing,
-    ///   a null default as an empty one, and null comes where there is no memory for it.
+    ///   missing, a null default as an empty one, and null comes where there is no memory for it.
     /// @{
     unsigned long LoadAppParam(const char* name, unsigned long defaultValue);
     double LoadAppParam(const char* name, double defaultValue);
@@ -63,8 +62,7 @@ public:
 
     /// Loads a setting of the user's; other than 0 in `fromMachine`, the machine's copy.
     /// @returns as LoadAppParam. Of an int it is meant that it tells but yes or no: 1 for every value, and every
-    /// default,
-    ///   that is not 0.
+    ///   default, that is not 0.
     /// @{
     int LoadUsrParam(const char* name, int defaultValue, int fromMachine);
     unsigned int LoadUsrParam(const char* name, unsigned int defaultValue, int fromMachine);

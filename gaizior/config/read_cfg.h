@@ -33,8 +33,7 @@ public:
     /// writing go on stay, a decision of this system.
     /// @param fileName the file; copied.
     /// @returns 0; else the object is as it was: 1001 e_File_OpenFailed, also for a folder, 2056 e_File_ReadFailed,
-    /// also
-    ///   for more than 1 GiB, 2001 without memory.
+    ///   also for more than 1 GiB, 2001 without memory.
     ZRErrors::ZRErrorT OpenFileName(const char* fileName);
 
     /// Reads the numbers behind a token.

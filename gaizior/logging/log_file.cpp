@@ -7,6 +7,7 @@
 #include "gaizior/logging/log_utils.h"
 #include "gaizior/platform/files.h"
 #include "gaizior/platform/fork.h"
+#include "gaizior/platform/line_end.h"
 #include "gaizior/platform/message_box.h"
 #include "gaizior/platform/mutex.h"
 #include "gaizior/platform/timing.h"
@@ -307,7 +308,9 @@ private:
 
     /// Writes in one piece what has been added. @param text what standard error gets of it.
     bool Send(const char* text) {
-        UseSystemLineEnds(m_bytes);
+        if constexpr (kLineEnd != kUnixLineEnd) {
+            m_bytes = ReplaceLineEnds(m_bytes, kUnixLineEnd, kLineEnd);
+        }
         const bool succeeded = m_file.Write(m_bytes);
         m_bytes.clear();
         if (g_teeCerr.load(std::memory_order_relaxed)) {

@@ -71,6 +71,7 @@ public:
     /// The hook for lines, one at a time for all threads; does nothing while there is no name. Waits for other lines
     /// for 60 s, then standard error tells that the line is dropped. A box that is shown on Windows keeps others
     /// waiting until it is answered; on Linux it does not.
+    /// @param level the line's, for its tag.
     /// @param mode the sum of what is to be done: 1 WriteToFile, 2 WriteToImmediate, 4 WriteToSystem, 8 WriteToUser.
     /// @param text the caller's, ends with a line feed; null is none.
     static void DebugOut(unsigned level, int mode, char* text);

@@ -86,9 +86,6 @@ bool RemoveFile(const char* path);
 /// a second at most (1460).
 bool RemoveFileIf(const char* path, bool (*isUnwanted)(const FileStatus& status));
 
-/// Makes the line feeds of a text the line ends that text files have on this system.
-void UseSystemLineEnds(std::string& text);
-
 /// Copies contents, permissions and last-write time by a FileReplacement: the destination is the old file or a whole
 /// copy. One that exists keeps its own permissions. A file is not copied onto itself (32).
 /// @param failIfExists leaves a destination that exists alone (80).

@@ -29,7 +29,6 @@ public:
     /// Encodes what is left in a stream and saves it as a file, which is the old one or the new one, whole.
     /// @param path the file; one that is there keeps its permissions.
     /// @returns 0; 2056 e_File_ReadFailed when the stream cannot be read, 2055 e_File_WriteFailed when the file cannot
-    /// be
-    ///   saved, also one of more than 64 MiB; 2001 e_Memory_AllocationFailed; what GuidC::CreateGUID says.
+    ///   be saved, also one of more than 64 MiB; 2001 e_Memory_AllocationFailed; what GuidC::CreateGUID says.
     static ZRErrors::ZRErrorT Encode(const char* path, std::iostream& stream, const GUID& key);
 };

@@ -178,7 +178,10 @@ TEST_F(JobFile, TheSamplesAreGoodAndAFolderIsNone) {
     std::vector<Plate> plates;
     for (const auto& entry : std::filesystem::directory_iterator(GAIZIOR_SAMPLES)) {
         const std::string path = entry.path().string();
-        EXPECT_FALSE(path.ends_with(".job") ? ReadJobFile(path, job) : ReadPlateFile(path, plates));
+        EXPECT_FALSE(path.ends_with(".job")      ? ReadJobFile(path, job)
+                     : path.ends_with(".plates") ? ReadPlateFile(path, plates)
+                                                 : Outcome())
+            << path;
     }
     EXPECT_TRUE(job != Job() && !plates.empty()) << "there is one of each";
     EXPECT_EQ(ReadJobFile(GAIZIOR_SAMPLES, job)->exit, Exit::kFailed);

@@ -29,27 +29,6 @@ long long At(unsigned year, unsigned month, unsigned day, int time) {
     return DayMoments(*DayOf(year, month, day)).At(time, 0);
 }
 
-/// Another time zone for the programs that are started as long as it lives.
-class TimeZone {
-public:
-    explicit TimeZone(const char* zone) {
-        Set(zone);
-    }
-    ~TimeZone() {
-        Set(m_before.c_str());
-    }
-
-private:
-    static void Set(const char* zone) {
-#ifdef _WIN32
-        ::_putenv_s("TZ", zone);
-#else
-        *zone ? ::setenv("TZ", zone, 1) : ::unsetenv("TZ");
-#endif
-    }
-    const std::string m_before = std::getenv("TZ") ? std::getenv("TZ") : "";
-};
-
 class Log : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -94,25 +73,15 @@ protected:
 };
 
 TEST_F(Log, ALinesTagIsTakenOffOrItHasNone) {
-    struct Case {
-        std::string_view line;
-        int time;
-        unsigned level;
-        std::int32_t priority;
-        std::string_view text;
-        bool isDated;
-    };
-    constexpr Case kTagged[] = {
+    const std::tuple<std::string_view, int, unsigned, int, std::string_view, bool> tagged[] = {
         {"14:03:07.042 000 0x0a1c 0x00 clamp", 50587042, 0, 0, "clamp", false},
         {"00:00:00.000  22\\11\\2026 1234 0xFFFFFFFF 0xfffffff1  ERROR: x", 0, 1234, -15, " ERROR: x", true},
-        {"23:59:59.999 015 0x1234 0x0f", 86399999, 15, 15, "", false},
-    };
-    for (const Case& wanted : kTagged) {
-        std::string_view line = wanted.line;
+        {"23:59:59.999 015 0x1234 0x0f", 86399999, 15, 15, "", false}};
+    for (auto [line, time, level, priority, text, isDated] : tagged) {
         const auto tag = TakeTag(line);
-        ASSERT_TRUE(tag) << wanted.line;
+        ASSERT_TRUE(tag) << line;
         EXPECT_EQ(std::tuple(tag->time, tag->level, tag->priority, line, tag->day.has_value()),
-                  std::tuple(wanted.time, wanted.level, wanted.priority, wanted.text, wanted.isDated));
+                  std::tuple(time, level, priority, text, isDated));
     }
     for (const char* untagged :
          {"", "14:03", "24:00:00.000 000 0x0a1c 0x00 x", "14:03:07.042 000 0x0a1c", "14:03:07.042 00 0x0a1c 0x00 x",
@@ -138,8 +107,7 @@ TEST_F(Log, TimesAreReadAsPeopleWriteThem) {
         {"2026-03-01", At(2026, 3, 1, 0)},
         {"2026-11-22 14:03", At(2026, 11, 22, 14 * kHour + 3 * kMinute)},
         {"2026-11-22T14:03:07.042", At(2026, 11, 22, 14 * kHour + 3 * kMinute + 7042)},
-        {"1971-01-02T00:30:00.000+0130", 23 * kHour + 364LL * 24 * kHour + 24LL * kHour},
-    };
+        {"1971-01-02T00:30:00.000+0130", 23 * kHour + 364LL * 24 * kHour + 24LL * kHour}};
     for (const auto& [text, moment] : times) {
         EXPECT_EQ(ReadMoment(text, now), moment) << text;
     }
@@ -161,23 +129,14 @@ TEST_F(Log, SeveralLogsBecomeOneByTime) {
                             Line("00:30:00", "day after") + zeros + Line("00:29:59", "a second less"));
     Write("dated.log", Line("23:59:00", "x").insert(12, "  21\\11\\2026") + Line("00:30:00", "y"));
     Write("notes.txt", "nothing\nto tell\n");
-    const std::vector<std::string> all = {
-        "20 22:00 ** imager.log Created on: 20\\11\\2026 ",
-        "20 22:00 up",
-        "20 23:00 ** imager.log Created on: 20\\11\\2026 ",
-        "20 23:59 last",
-        "21 01:00 next day",
-        "21 23:59 x",
-        "22 00:00 Log file day has changed: switching to: imager_Sun.txt",
-        "22 00:00 ** imager.log Created on: 22\\11\\2026 ",
-        "22 00:00 Log output continuing from: imager_Fri.txt",
-        "22 00:10 story\n  goes on\n",
-        "22 00:09 late\n\n half",
-        "22 00:30 y",
-        "22 00:30 day after",
-        "22 00:29 a second less",
-    };
-    EXPECT_EQ(Read(Folder()), all);
+    EXPECT_EQ(Read(Folder()),
+              (std::vector<std::string>{
+                  R"(20 22:00 ** imager.log Created on: 20\11\2026 )", "20 22:00 up",
+                  R"(20 23:00 ** imager.log Created on: 20\11\2026 )", "20 23:59 last", "21 01:00 next day",
+                  "21 23:59 x", "22 00:00 Log file day has changed: switching to: imager_Sun.txt",
+                  R"(22 00:00 ** imager.log Created on: 22\11\2026 )",
+                  "22 00:00 Log output continuing from: imager_Fri.txt", "22 00:10 story\n  goes on\n",
+                  "22 00:09 late\n\n half", "22 00:30 y", "22 00:30 day after", "22 00:29 a second less"}));
     EXPECT_EQ(Read(Folder(), "DATED"), (std::vector<std::string>{"21 23:59 x", "22 00:30 y"}));
     LogSet nobody("sever", false);
     const Outcome failure = nobody.Open({Folder()});
@@ -187,7 +146,7 @@ TEST_F(Log, SeveralLogsBecomeOneByTime) {
 TEST_F(Log, AnHourThatTheClockShowsTwiceIsNoNewDay) {
     Write("server.log", Header("00:50:00.000", "01\\11\\2026") + Line("01:59:59", "") + Line("01:00:00", "") +
                             Line("01:30:00", "") + Line("02:00:00", "") + Line("01:50:00", ""));
-    const TimeZone newYork("EST5EDT,M3.2.0,M11.1.0");
+    const ScopedVariable newYork("TZ", "EST5EDT,M3.2.0,M11.1.0");
     const Ended bench({"log", Folder(), "--json"});
     std::string output = bench.Output();
     for (const char* time :

@@ -34,7 +34,7 @@ TEST_F(RecordsTest, AnImagerLeavesItsLogItsHistoryAndItsCounts) {
                  R"("columns":{"job":"Morning edition, front page","plate":"Daily news",)"
                  R"("width":"345","length":"580","separation":"Black","number":"4/4",)"
                  R"("result":"exposed"}})");
-    const Ended log({"log", "--process", "imager-301", "--grep", "state"});
+    const Ended log({"log", "--process", "imager-301", "--grep", "RECEIVED"});
     EXPECT_PRED2(Holds, log.Output(), "Server::Receive(): received 1;3;300;");
 }
 

@@ -4,6 +4,7 @@
 #include "gaizior/platform/file_call.h"
 #include "gaizior/platform/files.h"
 #include "tests/support/child.h"
+#include "tests/support/decimal_comma.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/registry.h"
 #include "tests/support/watchdog.h"
@@ -16,7 +17,6 @@
 #include <cstdint>
 #include <functional>
 #include <list>
-#include <locale>
 #include <memory>
 #include <tuple>
 #include <utility>
@@ -29,13 +29,6 @@ namespace gaizior::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A decimal comma, as an operator's locale may have it.
-struct Comma : std::numpunct<char> {
-    char do_decimal_point() const override {
-        return ',';
-    }
-};
 
 class PrefsTest : public testing::Test {
 protected:
@@ -55,7 +48,7 @@ protected:
 };
 
 TEST_F(PrefsTest, WhatIsSavedComesBackExactly) {
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
+    const DecimalComma locale;
     for (const double value : {0.1, -0.0, 1.0 / 3, 1e23, 123456.789, DBL_MIN, DBL_MAX, -DBL_TRUE_MIN, HUGE_VAL}) {
         EXPECT_EQ(m_prefs.SaveAppParam("double", value), 0u);
         for (const double loaded : {m_prefs.LoadAppParam("DOUBLE", 1.0), m_prefs.LoadAppParam("never", value)}) {
@@ -64,7 +57,6 @@ TEST_F(PrefsTest, WhatIsSavedComesBackExactly) {
     }
     EXPECT_EQ(m_prefs.SaveUsrParam("double", 1234.5, 0), 0u);
     EXPECT_EQ(Text("double"), "1234.5");
-    std::locale::global(before);
     const std::string text = " a\tb\r\n;=[]\"" + std::string(100'000, 'y');
     EXPECT_EQ(m_prefs.SaveUsrParam("text", text.c_str(), 0), 0u);
     EXPECT_EQ(Text("text"), text);

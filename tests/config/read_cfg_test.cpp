@@ -1,9 +1,7 @@
 #include "gaizior/config/read_cfg.h"
 
 #include "tests/config/config_files.h"
-
-#include <clocale>
-#include <locale>
+#include "tests/support/decimal_comma.h"
 
 using namespace std::string_literals;
 
@@ -38,15 +36,7 @@ protected:
 };
 
 TEST_F(ReadCfg, TakesNumbersAsAStreamDoesWhateverTheLocale) {
-    struct Comma : std::numpunct<char> {
-        char do_decimal_point() const override {
-            return ',';
-        }
-    };
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
-    for (const char* const name : {"de_DE.UTF-8", "German"}) {
-        std::setlocale(LC_ALL, name); // where the system has it
-    }
+    const DecimalComma locale;
     const std::tuple<std::string, double, std::string> cases[] = {
         {"1.5", 1.5, ""},       {" \t\r\n\0-2."s, -2, ""}, {"+.5e1", 5, ""},         {"1e-999", 0, ""},
         {"007.25x", 7.25, "x"}, {"1,5", 1, ",5"},          {"1.2.3", 1.2, ".3"},     {"1E2e3", 100, "e3"},
@@ -64,8 +54,6 @@ TEST_F(ReadCfg, TakesNumbersAsAStreamDoesWhateverTheLocale) {
     Open("");
     EXPECT_EQ(Write("a", {1.5, -1234567, 0.00001, 100, 1.0 / 3}), 0);
     EXPECT_EQ(Saved(), "a\t 1.5 -1.23457e+06 1e-05 100 0.333333" + std::string(kLineEnd));
-    std::locale::global(before);
-    std::setlocale(LC_ALL, "C");
 }
 
 TEST_F(ReadCfg, FindsTokensInTheirOrder) {

@@ -5,6 +5,7 @@
 #include "gaizior/logging/log_utils.h"
 #include "gaizior/platform/file_call.h"
 #include "gaizior/platform/files.h"
+#include "gaizior/platform/line_end.h"
 #include "gaizior/platform/timing.h"
 #include "gaizior/platform/unique_handle.h"
 #include "gaizior/values/time.h"
@@ -201,14 +202,7 @@ DWORD LogAfterEvent(void* event) {
 }
 
 TEST_F(LogFileTest, TagsItsLinesAndCopiesThemWithoutTags) {
-    const SYSTEMTIME time{.wYear = 2004,
-                          .wMonth = 1,
-                          .wDayOfWeek = 3,
-                          .wDay = 7,
-                          .wHour = 9,
-                          .wMinute = 5,
-                          .wSecond = 3,
-                          .wMilliseconds = 42};
+    const SYSTEMTIME time{2004, 1, 3, 7, 9, 5, 3, 42};
     seams::SetLocalTime(&time);
     Begin("i", false, false);
     m_inHeader = [] {
@@ -231,13 +225,12 @@ TEST_F(LogFileTest, TagsItsLinesAndCopiesThemWithoutTags) {
     SetDebugLevel(1);
     char tag[64];
     std::snprintf(tag, sizeof tag, R"(09:05:03.042  07\01\2004 1000 0x%04x 0xfffffffe )", static_cast<unsigned>(id));
-    std::string expected = tag + kRule + tag + "** " + m_root + R"(i Created on: 07\01\2004 )" + '\n' + tag +
-                           "** press 7\n" + tag + kRule +
-                           "TagFields:\nTimeStamp Level Thread ThreadPriority Message\n" + tag + "one\n";
-    UseSystemLineEnds(expected);
+    const std::string expected = tag + kRule + tag + "** " + m_root + R"(i Created on: 07\01\2004 )" + '\n' + tag +
+                                 "** press 7\n" + tag + kRule +
+                                 "TagFields:\nTimeStamp Level Thread ThreadPriority Message\n" + tag + "one\n";
     std::string contents;
     EXPECT_TRUE(ReadWholeFile((m_root + "i").c_str(), contents, 10'000));
-    EXPECT_EQ(contents, expected);
+    EXPECT_EQ(contents, ReplaceLineEnds(expected, kUnixLineEnd, kLineEnd));
     EXPECT_TRUE(Outcome().ends_with("}from within;one;"));
     EXPECT_EQ(stamps.str().find(R"(09:05:03.042  07\01\2004 007 0x)"), 0u);
     EXPECT_TRUE(stamps.str().ends_with(" 0x00 09:05:03.042 ")) << stamps.str();

@@ -317,9 +317,3 @@ void Unlock(const FileHandle& lock) {
 }
 
 } // namespace gaizior::file_system
-
-void gaizior::UseSystemLineEnds(std::string& text) {
-    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 2)) {
-        text.insert(end, 1, '\r');
-    }
-}

@@ -18,9 +18,8 @@ inline namespace gaizior_windows_api {
 /// @param buffer,size receives the value and a NUL, or as many as fit.
 /// @param path the file.
 /// @returns the number of characters without the NUL; size - 1 for a value that is cut, size - 2 for names that are.
-/// The
-///   last error is 0, or says why the file cannot be read: 2 or 3 where there is none, 5, 223 when it is too large, 8
-///   without memory. Any thread.
+///   The last error is 0, or says why the file cannot be read: 2 or 3 where there is none, 5, 223 when it is too large,
+///   8 without memory. Any thread.
 GAIZIOR_API DWORD GetPrivateProfileStringA(const char* section, const char* key, const char* defaultValue, char* buffer,
                                            DWORD size, const char* path);
 

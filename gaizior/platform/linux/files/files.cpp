@@ -203,5 +203,3 @@ bool GetFullPath(const std::string& path, std::string& fullPath) {
 }
 
 } // namespace gaizior::file_system
-
-void gaizior::UseSystemLineEnds(std::string& /*text*/) {}
