@@ -1,7 +1,7 @@
 #include "gaizior/config/history.h"
 
 #include "gaizior/config/file_utils.h"
-#include "gaizior/config/memory_guard.h"
+#include "gaizior/errors/memory_guard.h"
 #include "gaizior/errors/failure.h"
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/file_lock.h"

@@ -1,6 +1,7 @@
 #include "gaizior/config/ini_file.h"
 
 #include "gaizior/errors/failure.h"
+#include "gaizior/errors/memory_guard.h"
 #include "gaizior/platform/files.h"
 #include "gaizior/platform/windows_api.h"
 #include "gaizior/values/guid_encrypt.h"
@@ -39,14 +40,18 @@ std::string TextOf(std::streambuf* stream) {
 }
 
 /// Asks with larger buffers until the value fits: less than two characters of room are left of one that is cut.
-std::string ReadProfileValue(const char* section, const char* key, const std::string& defaultValue, const char* path) {
-    std::string value;
+/// @returns false with the last error for a file that is there and cannot be read.
+bool ReadProfileValue(const char* section, const char* key, const std::string& defaultValue, const char* path,
+                      std::string& value) {
     DWORD count = 0;
+    ::SetLastError(NO_ERROR);
     for (DWORD size = kFirstSize; value.size() < count + 3; size *= 2) {
         value.resize(size);
         count = ::GetPrivateProfileStringA(section, key, defaultValue.c_str(), value.data(), size, path);
     }
-    return value.substr(0, count);
+    const DWORD error = ::GetLastError();
+    value.resize(count);
+    return error == NO_ERROR || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
 /// Replaces what a stream holds by a text and a NUL; it is then read from its beginning.
@@ -89,7 +94,12 @@ const char* const ZRIniFileC::RECIPIENTS = "recipients";
 const char* const ZRIniFileC::ADDRESSES = "addresses";
 const char* const ZRIniFileC::SUBJECT = "subject";
 
-ZRIniFileC::ZRIniFileC(const char* path, int encoded) : m_pPath(CopyOf(AbsolutePath(path))), m_bEncoded(encoded) {}
+ZRIniFileC::ZRIniFileC(const char* path, int encoded) : m_bEncoded(encoded) {
+    try {
+        m_pPath = CopyOf(AbsolutePath(path));
+    } catch (const std::bad_alloc&) { // told by the first use, which finds no path
+    }
+}
 
 ZRIniFileC::~ZRIniFileC() {
     Flush();
@@ -102,17 +112,15 @@ ZRErrorT ZRIniFileC::Read(const char* section, const char* key, const CString* c
     } catch (const std::bad_alloc&) {
         return Fail("ZRIniFileC::Read(): ", ZRErrors::e_Resource_AllocationFailed);
     }
-    try {
+    return GuardMemory("ZRIniFileC::Read(): ", [&] {
         const char* const text = defaultValue ? static_cast<const char*>(*defaultValue) : "";
         if (!Refill(*stream, text)) {
-            return Fail("ZRIniFileC::Read(): ", ZRErrors::e_Memory_AllocationFailed);
+            throw std::bad_alloc();
         }
         const ZRErrorT result = _Read(section, key, *stream);
         out += TextOf(stream->rdbuf()).c_str(); // the default after a failure
         return result;
-    } catch (const std::bad_alloc&) {
-        return Fail("ZRIniFileC::Read(): ", ZRErrors::e_Memory_AllocationFailed);
-    }
+    });
 }
 
 ZRErrorT ZRIniFileC::_Read(const char* section, const char* key, std::istream& io) {
@@ -120,7 +128,12 @@ ZRErrorT ZRIniFileC::_Read(const char* section, const char* key, std::istream& i
         return error;
     }
     try {
-        if (Refill(io, ReadProfileValue(section, key, TextOf(io.rdbuf()), m_pWorkingPath.get()))) {
+        std::string value;
+        if (!ReadProfileValue(section, key, TextOf(io.rdbuf()), m_pWorkingPath.get(), value)) {
+            return Fail("ZRIniFileC::_Read(): ", ZRErrors::e_File_ReadFailed, "failed to read ", m_pWorkingPath.get(),
+                        ": ", CodeText(LastSystemError()));
+        }
+        if (Refill(io, value)) {
             return ZRErrors::e_General_NoError;
         }
     } catch (const std::bad_alloc&) { // told below
@@ -133,12 +146,14 @@ ZRErrorT ZRIniFileC::_Write(const char* section, const char* key, std::ostream& 
     if (const ZRErrorT error = Initialise(); error != ZRErrors::e_General_NoError) {
         return error;
     }
-    if (!::WritePrivateProfileStringA(section, key, TextOf(value.rdbuf()).c_str(), m_pWorkingPath.get())) {
-        return Fail("ZRIniFileC::_Write(): ", ZRErrors::e_File_WriteFailed,
-                    "Failed to write to: ", m_pWorkingPath.get(), ": ", CodeText(LastSystemError()));
-    }
-    m_bDirty = m_bEncoded;
-    return ZRErrors::e_General_NoError;
+    return GuardMemory("ZRIniFileC::_Write(): ", [&] {
+        if (!::WritePrivateProfileStringA(section, key, TextOf(value.rdbuf()).c_str(), m_pWorkingPath.get())) {
+            return Fail("ZRIniFileC::_Write(): ", ZRErrors::e_File_WriteFailed,
+                        "Failed to write to: ", m_pWorkingPath.get(), ": ", CodeText(LastSystemError()));
+        }
+        m_bDirty = m_bEncoded;
+        return ZRErrors::e_General_NoError;
+    });
 }
 
 std::iostream& ZRIniFileC::GetStream() {
@@ -146,23 +161,37 @@ std::iostream& ZRIniFileC::GetStream() {
 }
 
 ZRErrorT ZRIniFileC::Initialise() {
+    constexpr const char* kFunction = "ZRIniFileC::Initialise(): ";
     if (m_bInitialised) {
-        return ZRErrors::e_General_NoError;
+        return CheckCopy();
     }
-    if (!m_pPath[0]) {
-        return Fail("ZRIniFileC::Initialise(): ", ZRErrors::e_File_InvalidName);
+    if (!m_pPath || !m_pPath[0]) {
+        return Fail(kFunction, ZRErrors::e_File_InvalidName);
     }
-    try {
+    return GuardMemory(kFunction, [&] {
         if (!m_bEncoded) {
             m_pWorkingPath = CopyOf(m_pPath.get());
         } else if (const ZRErrorT error = Extract(); error != ZRErrors::e_General_NoError) {
             return error;
         }
-    } catch (const std::bad_alloc&) {
-        return Fail("ZRIniFileC::Initialise(): ", ZRErrors::e_Memory_AllocationFailed);
+        m_bInitialised = 1;
+        m_nProcess = ::GetCurrentProcessId();
+        return ZRErrors::e_General_NoError;
+    });
+}
+
+/// A copy that somebody has removed would be taken for a file without settings. Then the next call decodes anew.
+ZRErrorT ZRIniFileC::CheckCopy() {
+    FileStatus status{};
+    if (!m_bEncoded || QueryFile(m_pWorkingPath.get(), status)) {
+        return ZRErrors::e_General_NoError;
     }
-    m_bInitialised = 1;
-    return ZRErrors::e_General_NoError;
+    const ZRErrorT code = LastSystemError();
+    if (code == FoldSystemError(ERROR_FILE_NOT_FOUND) || code == FoldSystemError(ERROR_PATH_NOT_FOUND)) {
+        Forget();
+    }
+    return Fail("ZRIniFileC::Initialise(): ", ZRErrors::e_Resource_AllocationFailed, "the temporary file of ",
+                m_pPath.get(), " is lost: ", CodeText(code));
 }
 
 /// Decodes the file to a copy, which becomes the working path.
@@ -187,23 +216,27 @@ ZRErrorT ZRIniFileC::Extract() {
 }
 
 ZRErrorT ZRIniFileC::Flush() {
-    if (!m_bInitialised) {
-        return ZRErrors::e_General_NoError;
-    }
     ZRErrorT result = ZRErrors::e_General_NoError;
-    if (m_bEncoded && m_bDirty) {
-        result = EncodeBack();
+    if (m_bInitialised && m_bEncoded && m_nProcess == ::GetCurrentProcessId()) { // a forked child has no copy
+        if (m_bDirty) {
+            result = EncodeBack();
+        }
+        if (!RemoveFile(m_pWorkingPath.get())) {
+            LogError("ZRIniFileC::Flush(): ", "failed to remove ", m_pWorkingPath.get(), ": ",
+                     CodeText(LastSystemError()));
+        }
     }
-    if (m_bEncoded && !RemoveFile(m_pWorkingPath.get())) {
-        LogError("ZRIniFileC::Flush(): ", "failed to remove ", m_pWorkingPath.get(), ": ", CodeText(LastSystemError()));
-    }
-    m_pWorkingPath.reset();
-    m_bInitialised = m_bDirty = 0;
+    Forget();
     return result;
 }
 
+void ZRIniFileC::Forget() {
+    m_pWorkingPath.reset();
+    m_bInitialised = m_bDirty = 0;
+}
+
 ZRErrorT ZRIniFileC::EncodeBack() {
-    try {
+    return GuardMemory("ZRIniFileC::Flush(): ", [&] {
         std::string text;
         if (!ReadWholeFile(m_pWorkingPath.get(), text, kLargestCopy)) {
             return Fail("ZRIniFileC::Flush(): ", ZRErrors::e_File_ReadFailed, "failed to read ", m_pWorkingPath.get(),
@@ -211,7 +244,5 @@ ZRErrorT ZRIniFileC::EncodeBack() {
         }
         std::stringstream stream(std::move(text), std::ios::in | std::ios::out | std::ios::binary);
         return ZRGUIDEncryptC::Encode(m_pPath.get(), stream, ZRGUIDEncryptC::PUBLIC_KEY);
-    } catch (const std::bad_alloc&) {
-        return Fail("ZRIniFileC::Flush(): ", ZRErrors::e_Memory_AllocationFailed);
-    }
+    });
 }

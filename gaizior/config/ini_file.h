@@ -53,8 +53,9 @@ public:
     /// @param defaultValue what is appended where there is no such key or no plain file, without its trailing blanks
     ///   and one pair of quotes; after a failure to decode as it is. Null is empty.
     /// @returns 0; 1000 e_File_InvalidName for an object without a path; 2001 e_Memory_AllocationFailed; 2011
-    ///   e_Resource_AllocationFailed when no copy of an encoded file can be made, or there is no memory to begin with;
-    ///   what ZRGUIDEncryptC::Decode returns. After a failure to decode the next call tries again.
+    ///   e_Resource_AllocationFailed when no copy of an encoded file can be made or it is lost, or there is no memory
+    ///   to begin with; 2056 e_File_ReadFailed when the file is there and cannot be read; what ZRGUIDEncryptC::Decode
+    ///   returns. After a failure to decode, or a loss, the next call tries again.
     ZRErrors::ZRErrorT Read(const char* section, const char* key, const CString* const defaultValue, CString& out);
 
 private:
@@ -63,12 +64,15 @@ private:
     std::iostream& GetStream();
     ZRErrors::ZRErrorT Initialise();
     ZRErrors::ZRErrorT Flush();
+    ZRErrors::ZRErrorT CheckCopy();
     ZRErrors::ZRErrorT Extract();
+    void Forget();
     ZRErrors::ZRErrorT EncodeBack();
 
     std::unique_ptr<char[]> m_pPath;
     std::unique_ptr<char[]> m_pWorkingPath; // what the profile functions are given: the path, or the decoded copy
     int m_bEncoded;
     int m_bInitialised = 0;
-    int m_bDirty = 0; // the copy has what the encoded file has not
+    int m_bDirty = 0;             // the copy has what the encoded file has not
+    unsigned long m_nProcess = 0; // whose the copy is
 };

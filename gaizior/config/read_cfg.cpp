@@ -1,13 +1,15 @@
 #include "gaizior/config/read_cfg.h"
 
-#include "gaizior/config/memory_guard.h"
 #include "gaizior/errors/failure.h"
+#include "gaizior/errors/memory_guard.h"
 #include "gaizior/platform/file_replacement.h"
 #include "gaizior/platform/files.h"
 #include "gaizior/platform/line_end.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <locale>
 #include <sstream>
@@ -159,14 +161,16 @@ ZRErrors::ZRErrorT ZRReadCfgC::_ReadToken(const char* token, double* const value
     const char* const begin = m_pContents->data();
     const char* next = found + std::strlen(token);
     m_nReadPosition = static_cast<unsigned int>(next - begin);
-    for (unsigned int i = 0; i < count; ++i) {
-        if (!gaizior::ReadNumber(next, begin + m_pContents->size(), values[i])) {
-            return Fail(gaizior::kReadToken, ZRErrors::e_File_ReadFailed, "failed while reading object: ", i, " of ",
-                        count, ", ", values[i]);
+    return gaizior::GuardMemory(gaizior::kReadToken, [&] {
+        for (unsigned int i = 0; i < count; ++i) {
+            if (!gaizior::ReadNumber(next, begin + m_pContents->size(), values[i])) {
+                return Fail(gaizior::kReadToken, ZRErrors::e_File_ReadFailed, "failed while reading object: ", i,
+                            " of ", count, ", ", values[i]);
+            }
         }
-    }
-    m_nReadPosition = static_cast<unsigned int>(next - begin);
-    return ZRErrors::e_General_NoError;
+        m_nReadPosition = static_cast<unsigned int>(next - begin);
+        return ZRErrors::e_General_NoError;
+    });
 }
 
 ZRErrors::ZRErrorT ZRReadCfgC::_WriteToken(const char* token, const double* const values, unsigned int count,
@@ -174,7 +178,8 @@ ZRErrors::ZRErrorT ZRReadCfgC::_WriteToken(const char* token, const double* cons
     if (!m_pContents) {
         return Fail(gaizior::kWriteToken, ZRErrors::e_File_OpenFailed, gaizior::kNotOpened);
     }
-    if (!token || (!values && count > 0)) {
+    if (!token || (!values && count > 0) ||
+        !std::all_of(values, values + count, [](double value) { return std::isfinite(value); })) {
         return Fail(gaizior::kWriteToken, ZRErrors::e_Arguments_Bad);
     }
     if (!continueSearch) {

@@ -44,7 +44,7 @@ public:
     ///   last, so that tokens are read in the order in which they stand, and the same token several times.
     /// @returns 0; 2007 e_File_EndOfFile where there is no token, without a log line; 2056 e_File_ReadFailed when
     ///   something else than a number follows, or the end; then reading goes on behind the token. 1001
-    ///   e_File_OpenFailed when nothing is open, 2006 e_Arguments_Bad for a null.
+    ///   e_File_OpenFailed when nothing is open, 2006 e_Arguments_Bad for a null, 2001 without memory.
     ZRErrors::ZRErrorT ReadToken(const char* token, double* const values, unsigned int count, int continueSearch);
 
     /// Writes a line, the token and its numbers with six digits each, in the place of the one that has the token, or
@@ -55,7 +55,8 @@ public:
     /// @param values the numbers.
     /// @param count how many of them.
     /// @param continueSearch 0 looks from the beginning of the file on, any other value behind what was written last.
-    /// @returns 0; 1001 e_File_OpenFailed when nothing is open, 2006 e_Arguments_Bad for a null, 2001 without memory.
+    /// @returns 0; 1001 e_File_OpenFailed when nothing is open, 2006 e_Arguments_Bad for a null or a number that is not
+    ///   finite, 2001 without memory.
     ZRErrors::ZRErrorT WriteToken(const char* token, const double* const values, unsigned int count,
                                   int continueSearch);
 

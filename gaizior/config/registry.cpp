@@ -18,14 +18,17 @@ constexpr DWORD kFirstSize = 256;
 
 using Buffer = std::unique_ptr<unsigned char[]>;
 
-/// The code of what a call answered, logged unless it is that something is not there.
+/// The code of what a call answered, logged if it is not 0.
 ZRErrors::ZRErrorT CodeOf(const char* function, const char* call, const char* name, LSTATUS status) {
-    if (status == ERROR_SUCCESS) {
-        return ZRErrors::e_General_NoError;
-    }
     const ZRErrors::ZRErrorT code = FoldSystemError(static_cast<DWORD>(status));
-    return status == ERROR_FILE_NOT_FOUND ? code
-                                          : Fail(function, code, "from ", call, "(", name, "): ", CodeText(code));
+    return status == ERROR_SUCCESS ? ZRErrors::e_General_NoError
+                                   : Fail(function, code, "from ", call, "(", name, "): ", CodeText(code));
+}
+
+/// The same of a call that looks for something: that it is not there is an answer, and not logged.
+ZRErrors::ZRErrorT CodeOfLook(const char* function, const char* call, const char* name, LSTATUS status) {
+    return status == ERROR_FILE_NOT_FOUND ? FoldSystemError(ERROR_FILE_NOT_FOUND)
+                                          : CodeOf(function, call, name, status);
 }
 
 /// Reads a value into a buffer of the right size, a small one with one call.
@@ -55,7 +58,7 @@ ZRErrors::ZRErrorT ZRRegistryC::OpenKey(HKEY hive, const char* path, HKEY* key, 
     return create ? CodeOf(kFunction, "RegCreateKeyEx", path,
                            ::RegCreateKeyExA(hive, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE,
                                              nullptr, key, nullptr))
-                  : CodeOf(kFunction, "RegOpenKeyEx", path, ::RegOpenKeyExA(hive, path, 0, KEY_READ, key));
+                  : CodeOfLook(kFunction, "RegOpenKeyEx", path, ::RegOpenKeyExA(hive, path, 0, KEY_READ, key));
 }
 
 ZRErrors::ZRErrorT ZRRegistryC::ReadValue(HKEY key, const char* name, unsigned char** data, unsigned long* type,
@@ -75,7 +78,7 @@ ZRErrors::ZRErrorT ZRRegistryC::ReadValue(HKEY key, const char* name, unsigned c
         *type = itsType;
         *size = itsSize;
     }
-    return CodeOf(kFunction, "RegQueryValueEx", name, status);
+    return CodeOfLook(kFunction, "RegQueryValueEx", name, status);
 }
 
 void ZRRegistryC::FreeData(unsigned char* data) {

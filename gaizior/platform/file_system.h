@@ -31,7 +31,7 @@ bool Remove(const std::string& path);
 bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status));
 bool ReadAttributes(const std::string& path, DWORD& attributes);
 bool WriteAttributes(const std::string& path, DWORD attributes);
-bool CreateFolder(const std::string& path);
+bool CreateFolder(const std::string& path, FileAccess access);
 /// Adds the names to `names`.
 bool ListFolder(const std::string& path, std::vector<std::string>& names);
 bool GetCurrentFolder(std::string& path);

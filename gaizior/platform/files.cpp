@@ -153,8 +153,8 @@ bool WriteAttributes(const char* path, DWORD attributes) {
     return OnPath(path, [&](const std::string& it) { return file_system::WriteAttributes(it, attributes); });
 }
 
-bool CreateFolder(const char* path) {
-    return OnPath(path, [](const std::string& it) { return file_system::CreateFolder(it); });
+bool CreateFolder(const char* path, FileAccess access) {
+    return OnPath(path, [=](const std::string& it) { return file_system::CreateFolder(it, access); });
 }
 
 bool ListFolder(const char* path, std::vector<std::string>& names) {

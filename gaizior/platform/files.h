@@ -103,8 +103,8 @@ bool ReadAttributes(const char* path, DWORD& attributes);
 bool WriteAttributes(const char* path, DWORD attributes);
 
 /// Makes one folder; its parent must exist (3), it must not (183). errno tells the same: ENOENT, also for a parent that
-/// is a file, and EEXIST.
-bool CreateFolder(const char* path);
+/// is a file, and EEXIST. A private one is its user's alone on Linux.
+bool CreateFolder(const char* path, FileAccess access = FileAccess::Default);
 
 /// The names of what is in a folder, in no order; `names` is replaced. Fails with 3 where there is none.
 bool ListFolder(const char* path, std::vector<std::string>& names);

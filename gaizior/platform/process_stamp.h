@@ -6,10 +6,14 @@
 /// is told by its id and by a number for when it began. Any thread.
 namespace gaizior {
 
+/// In the place of a number that the system does not tell.
+inline constexpr DWORD kUnknownStamp = 0;
+
 /// The number for when the calling process began.
 DWORD OwnStamp();
 
-/// @returns whether the process of that id and number is no longer there; false where the system does not tell.
+/// @returns whether the process of that id and, if it is known, number is no longer there; false where the system does
+///   not tell.
 bool HasProcessEnded(DWORD processId, DWORD stamp);
 
 } // namespace gaizior

@@ -1,6 +1,7 @@
 #include "gaizior/values/guid_encrypt.h"
 
 #include "gaizior/errors/failure.h"
+#include "gaizior/errors/memory_guard.h"
 #include "gaizior/platform/file_replacement.h"
 #include "gaizior/platform/files.h"
 #include "gaizior/values/encoded_text.h"
@@ -71,23 +72,14 @@ ZRErrorT EncodeFile(const char* path, std::iostream& stream, const GUID& key) {
     return ZRErrors::e_General_NoError;
 }
 
-template <class Body>
-ZRErrorT WithinMemory(const char* function, Body&& body) {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return Fail(function, ZRErrors::e_Memory_AllocationFailed);
-    }
-}
-
 } // namespace
 
 const GUID ZRGUIDEncryptC::PUBLIC_KEY = {0x3E8B61D4, 0x97C2, 0x4F05, {0xA3, 0x6E, 0x51, 0xD8, 0x0B, 0xF4, 0x29, 0x7C}};
 
 ZRErrorT ZRGUIDEncryptC::Decode(const char* path, std::iostream& stream, const GUID& key) {
-    return WithinMemory(kDecode, [&] { return DecodeFile(path, stream, key); });
+    return GuardMemory(kDecode, [&] { return DecodeFile(path, stream, key); });
 }
 
 ZRErrorT ZRGUIDEncryptC::Encode(const char* path, std::iostream& stream, const GUID& key) {
-    return WithinMemory(kEncode, [&] { return EncodeFile(path, stream, key); });
+    return GuardMemory(kEncode, [&] { return EncodeFile(path, stream, key); });
 }

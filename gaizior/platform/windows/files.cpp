@@ -193,7 +193,7 @@ bool WriteAttributes(const std::string& path, DWORD attributes) {
     return ::SetFileAttributesA(path.c_str(), attributes) != FALSE;
 }
 
-bool CreateFolder(const std::string& path) {
+bool CreateFolder(const std::string& path, FileAccess /*access*/) {
     return ::_mkdir(path.c_str()) == 0; // sets the last error and errno
 }
 

@@ -145,8 +145,8 @@ bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& stat
     return succeeded;
 }
 
-bool CreateFolder(const std::string& path) {
-    if (::mkdir(path.c_str(), 0777) == 0) {
+bool CreateFolder(const std::string& path, FileAccess access) {
+    if (::mkdir(path.c_str(), access == FileAccess::Private ? 0700 : 0777) == 0) {
         return true;
     }
     if (errno == ENOTDIR) {

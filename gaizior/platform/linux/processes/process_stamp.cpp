@@ -20,7 +20,7 @@ namespace gaizior {
 namespace {
 
 struct ProcessState {
-    bool hasEnded; // and waits for its parent
+    bool hasEnded; // all of it, and waits for its parent
     DWORD stamp;   // ticks since the machine started
 };
 
@@ -35,12 +35,13 @@ std::optional<ProcessState> StateOf(DWORD processId) {
     buffer[static_cast<std::size_t>(length)] = '\0';
     const char* const name = std::strrchr(buffer.data(), ')'); // of the program, which may have any character
     char state = 0;
+    long threads = 0;
     unsigned long long began = 0;
-    if (!name || std::sscanf(name, ") %c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %llu",
-                             &state, &began) != 2) {
+    if (!name || std::sscanf(name, ") %c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %ld %*d %llu",
+                             &state, &threads, &began) != 3) {
         return std::nullopt;
     }
-    return ProcessState{.hasEnded = state == 'Z' || state == 'X', .stamp = static_cast<DWORD>(began)};
+    return ProcessState{.hasEnded = (state == 'Z' || state == 'X') && threads <= 1, .stamp = static_cast<DWORD>(began)};
 }
 
 } // namespace
@@ -48,18 +49,21 @@ std::optional<ProcessState> StateOf(DWORD processId) {
 DWORD OwnStamp() {
     static std::atomic<std::uint64_t> s_known{0}; // the process and its number: a forked child has others
     const DWORD process = ::GetCurrentProcessId();
-    std::uint64_t known = s_known;
-    if (known >> 32 != process) {
-        const std::optional<ProcessState> own = StateOf(process);
-        known = std::uint64_t{process} << 32 | (own ? own->stamp : 0);
-        s_known = known;
+    const std::uint64_t known = s_known;
+    if (known >> 32 == process) {
+        return static_cast<DWORD>(known);
     }
-    return static_cast<DWORD>(known);
+    const std::optional<ProcessState> own = StateOf(process);
+    if (!own) {
+        return kUnknownStamp; // for once: the next call may be told
+    }
+    s_known = std::uint64_t{process} << 32 | own->stamp;
+    return own->stamp;
 }
 
 bool HasProcessEnded(DWORD processId, DWORD stamp) {
     if (const std::optional<ProcessState> state = StateOf(processId)) {
-        return state->hasEnded || state->stamp != stamp;
+        return state->hasEnded || (stamp != kUnknownStamp && state->stamp != stamp);
     }
     const auto id = static_cast<pid_t>(processId);
     return id <= 0 || (::kill(id, 0) != 0 && errno == ESRCH);

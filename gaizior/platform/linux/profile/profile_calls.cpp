@@ -64,7 +64,11 @@ bool Write(const char* section, const char* key, const char* value, const char* 
     const ProfileEncoding encoding = EncodingOf(contents);
     const std::string before = DecodeProfile(std::move(contents), encoding);
     std::string text = EditProfile(before, section, key, value);
-    return text == before || SaveFile(path, EncodeProfile(std::move(text), encoding));
+    if (text == before && !(key && value)) {
+        return true; // there was nothing to remove
+    }
+    const std::string file = EncodeProfile(std::move(text), encoding);
+    return file.size() <= kLargestProfile ? SaveFile(path, file) : Fail(ERROR_FILE_TOO_LARGE);
 }
 
 } // namespace
@@ -81,11 +85,13 @@ DWORD GetPrivateProfileStringA(const char* section, const char* key, const char*
 }
 
 BOOL WritePrivateProfileStringA(const char* section, const char* key, const char* value, const char* path) {
-    if (!section) {
-        ForgetProfiles();
-        return Fail(ERROR_FILE_NOT_FOUND);
-    }
-    return NoThrow([&] { return Write(section, key, value, path); });
+    return NoThrow([&]() -> BOOL {
+        if (!section) {
+            ForgetProfiles();
+            return Fail(ERROR_FILE_NOT_FOUND);
+        }
+        return Write(section, key, value, path);
+    });
 }
 
 } // namespace gaizior_windows_api

@@ -48,6 +48,9 @@ KeyPointer RootOf(HKEY handle) {
     const bool isUsers = handle == HKEY_CURRENT_USER;
     std::string folder = Variable("GAIZIOR_REGISTRY_DIR");
     if (!folder.empty()) {
+        if (!GetFullPath(folder.c_str(), folder)) { // an open key stays where it is
+            return nullptr;
+        }
         folder += isUsers ? "/user/" : "/machine/";
     } else {
         folder = isUsers ? UsersFolder() : kMachinesFolder;

@@ -138,6 +138,9 @@ bool Pick(const Key& key, bool (*list)(const Key&, std::vector<std::string>&), D
 inline namespace gaizior_windows_api {
 
 LSTATUS RegOpenKeyExA(HKEY key, const char* path, DWORD /*options*/, REGSAM access, HKEY* result) {
+    if (!result) {
+        return ERROR_INVALID_PARAMETER;
+    }
     return Answer([&] {
         *result = nullptr;
         Key found;
@@ -147,7 +150,7 @@ LSTATUS RegOpenKeyExA(HKEY key, const char* path, DWORD /*options*/, REGSAM acce
 
 LSTATUS RegCreateKeyExA(HKEY key, const char* path, DWORD reserved, char* /*keyClass*/, DWORD options, REGSAM access,
                         const SECURITY_ATTRIBUTES* /*attributes*/, HKEY* result, DWORD* disposition) {
-    if (reserved != 0 || options != REG_OPTION_NON_VOLATILE) {
+    if (reserved != 0 || options != REG_OPTION_NON_VOLATILE || !result) {
         return ERROR_INVALID_PARAMETER;
     }
     return Answer([&] {

@@ -39,19 +39,19 @@ bool Save(const std::string& path, std::string_view text, FileAccess access, boo
     return file.Open(path.c_str(), access) && file.Write(text) && file.Commit(mayReplace, AfterPowerLoss::EitherOne);
 }
 
-bool MakeFolder(const std::string& path) {
-    return CreateFolder(path.c_str()) || FailedWith(ERROR_ALREADY_EXISTS);
+bool MakeFolder(const std::string& path, FileAccess access) {
+    return CreateFolder(path.c_str(), access) || FailedWith(ERROR_ALREADY_EXISTS);
 }
 
 /// Makes a folder and those above it. `path` ends with a separator.
-bool MakeFolders(const std::string& path) {
+bool MakeFolders(const std::string& path, FileAccess access) {
     FileStatus status{};
     if (QueryFile(path.c_str(), status)) {
         return true;
     }
     const std::size_t end = path.find_last_of('/', path.size() - 2);
     const bool hasParent = end != std::string::npos && end > 0;
-    return (!hasParent || MakeFolders(path.substr(0, end + 1))) && MakeFolder(path);
+    return (!hasParent || MakeFolders(path.substr(0, end + 1), access)) && MakeFolder(path, access);
 }
 
 /// Lists what is in a key's folder and passes; nothing is in a root that has no folder yet.
@@ -88,11 +88,11 @@ bool KeyExists(const Key& key) {
 }
 
 bool MakeKey(const Key& key, std::string_view name) {
-    return MakeFolder(key.folder) && Save(key.folder + kNameFile, name, key.files, false);
+    return MakeFolder(key.folder, key.files) && Save(key.folder + kNameFile, name, key.files, false);
 }
 
 bool MakeRoot(const Key& root) {
-    return MakeFolders(root.folder);
+    return MakeFolders(root.folder, root.files);
 }
 
 bool ReadValue(const Key& key, std::string_view name, StoredValue& stored) {
@@ -106,8 +106,7 @@ bool WriteValue(const Key& key, const Value& value) {
         return false;
     }
     const std::string text = ToFileText({value.type, isThere ? old.value.name : value.name, value.data});
-    return (isThere && text == old.text) || Save(key.folder + ValueFile(value.name), text, key.files, true) ||
-           FailInKey(key);
+    return Save(key.folder + ValueFile(value.name), text, key.files, true) || FailInKey(key);
 }
 
 bool ListValues(const Key& key, std::vector<std::string>& files) {
