@@ -1,18 +1,11 @@
 // INI files, plain and encoded; the copies of encoded ones.
 
 #include "gaizior/config/ini_file.h"
-#include "gaizior/platform/file_call.h"
-#include "gaizior/platform/file_replacement.h"
-#include "gaizior/platform/files.h"
-#include "gaizior/values/guid_encrypt.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/scratch.h"
 
-#include <gtest/gtest.h>
+#include "gaizior/values/guid_encrypt.h"
+#include "tests/config/config_files.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <random>
 #include <sstream>
@@ -33,11 +26,8 @@ struct Reach {
 };
 template struct Reach<&ZRIniFileC::_Write>;
 
-class IniFileTest : public testing::Test {
+class IniFileTest : public ConfigFiles {
 protected:
-    IniFileTest() {
-        fs::create_directory(m_temporary);
-    }
     static std::string Read(ZRIniFileC& file, const char* key, const char* defaultValue = nullptr,
                             ZRErrorT code = ZRErrors::e_General_NoError) {
         CString value = "<";
@@ -51,115 +41,102 @@ protected:
     }
     void Encode(const std::string& text) const {
         std::stringstream stream(text);
-        EXPECT_EQ(ZRGUIDEncryptC::Encode(m_file.c_str(), stream, ZRGUIDEncryptC::PUBLIC_KEY), 0);
+        EXPECT_EQ(ZRGUIDEncryptC::Encode(m_path.c_str(), stream, ZRGUIDEncryptC::PUBLIC_KEY), 0);
     }
     std::string Decoded() const {
         std::stringstream stream;
-        EXPECT_EQ(ZRGUIDEncryptC::Decode(m_file.c_str(), stream, ZRGUIDEncryptC::PUBLIC_KEY), 0);
+        EXPECT_EQ(ZRGUIDEncryptC::Decode(m_path.c_str(), stream, ZRGUIDEncryptC::PUBLIC_KEY), 0);
         return stream.str();
     }
-    static std::string Contents(const std::string& path) {
-        std::string contents;
-        EXPECT_TRUE(ReadWholeFile(path.c_str(), contents, 100'000));
-        return contents;
-    }
     std::ptrdiff_t CountCopies() const {
-        return std::distance(fs::directory_iterator(m_temporary), fs::directory_iterator());
+        return std::distance(fs::directory_iterator(m_temporary.Path()), fs::directory_iterator());
     }
 
-    ScratchFolder m_folder;
-    fs::path m_temporary = m_folder.Path() / "temporary";
-    ScopedVariable m_linuxVariable{"TMPDIR", m_temporary.string().c_str()};
-    ScopedVariable m_windowsVariable{"TMP", m_temporary.string().c_str()};
-    LogCapture m_log;
-    std::string m_file = m_folder.File("settings.ini");
+    ScratchFolder m_temporary;
+    ScopedVariable m_linuxVariable{"TMPDIR", m_temporary.Path().string().c_str()};
+    ScopedVariable m_windowsVariable{"TMP", m_temporary.Path().string().c_str()};
 };
 
 TEST_F(IniFileTest, AppendsValuesOfEachLength) {
     const fs::path before = fs::current_path();
     fs::current_path(m_folder.Path());
-    ZRIniFileC file("settings.ini", 0);
+    ZRIniFileC file("file", 0);
     fs::current_path(before);
     for (const std::size_t length : {0u, 29u, 30u, 31u, 32u, 62u, 63u, 5000u}) {
         const std::string value(length, 'v');
-        std::ofstream(m_file, std::ios::binary) << "[s]\nk=" << value;
+        Put("[s]\nk=" + value);
         EXPECT_EQ(Read(file, "k", "D"), "<" + value + ">");
     }
     EXPECT_EQ(Read(file, "none") + Read(file, "none", "'a default of more than 32 characters'  "),
               "<><a default of more than 32 characters>");
-    ZRIniFileC missing(m_folder.File("missing").c_str(), 0), nothing(nullptr, 0);
+    ZRIniFileC missing(Path("missing").c_str(), 0), nothing(nullptr, 0);
     EXPECT_EQ(Read(missing, "k", "D"), "<D>");
     EXPECT_EQ(m_log.Take(), "");
     EXPECT_EQ(Read(nothing, "k", "D ", ZRErrors::e_File_InvalidName), "<D >");
     EXPECT_EQ(Set(missing, "s", "k", "v"), 0);
     EXPECT_EQ(Read(missing, "k"), "<v>");
-    ZRIniFileC astray(m_folder.File("astray/file").c_str(), 0);
+    ZRIniFileC astray(Path("astray\\file").c_str(), 0);
     EXPECT_EQ(Set(astray, "s", "k", "v"), ZRErrors::e_File_WriteFailed);
-    EXPECT_NE(m_log.Take().find("0 ERROR: ZRIniFileC::_Write(): Failed to write to: " + m_folder.File("")),
+    EXPECT_NE(m_log.Take().find("0 ERROR: ZRIniFileC::_Write(): Failed to write to: " + m_folder.Path().string()),
               std::string::npos);
 }
 
 TEST_F(IniFileTest, KeepsACopyOfAnEncodedFileToItself) {
     Encode("[s]\r\nk=1\r\n");
-    const std::string before = Contents(m_file);
-    std::ofstream(m_temporary / ".gaizior-7ffffff0-1-1.tmp") << "left by nobody that is there";
+    const std::string before = Contents();
+    ASSERT_TRUE(SaveFile(m_temporary.File(".gaizior-7ffffff0-1-1.tmp").c_str(), "left by nobody that is there"));
     {
-        ZRIniFileC reader(m_file.c_str(), 1);
+        ZRIniFileC reader(m_path.c_str(), 1);
         EXPECT_EQ(CountCopies(), 1);
         EXPECT_EQ(Read(reader, "K"), "<1>");
         ASSERT_EQ(CountCopies(), 1) << "the old one is gone";
-        const fs::path copy = fs::directory_iterator(m_temporary)->path();
+        const fs::path copy = fs::directory_iterator(m_temporary.Path())->path();
 #ifndef _WIN32
         EXPECT_EQ(fs::status(copy).permissions(), fs::perms(0600));
 #endif
-        RemoveLeftFiles(m_temporary.string() + "/");
+        RemoveLeftFiles(m_temporary.File(""));
         EXPECT_TRUE(fs::exists(copy)) << "its process is there";
-        ZRIniFileC writer(m_file.c_str(), 1);
+        ZRIniFileC writer(m_path.c_str(), 1);
         EXPECT_EQ(Set(writer, "s", "k", "2"), 0);
         EXPECT_EQ(Read(writer, "k") + Read(reader, "k"), "<2><1>");
         fs::remove(copy);
         EXPECT_EQ(Read(reader, "k", "D", ZRErrors::e_Resource_AllocationFailed), "<D>");
         EXPECT_NE(m_log.Take().find(" is lost: "), std::string::npos);
         EXPECT_EQ(Read(reader, "k"), "<1>") << "decoded anew";
-        EXPECT_EQ(Contents(m_file), before);
+        EXPECT_EQ(Contents(), before);
     }
     EXPECT_EQ(Decoded(), "[s]\r\nk=2\r\n");
     EXPECT_EQ(CountCopies(), 0);
     EXPECT_EQ(m_log.Take(), "");
-    const std::string changed = Contents(m_file);
-    ASSERT_TRUE(SaveFile(m_file.c_str(), changed + "x"));
-    ZRIniFileC file(m_file.c_str(), 1);
+    const std::string changed = Contents();
+    ASSERT_TRUE(SaveFile(m_path.c_str(), changed + "x"));
+    ZRIniFileC file(m_path.c_str(), 1);
     EXPECT_EQ(Read(file, "k", "D", ZRErrors::e_Object_InvalidData), "<D>");
-    ASSERT_TRUE(SaveFile(m_file.c_str(), changed));
+    ASSERT_TRUE(SaveFile(m_path.c_str(), changed));
     EXPECT_EQ(Read(file, "k", "D"), "<2>") << "the next call tries again";
 }
 
 TEST_F(IniFileTest, LosesNothingWhicheverCallFails) {
+    Encode("[s]\r\nk=old\r\n");
+    const std::string before = Contents();
     for (const bool writes : {false, true}) {
-        bool failed = true;
-        for (unsigned n = 1; failed; ++n) {
-            Encode("[s]\r\nk=old\r\n");
-            m_log.Take();
-            seams::FailFileCall(n, ERROR_CANCELLED);
-            ZRErrorT code = ZRErrors::e_General_NoError;
-            CString value;
-            {
-                ZRIniFileC file(m_file.c_str(), 1);
-                code = writes ? Set(file, "s", "k", "new") : file.Read("s", "k", nullptr, value);
+        CString value;
+        const auto use = [&] {
+            ZRIniFileC file(m_path.c_str(), 1);
+            value.Empty();
+            return writes ? Set(file, "s", "k", "new") : file.Read("s", "k", nullptr, value);
+        };
+        const auto check = [&](unsigned code, const std::string& log, const std::string&) {
+            const std::string text = Decoded();
+            const bool isDone = writes ? text == "[s]\r\nk=new\r\n" : value == "old";
+            EXPECT_TRUE(isDone || text == "[s]\r\nk=old\r\n") << text;
+            EXPECT_TRUE(isDone ? code == 0 : log.starts_with("0 ERROR: ZR") && (code != 0 || writes)) << log;
+            EXPECT_EQ(CountCopies(), log.find("failed to remove") != log.npos) << log;
+            for (const auto& copy : fs::directory_iterator(m_temporary.Path())) {
+                fs::remove(copy);
             }
-            failed = seams::HasFileCallFailed();
-            seams::FailFileCall(0, NO_ERROR);
-            const std::string log = m_log.Take(), text = Decoded();
-            const bool isLeft = log.find("failed to remove") != std::string::npos;
-            EXPECT_EQ(CountCopies(), isLeft ? 1 : 0) << n << log;
-            EXPECT_TRUE(text == "[s]\r\nk=old\r\n" || (writes && text == "[s]\r\nk=new\r\n")) << n << text;
-            const bool isDone = writes ? text.find("new") != std::string::npos : value == "old";
-            EXPECT_TRUE(isDone || (failed && !log.empty() && (code != 0 || writes))) << n << log;
-            EXPECT_TRUE(failed || (code == 0 && log.empty())) << n;
-            EXPECT_TRUE(code == 0 || log.find("0 ERROR: ZR") == 0) << n << log;
-            fs::remove_all(m_temporary);
-            fs::create_directory(m_temporary);
-        }
+        };
+        EXPECT_GT(FailEachCall(before, use, check), 5u);
     }
 }
 
@@ -181,9 +158,9 @@ TEST_F(IniFileTest, IsReadAsItWasWrittenAndByPythonToo) {
     ASSERT_TRUE(SaveFile(script.c_str(), kReader));
     std::mt19937 random(1);
     for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(SaveFile(m_file.c_str(), "; a comment\n[kept]\nkey = value\n"));
+        ASSERT_TRUE(SaveFile(m_path.c_str(), "; a comment\n[kept]\nkey = value\n"));
         std::map<std::string, std::string> expected = {{"kept|key|", "value"}};
-        ZRIniFileC file(m_file.c_str(), 0);
+        ZRIniFileC file(m_path.c_str(), 0);
         for (int j = 0; j < 40; ++j) {
             constexpr const char* kPieces[] = {"a", "=", " ", ";", "[", "]", "\xC3\xA9", "%(x)s", ":", "#", "\""};
             const std::string section = "section " + std::to_string(random() % 4);
@@ -199,12 +176,14 @@ TEST_F(IniFileTest, IsReadAsItWasWrittenAndByPythonToo) {
             EXPECT_EQ(file.Read(section.c_str(), key.c_str(), nullptr, read), 0);
             EXPECT_STREQ(read, value.c_str());
         }
-        ASSERT_EQ(std::system(("python3 " + script + " " + m_file + " " + found).c_str()), 0);
+        ASSERT_EQ(std::system(("python3 " + script + " " + m_folder.File("file") + " " + found).c_str()), 0);
         std::string lines;
         for (const auto& [name, value] : expected) {
             lines.append(name).append(value).append("\n");
         }
-        EXPECT_EQ(Contents(found), lines) << Contents(m_file);
+        std::string values;
+        EXPECT_TRUE(ReadWholeFile(found.c_str(), values, 100'000));
+        EXPECT_EQ(values, lines) << Contents();
     }
 }
 
