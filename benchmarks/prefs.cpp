@@ -1,15 +1,13 @@
 #include "gaizior/config/prefs.h"
 #include "benchmarks/compare.h"
+#include "benchmarks/scratch_folder.h"
 #include "benchmarks/subjects.h"
 
 #include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 
 #include <glib.h>
 
@@ -20,27 +18,17 @@ constexpr std::size_t kSettings = 50;
 constexpr char kGroup[] = "screening";
 
 /// A folder on the disk for the settings of both sides.
-class Folder {
+class Folder : public ScratchFolder {
 public:
-    Folder() : m_path((std::filesystem::temp_directory_path() / "gaizior-benchmark-XXXXXX").string()) {
-        if (!::mkdtemp(m_path.data())) {
-            throw std::system_error(errno, std::generic_category(), m_path);
-        }
-        ::setenv("GAIZIOR_REGISTRY_DIR", m_path.c_str(), 1);
+    Folder() {
+        ::setenv("GAIZIOR_REGISTRY_DIR", Path().c_str(), 1);
     }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
     ~Folder() {
         ::unsetenv("GAIZIOR_REGISTRY_DIR");
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
     }
     std::string File() const {
-        return m_path + "/settings.ini";
+        return Path() + "/settings.ini";
     }
-
-private:
-    std::string m_path;
 };
 
 /// The names of the settings in turn, and a new value for each.

@@ -8,10 +8,11 @@
 
 namespace benchmarks {
 
-/// A folder for files on disk, removed with all that is in it.
+/// A folder for files, on the disk unless a parent is told; removed with all that is in it.
 class ScratchFolder {
 public:
-    ScratchFolder() : m_path((std::filesystem::temp_directory_path() / "gaizior-benchmark-XXXXXX").string()) {
+    explicit ScratchFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
+        : m_path((parent / "gaizior-benchmark-XXXXXX").string()) {
         if (!::mkdtemp(m_path.data())) {
             throw std::system_error(errno, std::generic_category(), m_path);
         }

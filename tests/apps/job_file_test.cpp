@@ -13,23 +13,10 @@ using namespace std::string_literals;
 namespace apps {
 namespace {
 
-const char* const kGoodFile = "# a page\n"
-                              "[job]\n"
-                              "name = Front page   # of today\r\n"
-                              "resolution = 1270 dpi\n"
-                              "[plate]\n"
-                              "width = 345\n"
-                              "  length=580.5mm\n"
-                              "[image]\n"
-                              "width = 325.25 mm\n"
-                              "length = 545 mm\n"
-                              "\n"
-                              "[separation]\n"
-                              "name = Cyan\n"
-                              "[separation]\n"
-                              "name = Black\n"
-                              "copies = 2\n"
-                              "# end";
+const char* const kGoodFile =
+    "# a page\n[job]\nname = Front page   # of today\r\nresolution = 1270 dpi\n[plate]\nwidth = 345\n  length=580.5mm\n"
+    "[image]\nwidth = 325.25 mm\nlength = 545 mm\n\n[separation]\nname = Cyan\n[separation]\nname = Black\ncopies = 2\n"
+    "# end";
 
 Outcome Read(const std::string& text, Job& job) {
     std::istringstream stream(text);
