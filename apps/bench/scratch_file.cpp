@@ -57,7 +57,7 @@ fs::path MakePrivateFolder(const fs::path& stem) {
     constexpr int kTries = 100; // so many may be left of killed processes with the same ID
     std::error_code error;
     for (int i = 0; i < kTries && !stem.empty(); ++i) {
-        const fs::path folder = stem.string() + '-' + std::to_string(i);
+        fs::path folder = stem.string() + '-' + std::to_string(i);
         if (fs::create_directory(folder, error)) { // what another user has put there is not taken
             fs::permissions(folder, fs::perms::owner_all, error);
             return folder;
