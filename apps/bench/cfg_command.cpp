@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 namespace apps {
@@ -32,26 +34,45 @@ Outcome Open(const char* function, ZRReadCfgC& reader, const std::string& path) 
                 path + (isThere ? ": the file cannot be read: " + ErrorText(code) : ": there is no such file"));
 }
 
+/// The numbers that texts are, all of each and finite; nothing where one is none.
+std::optional<std::vector<double>> ReadNumbers(const std::vector<std::string>& texts) {
+    std::vector<double> numbers;
+    for (const std::string& text : texts) {
+        const char* const end = text.data() + text.size();
+        double& number = numbers.emplace_back();
+        const auto [next, error] = std::from_chars(text.data(), end, number);
+        if (error != std::errc() || next != end || !std::isfinite(number)) {
+            return std::nullopt;
+        }
+    }
+    return numbers;
+}
+
 /// Where a line's text ends.
 std::size_t EndOfLine(const std::string& text, std::size_t from) {
     return std::min(text.find_first_of("\r\n", from), text.size());
 }
 
-/// Writes the token's line to the scratch file as the library does.
-ZRErrors::ZRErrorT Write(const SetTokenOptions& options, const ScratchFile& scratch) {
+/// A token and the numbers that are to stand behind it.
+struct TokenLine {
+    const std::string& token;
+    std::vector<double> values;
+};
+
+/// Writes the line to the scratch file as the library does.
+ZRErrors::ZRErrorT Write(const TokenLine& line, const ScratchFile& scratch) {
     ZRReadCfgC writer;
     auto code = writer.OpenFileName(scratch.Path().c_str());
     if (code == ZRErrors::e_General_NoError) {
-        code = writer.WriteToken(options.token.c_str(), options.values.data(),
-                                 static_cast<unsigned>(options.values.size()), 0);
+        code = writer.WriteToken(line.token.c_str(), line.values.data(), static_cast<unsigned>(line.values.size()), 0);
     }
     return code == ZRErrors::e_General_NoError ? writer.CloseFile(1) : code;
 }
 
-/// The length that the library gives a token's line, without its end; 0 where that cannot be found out.
-std::size_t LengthOfLine(const SetTokenOptions& options, const ScratchFile& scratch) {
+/// The length that the library gives the line, without its end; 0 where that cannot be found out.
+std::size_t LengthOf(const TokenLine& line, const ScratchFile& scratch) {
     std::string text;
-    const bool isWritten = scratch.Write("") && Write(options, scratch) == ZRErrors::e_General_NoError;
+    const bool isWritten = scratch.Write("") && Write(line, scratch) == ZRErrors::e_General_NoError;
     return isWritten && ReadFile(scratch.Path(), text) ? EndOfLine(text, 0) : 0;
 }
 
@@ -102,15 +123,27 @@ Outcome GetTokenCommand(const GetTokenOptions& options) {
 
 Outcome SetTokenCommand(const SetTokenOptions& options) {
     constexpr const char* kFunction = "SetTokenCommand(): ";
+    const auto values = ReadNumbers(options.values);
+    if (!values) {
+        return Fail(kFunction, kInvalidParameter, Exit::kUsage,
+                    "VALUES have to be decimal numbers, as in -1.25 or 3e-4");
+    }
+    if (options.token.empty() || HasControl(options.token)) {
+        return Fail(kFunction, kInvalidParameter, Exit::kUsage, "TOKEN has to be a text without control characters");
+    }
     std::error_code none;
     std::string before;
     if (!ReadFile(options.file, before) && fs::exists(options.file, none)) {
         return Fail(kFunction, kFileNotRead, Exit::kFailed, options.file + ": the file cannot be read");
     }
+    if (before.find('\0') != before.npos) { // where the library would end it
+        return Fail(kFunction, kFileFormat, Exit::kFailed, options.file + ": the file is no text");
+    }
+    const TokenLine line{options.token, *values};
     const ScratchFile scratch(options.file);
-    const std::size_t length = LengthOfLine(options, scratch);
+    const std::size_t length = LengthOf(line, scratch);
     const bool isDone = length > 0 && scratch.Write(WithRoom(std::move(before), options.token, length)) &&
-                        Write(options, scratch) == ZRErrors::e_General_NoError && scratch.Save();
+                        Write(line, scratch) == ZRErrors::e_General_NoError && scratch.Save();
     return isDone ? Outcome()
                   : Fail(kFunction, kFileNotWritten, Exit::kFailed,
                          options.file + ": '" + options.token +

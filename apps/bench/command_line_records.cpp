@@ -51,8 +51,9 @@ void AddLog(CommandLine& line) {
                     "Logs, and folders with logs (default: where an imager leaves its own)")
         ->type_name("");
     command.add_option("--level", options.level, "Lines of level N and below")->check(Within(0, 999))->type_name("N");
-    command.add_option("--since", options.since, "Lines from then on")->type_name("TIME");
-    command.add_option("--until", options.until, "Lines up to then")->type_name("TIME");
+    const CLI::Validator isThere([](const std::string& time) { return time.empty() ? "no time" : std::string(); }, "");
+    command.add_option("--since", options.since, "Lines from then on")->check(isThere)->type_name("TIME");
+    command.add_option("--until", options.until, "Lines up to then")->check(isThere)->type_name("TIME");
     command.add_option("--grep", options.grep, "Lines with this text, in upper or lower case")->type_name("TEXT");
     command.add_option("--process", options.process, "Lines of this process")->type_name("NAME");
     command.add_flag("--follow", options.follow, "Go on with lines as they come, until Ctrl-C");

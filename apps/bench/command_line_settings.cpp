@@ -92,7 +92,8 @@ Examples:
 )";
 
 constexpr const char* kSetPrefExamples = R"(Writes the user's level, or with --machine the machine's, for which the
-system may want an administrator. A value keeps the type that it has.
+system may want an administrator. A value keeps the type that it has;
+LogLevel, HistoryLines and PlatesExposed are numbers always.
 
 Examples:
   bench prefs set LogLevel 10

@@ -119,7 +119,7 @@ Outcome GetTokenCommand(const GetTokenOptions& options);
 struct SetTokenOptions {
     std::string file;
     std::string token;
-    std::vector<double> values;
+    std::vector<std::string> values;
 };
 Outcome SetTokenCommand(const SetTokenOptions& options);
 

@@ -12,6 +12,7 @@
 #include <limits>
 #include <span>
 #include <system_error>
+#include <utility>
 
 namespace apps {
 namespace {
@@ -41,15 +42,39 @@ std::vector<std::string> SplitAtTabs(std::string_view line) {
     return fields;
 }
 
-/// The headings of the columns behind date and time, from the file's third line.
-std::vector<std::string> ReadHeadings(const std::string& path) {
-    std::ifstream file(path);
-    std::string line;
-    for (int i = 0; i < 3 && std::getline(file, line); ++i) {
+/// Opens a history and reads its first line, by which it is known.
+Outcome Open(const std::string& path, std::ifstream& file) {
+    std::error_code none;
+    if (fs::is_directory(path, none)) {
+        return Failure{kFileNotRead, Exit::kFailed, path + ": it is a folder: name the history in it"};
     }
-    std::vector<std::string> fields = SplitAtTabs(line);
-    fields.erase(fields.begin(), fields.begin() + std::min<std::ptrdiff_t>(2, std::ssize(fields)));
-    return fields;
+    if (!fs::exists(path, none)) {
+        return Failure{kNameNotFound, Exit::kNotFound,
+                       path + ": there is no such history: an imager makes one when it starts"};
+    }
+    file.open(path);
+    std::string format;
+    std::getline(file, format);
+    if (!file.is_open() || file.bad()) {
+        return Failure{kFileNotRead, Exit::kFailed, path + ": the history cannot be read"};
+    }
+    return format.starts_with("0x00000001") ? Outcome()
+                                            : Failure{kFileFormat, Exit::kFailed, path + ": the file is no history"};
+}
+
+/// The headings of the columns behind date and time, from the file's third line.
+Outcome ReadHeadings(const std::string& path, std::vector<std::string>& headings) {
+    std::ifstream file;
+    if (Outcome failure = Open(path, file)) {
+        return failure;
+    }
+    std::string line;
+    std::getline(file, line);
+    std::getline(file, line);
+    line.erase(line.find_last_not_of('\r') + 1);
+    headings = SplitAtTabs(line);
+    headings.erase(headings.begin(), headings.begin() + std::min<std::ptrdiff_t>(2, std::ssize(headings)));
+    return std::nullopt;
 }
 
 /// The moment that a line's date and time tell, in milliseconds since 1970; -1 when they tell none.
@@ -68,14 +93,21 @@ long long MomentOf(const std::string& date, const std::string& time) {
     return moment == -1 ? -1 : static_cast<long long>(moment) * 1000;
 }
 
-std::vector<std::string> ReadLines(const std::string& path) {
-    std::vector<std::string> lines;
+Outcome ReadLines(const std::string& path, std::vector<std::string>& lines) {
+    std::ifstream file;
+    if (Outcome failure = Open(path, file)) { // now, since the library makes a history that is missing
+        return failure;
+    }
+    file.close();
     ZRHistoryC::HistoryEnumeratorC enumerator = ReadHistory(path).GetEnumerator();
     ZRCString line;
-    while (enumerator.NextElement(line) == ZRErrors::e_General_NoError) {
+    auto code = enumerator.NextElement(line);
+    for (; code == ZRErrors::e_General_NoError; code = enumerator.NextElement(line)) {
         lines.emplace_back(line);
     }
-    return lines;
+    return code == ZRErrors::e_File_EndOfFile
+               ? Outcome()
+               : Failure{code, Exit::kFailed, path + ": the history cannot be read: " + ErrorText(code)};
 }
 
 /// Prints the lines of a history, as a table or as objects.
@@ -120,20 +152,32 @@ private:
         }
     }
     std::string Row(const std::string& when, std::span<const std::string> fields) const {
+        const std::size_t columns = OutputColumns();
         std::string row = Padded(when, kTimeWidth);
+        std::vector<std::size_t> widths = m_widths;
+        widths.resize(fields.size());
+        std::ranges::transform(widths, fields, widths.begin(), [](std::size_t width, const std::string& field) {
+            return std::max(width, Characters(Printable(field)));
+        });
+        Narrow(widths, columns - std::min(columns, kTimeWidth));
         for (std::size_t i = 0; i < fields.size(); ++i) {
-            const std::size_t width = i < m_widths.size() ? m_widths[i] : 0;
-            row += "  " + Padded(Printable(fields[i]), width);
+            row += "  " + Padded(Shortened(Printable(fields[i]), widths[i]), widths[i]);
         }
         row.erase(row.find_last_not_of(' ') + 1);
-        return Shortened(row, OutputColumns());
+        return Shortened(row, columns);
+    }
+    /// A column's heading where it has one that no column before it has.
+    std::string KeyOf(std::size_t column) const {
+        const auto heading = m_headings.begin() + static_cast<std::ptrdiff_t>(std::min(column, m_headings.size()));
+        const bool isKey = heading != m_headings.end() && !heading->empty() &&
+                           std::find(m_headings.begin(), heading, *heading) == heading;
+        return isKey ? *heading : "column" + std::to_string(column + 1);
     }
     void PrintJson(long long moment, std::span<const std::string> fields) const {
         JsonObject object, columns;
         object.TextOrNull("time", moment < 0 ? std::string() : TimeText(moment, kTimeForPrograms));
         for (std::size_t i = 0; i < fields.size(); ++i) {
-            columns.Text(i < m_headings.size() ? m_headings[i].c_str() : ("column" + std::to_string(i + 1)).c_str(),
-                         fields[i]);
+            columns.Text(KeyOf(i).c_str(), fields[i]);
         }
         std::printf("%s\n", object.Value("columns", columns.Json()).Json().c_str());
     }
@@ -155,14 +199,23 @@ std::span<const std::string> NewLines(std::span<const std::string> before, std::
 void Follow(const std::string& path, std::vector<std::string> before, const Printer& printer,
             const Interrupt& interrupt) {
     auto lastLook = std::pair<std::uintmax_t, fs::file_time_type>();
-    while (!interrupt.SleepUnlessSet(kPeriod)) {
+    bool hasFailed = false;
+    while (std::ferror(stdout) == 0 && !interrupt.SleepUnlessSet(kPeriod)) {
         std::error_code gone;
         const std::pair look(fs::file_size(path, gone), fs::last_write_time(path, gone));
         if (gone || look == lastLook) {
             continue; // a file that is gone may come back
         }
+        std::vector<std::string> now;
+        const Outcome failure = ReadLines(path, now);
+        if (failure && !std::exchange(hasFailed, true)) {
+            std::fprintf(stderr, "bench: %s: trying again\n", Printable(failure->text).c_str());
+        }
+        if (failure || now.empty()) {
+            continue; // nothing is there, or it could not be opened, which the library does not tell
+        }
+        hasFailed = false;
         lastLook = look;
-        std::vector<std::string> now = ReadLines(path);
         for (const std::string& line : NewLines(before, now)) {
             printer.Print(line);
         }
@@ -176,7 +229,8 @@ std::string PathOf(const HistoryOptions& options) {
         return options.file;
     }
     for (const std::string& folder : HistoryFolders()) {
-        if (fs::path path = fs::path(folder) / "imager.history"; fs::exists(path)) {
+        std::error_code none;
+        if (fs::path path = fs::path(folder) / "imager.history"; fs::exists(path, none)) {
             return path.string();
         }
     }
@@ -185,22 +239,18 @@ std::string PathOf(const HistoryOptions& options) {
 
 Outcome PrintHistory(const HistoryOptions& options, const Interrupt* follows) {
     const std::string path = PathOf(options);
-    std::error_code none;
-    if (!fs::is_regular_file(path, none)) {
-        return Fail(kFunction, kNameNotFound, Exit::kNotFound,
-                    path + ": there is no such history: an imager makes one with its first plate");
+    std::vector<std::string> headings, lines;
+    Outcome failure = ReadHeadings(path, headings);
+    if (failure || (failure = ReadLines(path, lines))) {
+        return Fail(kFunction, failure->code, failure->exit, failure->text);
     }
-    if (!std::ifstream(path)) {
-        return Fail(kFunction, kFileNotRead, Exit::kFailed, path + ": the history cannot be read");
-    }
-    std::vector<std::string> lines = ReadLines(path);
     const std::size_t count = options.last > 0 ? std::min(lines.size(), options.last) : lines.size();
     const std::span<const std::string> shown = std::span(lines).last(count);
-    Printer printer(ReadHeadings(path), options.json);
+    Printer printer(std::move(headings), options.json);
     printer.Fit(shown);
     printer.PrintHeadings();
-    for (const std::string& line : shown) {
-        printer.Print(line);
+    for (auto line = shown.begin(); line != shown.end() && std::ferror(stdout) == 0; ++line) {
+        printer.Print(*line);
     }
     if (follows) {
         Follow(path, std::move(lines), printer, *follows);

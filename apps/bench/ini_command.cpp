@@ -19,6 +19,22 @@ namespace fs = std::filesystem;
 
 using Key = ZRGUIDEncryptC;
 
+/// Whether a file's contents begin as an encoded one's do.
+bool IsEncodedText(std::string_view contents) {
+    return contents.starts_with("ZRENC\x1A");
+}
+
+/// Reads a whole file, plain or encoded.
+Outcome Read(const std::string& path, std::string& contents) {
+    if (ReadFile(path, contents)) {
+        return std::nullopt;
+    }
+    std::error_code none;
+    const bool isThere = fs::exists(path, none);
+    return Fail("Read(): ", kFileNotRead, isThere ? Exit::kFailed : Exit::kNotFound,
+                path + (isThere ? ": the file cannot be read" : ": there is no such file"));
+}
+
 /// What is wrong with a file that cannot be decoded.
 Failure DecodeFailure(const char* function, const std::string& path, ZRErrors::ZRErrorT code) {
     if (code == ZRErrors::e_File_NotFound) {
@@ -43,19 +59,17 @@ public:
         if (mayBeMissing && !fs::exists(m_path, none)) {
             return std::nullopt;
         }
+        std::string contents;
+        Outcome failure = Read(path, contents);
+        if (failure || !IsEncodedText(contents)) {
+            return failure;
+        }
         std::stringstream text;
         const auto code = Key::Decode(m_path.c_str(), text, Key::PUBLIC_KEY);
-        if (code == ZRErrors::e_Object_BadMagic) {
-            return std::nullopt;
-        }
         if (code != ZRErrors::e_General_NoError) {
             return DecodeFailure(kFunction, path, code);
         }
-        m_copy.emplace();
-        if (!m_copy->Write(text.str())) {
-            return Fail(kFunction, kFileNotWritten, Exit::kFailed, m_copy->Path() + ": the copy cannot be written");
-        }
-        return std::nullopt;
+        return Copy(text.str());
     }
 
     bool IsEncoded() const {
@@ -75,9 +89,9 @@ public:
         return Split(Ask(section.c_str(), nullptr, nullptr));
     }
 
-    Outcome Write(const std::string& section, const std::string& key, const char* value) const {
+    Outcome Write(const SetIniOptions& setting) const {
         constexpr const char* kFunction = "IniFile::Write(): ";
-        if (!::WritePrivateProfileStringA(section.c_str(), key.c_str(), value, WorkingPath().c_str())) {
+        if (!Store(setting)) {
             const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
             return Fail(kFunction, code, Exit::kFailed, m_path + ": it cannot be written: " + ErrorText(code));
         }
@@ -95,7 +109,35 @@ public:
                    : Fail(kFunction, code, Exit::kFailed, m_path + ": it cannot be encoded: " + ErrorText(code));
     }
 
+    /// Whether an INI file gives the value back as it was told: the profile functions take outer blanks and quotes off.
+    static Outcome TryOut(const SetIniOptions& setting) {
+        IniFile trial;
+        trial.m_path = setting.file;
+        if (Outcome failure = trial.Copy({})) {
+            return failure;
+        }
+        const bool isKept = trial.Store(setting) && trial.Value(setting.section, setting.key) == setting.value;
+        return isKept ? Outcome()
+                      : Fail("IniFile::TryOut(): ", kInvalidParameter, Exit::kUsage,
+                             "an INI file cannot hold '" + setting.value +
+                                 "': outer blanks and quotes are none of a value's");
+    }
+
 private:
+    /// Makes the working copy.
+    Outcome Copy(const std::string& contents) {
+        m_copy.emplace();
+        return m_copy->Write(contents)
+                   ? Outcome()
+                   : Fail("IniFile::Copy(): ", kFileNotWritten, Exit::kFailed,
+                          m_path + ": no working copy can be made: check the folder for temporary files");
+    }
+
+    bool Store(const SetIniOptions& setting) const {
+        return ::WritePrivateProfileStringA(setting.section.c_str(), setting.key.c_str(), setting.value.c_str(),
+                                            WorkingPath().c_str()) != 0;
+    }
+
     std::string WorkingPath() const {
         return m_copy ? m_copy->Path() : m_path;
     }
@@ -111,12 +153,13 @@ private:
         return buffer.substr(0, length);
     }
 
-    /// Names that each end with a NUL, every one once.
+    /// Names that each end with a NUL, every one once in whatever case.
     static std::vector<std::string> Split(const std::string& list) {
         std::vector<std::string> names;
         std::istringstream stream(list);
         for (std::string name; std::getline(stream, name, '\0');) {
-            if (!name.empty() && std::ranges::find(names, name) == names.end()) {
+            const auto isSame = [&](const std::string& other) { return IsSameName(name, other); };
+            if (!name.empty() && std::ranges::none_of(names, isSame)) {
                 names.push_back(name);
             }
         }
@@ -138,6 +181,17 @@ std::string AsJson(const IniFile& ini, const std::string& section) {
         settings.Add(JsonObject().Text("key", key).Text("value", ini.Value(section, key).value_or("")).Json());
     }
     return JsonObject().Text("name", section).Value("settings", settings.Json()).Json();
+}
+
+/// What an INI file has no room for in a name or value; null for nothing.
+const char* Obstacle(const SetIniOptions& setting) {
+    const std::string& key = setting.key;
+    return HasControl(setting.section + key + setting.value) ? "a control character"
+           : setting.section.empty() || key.empty()          ? "a setting without a name"
+           : setting.section.find(']') != std::string::npos  ? "']' in a section's name"
+           : key.find('=') != std::string::npos || key[0] == ';' || key[0] == '['
+               ? "'=' in a key, or ';' or '[' before it"
+               : nullptr;
 }
 
 void Print(const IniFile& ini, const std::string& section) {
@@ -172,9 +226,16 @@ Outcome GetIniCommand(const GetIniOptions& options) {
 }
 
 Outcome SetIniCommand(const SetIniOptions& options) {
+    if (const char* const obstacle = Obstacle(options)) {
+        return Fail("SetIniCommand(): ", kInvalidParameter, Exit::kUsage,
+                    std::string("an INI file cannot hold ") + obstacle);
+    }
+    if (Outcome failure = IniFile::TryOut(options)) {
+        return failure;
+    }
     IniFile ini;
     Outcome failure = ini.Open(options.file, true);
-    return failure ? failure : ini.Write(options.section, options.key, options.value.c_str());
+    return failure ? failure : ini.Write(options);
 }
 
 Outcome ListIniCommand(const ListIniOptions& options) {
@@ -208,11 +269,11 @@ Outcome ListIniCommand(const ListIniOptions& options) {
 Outcome EncodeIniCommand(const EncodeIniOptions& options) {
     constexpr const char* kFunction = "EncodeIniCommand(): ";
     std::string contents;
-    if (!ReadFile(options.file, contents)) {
-        std::error_code none;
-        const bool isThere = fs::exists(options.file, none);
-        return Fail(kFunction, kFileNotRead, isThere ? Exit::kFailed : Exit::kNotFound,
-                    options.file + (isThere ? ": the file cannot be read" : ": there is no such file"));
+    if (Outcome failure = Read(options.file, contents)) {
+        return failure;
+    }
+    if (IsEncodedText(contents)) {
+        return Fail(kFunction, kFileFormat, Exit::kFailed, options.file + ": the file is encoded already");
     }
     std::stringstream text(contents);
     const auto code = Key::Encode(options.to.c_str(), text, Key::PUBLIC_KEY);

@@ -11,50 +11,10 @@
 namespace apps {
 namespace {
 
-unsigned char Byte(std::string_view text, std::size_t at) {
-    return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
-}
-
-/// Bytes of the UTF-8 character that `text` begins with; 0 when it is none.
-std::size_t Utf8Length(std::string_view text) {
-    const unsigned char first = Byte(text, 0);
-    const std::size_t length = first < 0x80   ? 1
-                               : first < 0xC2 ? 0
-                               : first < 0xE0 ? 2
-                               : first < 0xF0 ? 3
-                               : first < 0xF5 ? 4
-                                              : 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((Byte(text, i) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    // Longer forms of short numbers, surrogates and what lies behind the last plane.
-    const unsigned char second = Byte(text, 1);
-    const bool bad = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-                     (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
-    return bad ? 0 : length;
-}
-
-bool IsControl(std::string_view character) {
-    const unsigned char first = Byte(character, 0);
-    return first < 0x20 || first == 0x7F || (first == 0xC2 && Byte(character, 1) < 0xA0);
-}
-
 std::string Formatted(const char* format, unsigned value) {
     std::array<char, 16> buffer{};
     std::snprintf(buffer.data(), buffer.size(), format, value);
     return buffer.data();
-}
-
-/// Goes through a text character by character; what is no UTF-8 comes byte by byte with `valid` false.
-template <typename Visitor>
-void ForEachCharacter(std::string_view text, Visitor&& visit) {
-    while (!text.empty()) {
-        const std::size_t length = Utf8Length(text);
-        visit(text.substr(0, std::max<std::size_t>(length, 1)), length > 0);
-        text.remove_prefix(std::max<std::size_t>(length, 1));
-    }
 }
 
 } // namespace
@@ -69,20 +29,6 @@ std::string Painted(Stream stream, Colour colour, std::string_view text) {
                         : colour == Colour::kBad    ? "\x1b[31m"
                                                     : "\x1b[2m";
     return begin + std::string(text) + "\x1b[0m";
-}
-
-std::string Printable(std::string_view text) {
-    std::string printable;
-    ForEachCharacter(text, [&](std::string_view character, bool valid) {
-        if (valid && !IsControl(character)) {
-            printable += character;
-            return;
-        }
-        for (const char c : character) {
-            printable += Formatted("\\x%02X", static_cast<unsigned char>(c));
-        }
-    });
-    return printable;
 }
 
 std::string Shortened(std::string_view text, std::size_t columns) {
@@ -109,6 +55,21 @@ std::size_t Characters(std::string_view text) {
 std::string Padded(std::string_view text, std::size_t columns) {
     const std::size_t characters = Characters(text);
     return std::string(text) + std::string(columns > characters ? columns - characters : 0, ' ');
+}
+
+void Narrow(std::vector<std::size_t>& widths, std::size_t room) {
+    constexpr std::size_t kLeast = 5; // a letter or two and "..."
+    std::size_t needed = 0;
+    for (const std::size_t width : widths) {
+        needed += 2 + width;
+    }
+    for (; needed > room; --needed) {
+        const auto widest = std::ranges::max_element(widths);
+        if (*widest <= kLeast) {
+            return;
+        }
+        --*widest;
+    }
 }
 
 std::size_t OutputColumns() {

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "apps/bench/terminal.h"
+#include "apps/support/text.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace apps {
 
@@ -13,9 +15,6 @@ enum class Colour { kGood, kNotice, kBad, kFaint };
 /// The text in a colour where the stream is a terminal and NO_COLOR is not set, else as it is.
 std::string Painted(Stream stream, Colour colour, std::string_view text);
 
-/// Text from elsewhere, made fit for a terminal and a line: control characters become \xNN.
-std::string Printable(std::string_view text);
-
 /// The text cut to `columns` characters, with "..." where something is missing.
 std::string Shortened(std::string_view text, std::size_t columns);
 
@@ -23,6 +22,10 @@ std::string Shortened(std::string_view text, std::size_t columns);
 std::size_t Characters(std::string_view text);
 /// The text with blanks behind it, `columns` characters wide at least.
 std::string Padded(std::string_view text, std::size_t columns);
+
+/// Takes room from the widest columns of a table until all, with two blanks before each, have room in `room`
+/// characters.
+void Narrow(std::vector<std::size_t>& widths, std::size_t room);
 
 /// Columns for a table on standard output: the terminal's, or no limit where the output goes to a file or a program.
 std::size_t OutputColumns();

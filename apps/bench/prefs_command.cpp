@@ -21,7 +21,7 @@ constexpr std::size_t kParts = 3;
 
 struct Preference {
     std::string name;
-    DWORD type = REG_NONE;
+    bool isNumber = false;
     std::string value; ///< as it is shown
     bool fromMachine = false;
 };
@@ -57,19 +57,31 @@ const char* LevelName(bool machine) {
     return machine ? "machine" : "user";
 }
 
-std::string ShownValue(DWORD type, std::string data) {
-    if (type == REG_DWORD && data.size() == sizeof(DWORD)) {
-        DWORD number = 0;
+/// A number in decimal digits, a text up to a NUL, anything else in hexadecimal ones.
+Preference MakePreference(const std::string& name, DWORD type, std::string_view data, bool fromMachine) {
+    DWORD number = 0;
+    if (type == REG_DWORD && data.size() == sizeof number) {
         std::copy_n(data.data(), sizeof number, reinterpret_cast<char*>(&number));
-        return std::to_string(number);
+        return {name, true, std::to_string(number), fromMachine};
     }
-    return data.substr(0, std::min(data.find('\0'), data.size()));
+    if (type == REG_SZ) {
+        return {name, false, std::string(data.substr(0, data.find('\0'))), fromMachine};
+    }
+    std::string digits;
+    for (const char byte : data) {
+        std::array<char, 4> pair{};
+        std::snprintf(pair.data(), pair.size(), "%02X", unsigned{static_cast<unsigned char>(byte)});
+        digits += pair.data();
+    }
+    return {name, false, digits, fromMachine};
 }
 
 /// Reads all values of a level but damaged ones, which standard error tells of; a key that is missing has none.
 Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
     constexpr DWORD kLongestName = 16384;
     constexpr DWORD kLargestValue = 1u << 20;
+    constexpr int kMostDamaged = 1000; // then there is no end to them
+    int damaged = 0;
     HKEY key = nullptr;
     LONG error = ::RegOpenKeyExA(machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key);
     if (error == ERROR_FILE_NOT_FOUND) {
@@ -77,17 +89,18 @@ Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
     }
     std::string name(kLongestName, '\0');
     std::string data(kLargestValue, '\0');
-    for (DWORD i = 0; key && (error == ERROR_SUCCESS || error == ERROR_BADDB); ++i) {
+    for (DWORD i = 0; key && (error == ERROR_SUCCESS || (error == ERROR_BADDB && damaged < kMostDamaged)); ++i) {
         DWORD type = 0;
         DWORD nameLength = kLongestName;
         DWORD size = kLargestValue;
         error = ::RegEnumValueA(key, i, name.data(), &nameLength, nullptr, &type, reinterpret_cast<BYTE*>(data.data()),
                                 &size);
         if (error == ERROR_SUCCESS) {
-            const Preference preference{name.substr(0, nameLength), type, ShownValue(type, data.substr(0, size)),
-                                        machine};
+            const Preference preference =
+                MakePreference(name.substr(0, nameLength), type, std::string_view(data).substr(0, size), machine);
             found.insert_or_assign(preference.name, preference);
         } else if (error == ERROR_BADDB) {
+            ++damaged;
             std::fprintf(stderr, "bench: a damaged preference of the %s's level is left out\n", LevelName(machine));
         }
     }
@@ -102,7 +115,8 @@ Outcome ReadLevel(const std::string& path, bool machine, Preferences& found) {
                 std::string("the ") + LevelName(machine) + "'s preferences cannot be read: " + ErrorText(code));
 }
 
-/// What holds for the user: the machine's values, and over them the user's own.
+/// What holds for the user: the machine's values, and over them the user's own, which stand also where the machine's
+/// may not be read; standard error tells that then.
 Outcome ReadPreferences(const PrefsKey& key, Preferences& found) {
     const std::vector<std::string> parts = PartsOf(key.path);
     if (parts.empty()) {
@@ -111,13 +125,19 @@ Outcome ReadPreferences(const PrefsKey& key, Preferences& found) {
     const std::string path =
         std::string("SOFTWARE\\") + CZRPrefs::m_pPathRoot + '\\' + parts[0] + '\\' + parts[1] + '\\' + parts[2];
     Outcome failure = ReadLevel(path, true, found);
-    return failure || key.machine ? failure : ReadLevel(path, false, found);
+    if (key.machine) {
+        return failure;
+    }
+    if (failure) {
+        std::fprintf(stderr, "bench: %s\n", failure->text.c_str());
+    }
+    return ReadLevel(path, false, found);
 }
 
 std::string AsJson(const Preference& preference) {
     JsonObject object;
     object.Text("name", preference.name);
-    if (preference.type == REG_DWORD) {
+    if (preference.isNumber) {
         object.Value("value", preference.value);
     } else {
         object.Text("value", preference.value);
@@ -131,6 +151,22 @@ std::optional<unsigned long> ParseNumber32(const std::string& text) {
     const bool fits =
         error == std::errc() && end == text.data() + text.size() && number <= std::numeric_limits<std::uint32_t>::max();
     return fits ? std::optional(static_cast<unsigned long>(number)) : std::nullopt;
+}
+
+bool IsNumberAlways(const std::string& name) {
+    return std::ranges::any_of(kNumberPrefs, [&](const char* number) { return IsSameName(name, number); });
+}
+
+/// Whether what is set is a number: as the system reads it, as it was told, as it was before, or as it looks.
+bool IsToBeNumber(const SetPrefOptions& options, const Preferences& found) {
+    if (IsNumberAlways(options.name)) {
+        return true;
+    }
+    if (!options.type.empty()) {
+        return options.type == "number";
+    }
+    const auto before = found.find(options.name);
+    return before == found.end() ? ParseNumber32(options.value).has_value() : before->second.isNumber;
 }
 
 } // namespace
@@ -191,15 +227,15 @@ Outcome SetPrefCommand(const SetPrefOptions& options) {
     if (Outcome failure = ReadPreferences(options, found)) {
         return failure;
     }
-    const auto before = found.find(options.name);
     const std::optional<unsigned long> number = ParseNumber32(options.value);
-    const bool isNumber = options.type.empty()
-                              ? (before == found.end() ? number.has_value() : before->second.type == REG_DWORD)
-                              : options.type == "number";
+    const bool isNumber = IsToBeNumber(options, found);
     if (isNumber && !number) {
         return Fail(kFunction, kInvalidParameter, Exit::kUsage,
-                    "'" + options.value + "' is no number from 0 to 4294967295, as " + options.name +
-                        " is: --type text makes it a text");
+                    "'" + options.value + "' is no number from 0 to 4294967295, as " + options.name + " is" +
+                        (IsNumberAlways(options.name) ? "" : ": --type text makes it a text"));
+    }
+    if (IsSameName(options.name, kHistoryLinesPref) && number == 0UL) {
+        return Fail(kFunction, kInvalidParameter, Exit::kUsage, "a history has 1 line at least: 0 would empty it");
     }
     CZRPrefs prefs(parts[0].c_str(), parts[1].c_str(), parts[2].c_str());
     const auto save = [&](auto value) {

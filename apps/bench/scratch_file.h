@@ -5,10 +5,11 @@
 
 namespace apps {
 
-/// A file of bench's own; removed at the end.
+/// A file in a new folder that its user alone can reach; removed at the end. What a killed process has left among the
+/// temporary files goes when the next one makes its own there.
 class ScratchFile {
 public:
-    /// A file that its user alone can reach.
+    /// A file among the temporary ones.
     ScratchFile();
     /// A file beside another one, which it may take the place of.
     explicit ScratchFile(const std::string& target);
@@ -26,7 +27,7 @@ public:
 
 private:
     std::string m_target;
-    std::filesystem::path m_folder; ///< its own, if it has one
+    std::filesystem::path m_folder; ///< its own; empty where none could be made
     std::filesystem::path m_path;
 };
 

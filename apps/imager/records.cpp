@@ -1,12 +1,13 @@
 #include "apps/imager/records.h"
 
-#include "apps/support/branding.h"
 #include "apps/support/diagnostics.h"
 #include "apps/support/failure.h"
 #include "apps/support/places.h"
 #include "apps/support/preferences.h"
+#include "apps/support/text.h"
 #include "apps/support/version.h"
 #include "gaizior/config/file_utils.h"
+#include "gaizior/errors/failure.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -38,8 +39,7 @@ std::string PathIn(const std::string& folder, const std::string& name, const cha
 
 } // namespace
 
-Records::Log::Log(std::uint16_t id, bool tee) : ZRLogFileC(tee) {
-    const Branding branding = ReadBranding(BrandingPath(), kProductPart);
+Records::Log::Log(std::uint16_t id, const Branding& branding, bool tee) : ZRLogFileC(tee) {
     m_about = VersionText("imager") + ", ID " + std::to_string(id) + ", process " +
               std::to_string(::GetCurrentProcessId()) + ", product '" + branding.product + "' of '" +
               branding.manufacturer + "', support: " + branding.recipients;
@@ -55,7 +55,7 @@ ZRErrors::ZRErrorT Records::History::Add(const Exposure& exposure) {
     std::string line;
     for (const std::string& field : {exposure.job, plate.name, FormatHundredths(plate.size.width),
                                      FormatHundredths(plate.size.length), exposure.separation, number}) {
-        line += field + '\t';
+        line += Printable(field) + '\t';
     }
     line += exposure.isSpoiled ? "spoiled" : "exposed";
     return LogIt(line.c_str());
@@ -79,17 +79,22 @@ void Records::OpenLog(std::uint16_t id, bool verbose) {
     if (path.empty()) {
         return;
     }
-    m_log.emplace(id, verbose);
+    const Branding branding = ReadBranding(BrandingPath(), kProductPart);
+    m_log.emplace(id, branding, verbose);
     ZRLogFileC::SetDebugLevel(static_cast<unsigned>(verbose ? kEveryLevel : Preference(kLogLevelPref, kLogLevel)));
     ZRLogFileC::SetName(path.c_str(), true, true);
     LogChannelLines(verbose);
+    if (branding.code != ZRErrors::e_General_NoError) {
+        gaizior::LogError("Records::OpenLog(): ", BrandingPath(),
+                          ": the names in it cannot be read: ", ErrorText(branding.code));
+    }
 }
 
 void Records::OpenHistory(std::uint16_t id) {
     const std::string path = PathIn(HistoryFolder(), FileName(id, ".history"), "history");
     if (!path.empty()) {
-        const auto lines = static_cast<unsigned>(Preference(kHistoryLinesPref, kHistoryLines));
-        const auto code = m_history.Open(path, lines);
+        const unsigned long lines = Preference(kHistoryLinesPref, kHistoryLines);
+        const auto code = m_history.Open(path, static_cast<unsigned>(lines > 0 ? lines : kHistoryLines));
         if (code != ZRErrors::e_General_NoError) {
             std::fprintf(stderr, "imager: no history is kept: %s: %s\n", path.c_str(), ErrorText(code).c_str());
         }

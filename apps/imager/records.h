@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/imager/engine.h"
+#include "apps/support/branding.h"
 #include "gaizior/config/history.h"
 #include "gaizior/config/prefs.h"
 #include "gaizior/logging/log_file.h"
@@ -11,8 +12,8 @@
 namespace apps {
 
 /// What an imager leaves for the service engineer: a log file for each weekday, a history of the plates, and what it
-/// counts among its preferences. What cannot be kept is told once on standard error; the imager works on without it.
-/// One for a process.
+/// counts among its preferences. A folder that cannot be made is told on standard error, and so is each line that a log
+/// cannot be given; the imager works on without it. One for a process.
 class Records {
 public:
     /// `id`: the imager's communications ID, which names what it leaves. `verbose`: every log line is kept and goes to
@@ -26,7 +27,7 @@ private:
     /// A log whose header names the system as its maker has branded it.
     class Log : public ZRLogFileC {
     public:
-        Log(std::uint16_t id, bool tee);
+        Log(std::uint16_t id, const Branding& branding, bool tee);
 
     protected:
         const char* GetExtraHeaderInfo() override {

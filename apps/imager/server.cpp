@@ -2,6 +2,7 @@
 
 #include "apps/job/thread_report.h"
 #include "apps/support/process_events.h"
+#include "apps/support/text.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/errors/failure.h"
 
@@ -102,7 +103,7 @@ ZRErrors::ZRErrorT Server::Receive(Worker& self) {
             m_failure = Fail(kFunction, code, Exit::kFailed, "the channel cannot be read: " + ErrorText(code));
             break;
         }
-        gaizior::LogAt(2, kFunction, "received ", buffer.data());
+        gaizior::LogAt(2, kFunction, "received ", Printable(buffer.data()));
         isToGoOn = Handle(self, buffer.data());
     }
     return ZRErrors::e_General_NoError;

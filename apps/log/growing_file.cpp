@@ -86,6 +86,7 @@ GrowingFile::Change GrowingFile::Look() {
         m_lastWrite = {}; // to be looked at again
         return Change::kReplaced;
     }
+    m_bHasFailed = false; // what has come is still to be read
     return Change::kMore;
 }
 

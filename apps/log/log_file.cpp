@@ -124,7 +124,7 @@ Day LogFile::FirstDay() const {
     return lastWrite - (clock.Date() - lastWrite);
 }
 
-bool IsLog(const std::filesystem::path& path) {
+std::optional<bool> IsLog(const std::filesystem::path& path) {
     constexpr int kLines = 20;
     GrowingFile lines(path);
     std::string line;
@@ -135,7 +135,7 @@ bool IsLog(const std::filesystem::path& path) {
             return true;
         }
     }
-    return false;
+    return lines.HasFailed() ? std::nullopt : std::optional(false);
 }
 
 } // namespace apps

@@ -67,7 +67,7 @@ private:
     LogEntry m_last; ///< without its text
 };
 
-/// Whether the first lines of a file have tags.
-bool IsLog(const std::filesystem::path& path);
+/// Whether the first lines of a file have tags; nothing where they cannot be read.
+std::optional<bool> IsLog(const std::filesystem::path& path);
 
 } // namespace apps

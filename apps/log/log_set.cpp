@@ -1,7 +1,7 @@
 #include "apps/log/log_set.h"
 
 #include "apps/support/suggest.h"
-#include "gaizior/values/ascii.h"
+#include "apps/support/text.h"
 
 #include <algorithm>
 #include <tuple>
@@ -11,10 +11,6 @@ namespace apps {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool IsSameName(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, gaizior::ToLowerAscii, gaizior::ToLowerAscii);
-}
 
 Failure Unreadable(const std::string& path) {
     return Fail("LogSet::Open(): ", kFileNotRead, Exit::kFailed,
@@ -62,6 +58,9 @@ Outcome LogSet::WhenNothingIsFound(const std::vector<std::string>& paths) const 
     if (!m_sources.empty() || (m_bIsFollowed && !m_watches.empty())) {
         return std::nullopt;
     }
+    if (!m_unreadable.empty()) {
+        return ReadFailure();
+    }
     std::string places;
     for (const std::string& path : paths) {
         places += (places.empty() ? "" : ", ") + path;
@@ -106,10 +105,18 @@ std::error_code LogSet::Scan(const Watch& watch) {
         if (size == 0 || unknown || (noLog != m_noLogs.end() && noLog->second == size) || IsKnown(path)) {
             continue;
         }
-        if (!IsLog(path)) {
+        const std::optional<bool> isLog = IsLog(path);
+        if (isLog) {
+            m_unreadable.erase(path);
+        }
+        if (isLog == false) {
             m_noLogs[path] = size;
         } else if (IsWanted(watch, NameOfLog(path.string()))) {
-            Add(path);
+            if (isLog) {
+                Add(path);
+            } else {
+                m_unreadable.try_emplace(path);
+            }
         }
     }
     return error;
@@ -160,6 +167,11 @@ std::vector<std::string> LogSet::Look() {
     for (const Watch& watch : m_watches) {
         Scan(watch); // a folder that is gone has files that are gone
     }
+    for (auto& [path, isTold] : m_unreadable) {
+        if (!std::exchange(isTold, true)) {
+            news.push_back(path.string() + " cannot be read: trying again");
+        }
+    }
     for (Source& source : m_sources) {
         LookAt(source, news);
     }
@@ -191,7 +203,10 @@ void LogSet::LookAt(Source& source, std::vector<std::string>& news) {
 Outcome LogSet::ReadFailure() const {
     const auto failed =
         std::ranges::find_if(m_sources, [](const Source& source) { return source.file->Lines().HasFailed(); });
-    return failed == m_sources.end() ? std::nullopt : Outcome(Unreadable(failed->file->Path()));
+    if (failed != m_sources.end()) {
+        return Unreadable(failed->file->Path());
+    }
+    return m_unreadable.empty() ? Outcome() : Unreadable(m_unreadable.begin()->first.string());
 }
 
 } // namespace apps

@@ -33,7 +33,7 @@ public:
     /// @returns what has happened to files, for people.
     std::vector<std::string> Look();
 
-    /// Of the files that could not be read to their end, the first.
+    /// Of the files that could not be read, or not to their end, the first.
     Outcome ReadFailure() const;
 
 private:
@@ -65,6 +65,7 @@ private:
     std::vector<Source> m_sources;
     std::vector<std::size_t> m_queue; ///< a heap of the sources that have an entry, the oldest on top
     std::map<std::filesystem::path, std::uintmax_t> m_noLogs; ///< files, with the size at which they were none
+    std::map<std::filesystem::path, bool> m_unreadable;       ///< files in folders, and whether that was told
     std::set<std::string> m_others;                           ///< processes whose logs are not wanted
 };
 

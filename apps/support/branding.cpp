@@ -19,7 +19,7 @@ std::string BrandingPath() {
 
 Branding ReadBranding(const std::string& path, const char* product) {
     using Ini = ZRIniFileC;
-    Branding branding{kManufacturer, product, kSupport, {}, {}};
+    Branding branding{kManufacturer, product, kSupport, {}, {}, ZRErrors::e_General_NoError};
     std::error_code none;
     if (!std::filesystem::exists(path, none)) {
         return branding;
@@ -36,8 +36,9 @@ Branding ReadBranding(const std::string& path, const char* product) {
     for (const auto& [section, key, value] : settings) {
         const CString otherwise(value.c_str());
         CString read;
-        if (file.Read(section, key, &otherwise, read) != ZRErrors::e_General_NoError) {
-            break; // damaged: the log tells it
+        branding.code = file.Read(section, key, &otherwise, read);
+        if (branding.code != ZRErrors::e_General_NoError) {
+            break;
         }
         value = static_cast<const char*>(read);
     }

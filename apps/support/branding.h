@@ -1,5 +1,7 @@
 #pragma once
 
+#include "gaizior/errors/error_codes.h"
+
 #include <string>
 
 namespace apps {
@@ -12,9 +14,10 @@ struct Branding {
     std::string recipients; ///< of a mail to the support
     std::string addresses;
     std::string subject;
+    ZRErrors::ZRErrorT code; ///< other than 0: the file could not be read
 };
 
-/// Reads such a file; a missing one is none, what is wrong with one stands in the log. `product`: its name unless the
+/// Reads such a file; a missing one is none, and no failure. `product`: its name unless the
 /// file tells another.
 Branding ReadBranding(const std::string& path, const char* product);
 /// The path of the one beside the running program.

@@ -1,5 +1,6 @@
 #include "apps/support/diagnostics.h"
 
+#include "apps/support/text.h"
 #include "gaizior/errors/error_stack.h"
 #include "gaizior/errors/failure.h"
 #include "gaizior/logging/debug_print.h"
@@ -39,7 +40,7 @@ void PrintChannelLine(int level, int /*mode*/, const char* text) {
 }
 
 void LogChannelLine(int level, int /*mode*/, const char* text) {
-    gaizior::LogAt(static_cast<unsigned>(level), "channel: ", WithoutEnd(text));
+    gaizior::LogAt(static_cast<unsigned>(level), "channel: ", Printable(WithoutEnd(text)));
 }
 
 unsigned DebugLevel() {

@@ -3,6 +3,8 @@
 #include "gaizior/platform/windows_api.h"
 
 #include <array>
+#include <cstdlib>
+#include <system_error>
 
 namespace apps {
 
@@ -12,6 +14,12 @@ std::string LogFolder() {
 
 std::string HistoryFolder() {
     return HistoryFolders().front();
+}
+
+std::string StateFolder() {
+    const char* const folder = std::getenv("GAIZIOR_STATE_DIR");
+    std::error_code error;
+    return folder && *folder ? std::filesystem::absolute(folder, error).string() : std::string();
 }
 
 std::filesystem::path ProgramPath() {

@@ -18,6 +18,9 @@ std::string LogFolder();
 /// The folder of this user's histories; the same.
 std::string HistoryFolder();
 
+/// The folder that GAIZIOR_STATE_DIR names, absolute; empty where it names none.
+std::string StateFolder();
+
 /// The folders in which to look for the same, this user's first: on Linux those of the whole machine too.
 /// @{
 std::vector<std::string> LogFolders();

@@ -26,7 +26,7 @@ std::string UsersFolder() {
 
 /// This user's folder, and the machine's; both are the same one for root.
 std::vector<std::string> Folders(const char* machines) {
-    if (std::string folder = PathVariable("GAIZIOR_STATE_DIR"); !folder.empty()) {
+    if (std::string folder = StateFolder(); !folder.empty()) {
         return {folder};
     }
     if (::geteuid() == 0) {

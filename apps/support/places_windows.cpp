@@ -5,7 +5,7 @@
 namespace apps {
 
 std::vector<std::string> LogFolders() {
-    if (const char* const folder = std::getenv("GAIZIOR_STATE_DIR")) {
+    if (std::string folder = StateFolder(); !folder.empty()) {
         return {folder};
     }
     const char* const folder = std::getenv("ProgramData");

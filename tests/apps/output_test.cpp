@@ -42,10 +42,13 @@ TEST(Output, JsonIsValidWhateverTheBytes) {
     EXPECT_EQ(JsonText("\xC3\xBC\xF0\x9F\x98\x80"), "\"\xC3\xBC\xF0\x9F\x98\x80\"");
 }
 
-TEST(Output, ShortenedCountsCharactersNotBytes) {
+TEST(Output, WhatIsTooWideIsShortenedByCharactersNotBytes) {
     EXPECT_EQ(Shortened("\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC", 4), "\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC");
     EXPECT_EQ(Shortened("\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC\xC3\xBC", 4), "\xC3\xBC...");
     EXPECT_EQ(Shortened("abcdef", 2), "..");
+    std::vector<std::size_t> columns = {20, 8, 3, 30};
+    Narrow(columns, 35);
+    EXPECT_EQ(columns, (std::vector<std::size_t>{8, 8, 3, 8}));
 }
 
 TEST(Suggestion, NamesTheNearestWordOrNone) {

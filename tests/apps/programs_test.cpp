@@ -53,8 +53,20 @@ TEST_F(ProgramsTest, AJobRunsFromItsFileToItsSummary) {
 TEST_F(ProgramsTest, CallsAreAnsweredAndWhatIsWrongIsToldInOneLineWithItsExitCode) {
     const ScratchFolder folder;
     std::ofstream(folder.File("wrong.job")) << "[job]\nnaem = x\n";
+    std::ofstream(folder.File("zero.cfg"), std::ios::binary) << "gain" << '\0';
+    std::ofstream(folder.File("h")) << "0x00000001\n\ndate\ttime\ta\t\ta\n\n11/22/2026\t08:00:00\t1\t2\t3\t4\n";
     const std::tuple<std::vector<std::string>, Exit, std::string> calls[] = {
         {{"image", folder.File("nowhere.job")}, Exit::kNotFound, "nowhere.job: there is no such job file"},
+        {{"cfg", "set", folder.File("wrong.job"), "naem\n", "2"}, Exit::kUsage, "TOKEN has to be a text"},
+        {{"cfg", "set", folder.File("wrong.job"), "naem", "1", "0x10"}, Exit::kUsage, "VALUES have to be decimal"},
+        {{"cfg", "set", folder.File("zero.cfg"), "gain", "2"}, Exit::kFailed, "zero.cfg: the file is no text"},
+        {{"ini", "set", folder.File("wrong.job"), "job", "na=em", "v"}, Exit::kUsage, "cannot hold '=' in a key"},
+        {{"ini", "set", folder.File("wrong.job"), "job", "naem", " v"}, Exit::kUsage, "cannot hold ' v'"},
+        {{"ini", "encode", folder.File("."), folder.File("wrong.job")}, Exit::kFailed, "the file cannot be read"},
+        {{"prefs", "set", "historylines", "0"}, Exit::kUsage, "a history has 1 line at least"},
+        {{"prefs", "set", "LogLevel", "ten", "--type", "text"}, Exit::kUsage, "'ten' is no number"},
+        {{"history", "list", folder.File("wrong.job")}, Exit::kFailed, "wrong.job: the file is no history"},
+        {{"history", "list", folder.File("h"), "--json"}, Exit::kDone, R"({"a":"1","column2":"2","column3":"3","c)"},
         {{"image", folder.File("wrong.job")}, Exit::kUsage, "wrong.job:2: section [job] has no key 'naem' (did you"},
         {{"plates", kSample}, Exit::kUsage, "newspaper.job:4: this is a job file"},
         {{"plates"}, Exit::kUsage, "PLATEFILE is required: see 'bench plates --help'"},
@@ -92,12 +104,10 @@ TEST_F(ProgramsTest, CallsAreAnsweredAndWhatIsWrongIsToldInOneLineWithItsExitCod
         {{"guid", "check", "{x}"}, Exit::kFailed, "'{x}' is no GUID"},
         {{"guid", "check", "--json", "}12345678-1234-1234-1234-123456789ABC"}, Exit::kDone, R"({"guid":"{12345678-)"},
         {{"guid", "new"}, Exit::kDone, "-4"},
-        {{"error", "--json", "57"}, Exit::kDone, R"([{"code":57,"hex":"0x39","name":null,"text":"Job Stopped")"},
-        {{"error", "--json", "0x7dd"}, Exit::kDone, R"([{"code":2013,"hex":"0x7DD","name":"e_Command_TimedOut",)"},
         {{"error", "--json", "e_phs_noplate"}, Exit::kDone, R"("hex":"0xA314","name":"e_Phs_NoPlate",)"},
         {{"error", "--json", "0x20000005"}, Exit::kDone, R"("text":"Error: 5 (0x5) Access )"},
         {{"error", "--json", "0x60000002"}, Exit::kDone, R"("text":"No such file or directory")"},
-        {{"error", "--json", "JOB", "stopped"}, Exit::kDone, R"("name":null,"text":"Job Stopped")"},
+        {{"error", "--json", "JOB", "stopped"}, Exit::kDone, R"([{"code":57,"hex":"0x39","name":null,"text":"J)"},
     };
     for (const auto& [arguments, exit, says] : calls) {
         const Ended bench(arguments, static_cast<int>(exit));

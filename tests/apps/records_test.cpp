@@ -62,6 +62,8 @@ TEST_F(RecordsTest, WhatIsSetIsGotBackAndNothingElseChanges) {
     }
     const Branding branding = ReadBranding(ini, "");
     EXPECT_EQ(branding.product + branding.manufacturer + branding.subject, "P9Example Press Equipmenta new one");
+    EXPECT_EQ(ReadBranding(cfg, "").code, ZRErrors::e_Object_BadMagic);
+    EXPECT_PRED2(Holds, Ended({"ini", "encode", ini, cfg}, 1).Errors(), "oem.ini: the file is encoded already");
 }
 
 } // namespace
