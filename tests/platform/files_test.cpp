@@ -4,12 +4,14 @@
 #include "gaizior/platform/file_lock.h"
 #include "gaizior/platform/file_replacement.h"
 #include "gaizior/platform/files.h"
+#include "gaizior/platform/timing.h"
 #include "tests/support/scratch.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -206,6 +208,17 @@ TEST_F(FilesTest, OfOneFolderAreLockedForOneAtATime) {
     EXPECT_EQ(errorOf("astray/file", 0), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
+TEST_F(FilesTest, AreRemovedByOneOfThoseWhoFindThemOld) {
+    static std::atomic<int> s_removals;
+    s_removals = 0;
+    Put("file", "old");
+    const auto remove = [this] {
+        RemoveFileIf(m_file.c_str(), [](const FileStatus&) { return SleepFor(20), ++s_removals > 0; });
+    };
+    { const std::jthread one(remove), two(remove), three(remove); }
+    EXPECT_EQ(s_removals, 1) << "else a later one would remove what has been made under the name";
+}
+
 #ifndef _WIN32
 
 TEST_F(FilesTest, KeepOwnerModeAndLinks) {
@@ -221,7 +234,10 @@ TEST_F(FilesTest, KeepOwnerModeAndLinks) {
         EXPECT_EQ(status.st_mode & 07777, mode);
         EXPECT_TRUE(::geteuid() != 0 || (status.st_uid == 12 && status.st_gid == 34));
     }
+    EXPECT_FALSE(CopyWholeFile("/dev/null", m_file.c_str(), false));
     EXPECT_EQ(Contents("file"), "new");
+    EXPECT_TRUE(RemoveFileIf(Path("link").c_str(), [](const FileStatus&) { return true; }));
+    EXPECT_TRUE(fs::is_symlink(link) && !fs::exists(file) && SaveFile(m_file.c_str(), "new"));
     FileReplacement replacement;
     EXPECT_TRUE(replacement.Open(m_file.c_str()) && replacement.Write("secret"));
     for (const fs::path& path : fs::directory_iterator(m_folder.Path())) {
