@@ -58,23 +58,17 @@ TEST_F(FileUtils, SayWhatTheyCouldNotDo) {
     }
     EXPECT_EQ(ZRFileUtilsC::GetLastWriteTime(nullptr, time), ZRErrors::e_Arguments_Bad);
     EXPECT_EQ(make(Path("file\\below\\it").c_str()), 0x60000002u);
-}
-
-TEST_F(FileUtils, TellReadingAttributesFromWritingThem) {
-    for (const std::string what : {"hidden", "visible"}) {
-        Put("text");
-        const auto hide = [&] { return ZRFileUtilsC::HideFile(m_path.c_str(), what == "hidden"); };
+    for (const int hidden : {1, 0}) {
+        const auto hideOrShow = [&] { return ZRFileUtilsC::HideFile(m_path.c_str(), hidden); };
         DWORD attributes = 0;
-        EXPECT_TRUE(hide() == 0 && ReadAttributes(m_path.c_str(), attributes));
-        EXPECT_EQ((attributes & kHiddenAttribute) != 0, what == "hidden");
+        EXPECT_TRUE(hideOrShow() == 0 && ReadAttributes(m_path.c_str(), attributes));
+        EXPECT_EQ((attributes & kHiddenAttribute) != 0, hidden != 0);
+        m_log.Take();
         seams::FailFileCall(2, ERROR_NOT_SUPPORTED);
-        EXPECT_EQ(hide(), 0x20000000u + ERROR_NOT_SUPPORTED);
-        const std::string line = "unable to make " + what + " file: " + m_path + ", reason: ";
-        EXPECT_TRUE(m_log.Take().starts_with("0 ERROR: ZRFileUtilsC::HideFile(): " + line));
+        EXPECT_EQ(hideOrShow(), 0x20000000u + ERROR_NOT_SUPPORTED);
+        const std::string line = std::string(hidden ? "hidden" : "visible") + " file: " + m_path + ", reason: ";
+        EXPECT_TRUE(m_log.Take().starts_with("0 ERROR: ZRFileUtilsC::HideFile(): unable to make " + line));
     }
-}
-
-TEST_F(FileUtils, KnowTheCurrentDirectory) {
     ZRCString directory = "as it was";
     seams::FailFileCall(1, ERROR_FILE_NOT_FOUND);
     EXPECT_TRUE(ZRGetCurrentDirectory(directory) == 0x20000002 && directory == "as it was");

@@ -4,14 +4,12 @@
 #include "gaizior/platform/file_lock.h"
 #include "gaizior/platform/file_replacement.h"
 #include "gaizior/platform/files.h"
-#include "gaizior/platform/timing.h"
 #include "tests/support/scratch.h"
 #include "tests/support/watchdog.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -206,17 +204,6 @@ TEST_F(FilesTest, OfOneFolderAreLockedForOneAtATime) {
     lock.Release();
     std::thread([&] { EXPECT_EQ(errorOf("file", 0), DWORD{NO_ERROR}); }).join();
     EXPECT_EQ(errorOf("astray/file", 0), DWORD{ERROR_PATH_NOT_FOUND});
-}
-
-TEST_F(FilesTest, AreRemovedByOneOfThoseWhoFindThemOld) {
-    static std::atomic<int> s_removals;
-    s_removals = 0;
-    Put("file", "old");
-    const auto remove = [this] {
-        RemoveFileIf(m_file.c_str(), [](const FileStatus&) { return SleepFor(20), ++s_removals > 0; });
-    };
-    { const std::jthread one(remove), two(remove), three(remove); }
-    EXPECT_EQ(s_removals, 1) << "else a later one would remove what has been made under the name";
 }
 
 #ifndef _WIN32
