@@ -1,14 +1,12 @@
 #include "gaizior/logging/log_file.h"
 #include "benchmarks/compare.h"
+#include "benchmarks/scratch_folder.h"
 #include "benchmarks/subjects.h"
 
-#include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,28 +17,6 @@ namespace {
 // What our line looks like; the others find it ready.
 constexpr std::string_view kLine = "09:05:03.042 000 0x0a1c 0x00 PlateC::LoadPlate(): plate 1234 is at step 7\n";
 constexpr std::size_t kLargestBatch = 1000; // files stay small enough to lie in the page cache
-
-/// On the disk that the system's temporary files are on.
-class LogFolder {
-public:
-    LogFolder() : m_path(std::filesystem::temp_directory_path() / "gaizior-benchmark-XXXXXX") {
-        if (!::mkdtemp(m_path.data())) {
-            throw std::system_error(errno, std::generic_category(), m_path);
-        }
-    }
-    LogFolder(const LogFolder&) = delete;
-    LogFolder& operator=(const LogFolder&) = delete;
-    ~LogFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    std::string File(const char* name) const {
-        return m_path + '/' + name;
-    }
-
-private:
-    std::string m_path;
-};
 
 Batch Append(std::string file, void (*append)(const char* file)) {
     return {.run =
@@ -76,14 +52,15 @@ void AppendOurs(const char* /*file*/) {
 } // namespace
 
 void LogFile() {
-    const LogFolder folder;
-    const ZRLogFileC log(folder.File("ours").c_str(), false, false, false);
+    const ScratchFolder folder;
+    const auto file = [&](const char* name) { return folder.Path() + '/' + name; };
+    const ZRLogFileC log(file("ours").c_str(), false, false, false);
     for (const char* name : {"ours", "stream", "raw"}) {
-        std::ofstream(folder.File(name)).close();
+        std::ofstream(file(name)).close();
     }
-    Compare("tagged line to the log file", Append(folder.File("ours"), &AppendOurs),
-            {{"std::ofstream opened to append, written, closed", Append(folder.File("stream"), &AppendStream), 0.8},
-             {"open, write and close", Append(folder.File("raw"), &AppendRaw), 1.6}});
+    Compare("tagged line to the log file", Append(file("ours"), &AppendOurs),
+            {{"std::ofstream opened to append, written, closed", Append(file("stream"), &AppendStream), 0.8},
+             {"open, write and close", Append(file("raw"), &AppendRaw), 1.6}});
 }
 
 } // namespace benchmarks

@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Expect(after == before || after == before + 1); // it may join a last line, and even make it a data line
     if (size % 16 == 0) {                           // it takes long
         History shorter(path, before / 2);
-        Expect(shorter.LogIt("a line") == ZRErrors::e_General_NoError && shorter.CountLines() <= before / 2);
+        Expect(shorter.LogIt("a line") == ZRErrors::e_General_NoError && shorter.CountLines() == before / 2);
     }
     return 0;
 }

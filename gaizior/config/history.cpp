@@ -164,22 +164,19 @@ ZRErrors::ZRErrorT Scan(std::streambuf& in, std::streambuf* out, unsigned& state
             return ZRErrors::e_File_EndOfFile;
         }
         const char byte = std::char_traits<char>::to_char_type(character);
-        std::string_view passed;
+        std::string_view passed(&byte, 1);
         if (IsLineEnd(character)) {
-            passed = {&byte, 1};
             isBehindLineEnd = true;
             state = 0;
             count = 0;
-        } else {
+        } else if (state < kTelling) { // else a growing stream had more behind its end
             held[count++] = byte;
-            if (++state == kTelling) {
-                passed = {held.data(), count};
-                count = 0;
+            passed = {held.data(), ++state == kTelling ? count : 0};
+            if (state == kTelling && byte == '/' && isBehindLineEnd) {
+                state = kTelling - 1;
+                return PutBack(in, passed) ? ZRErrors::e_General_NoError : ZRErrors::e_File_ReadFailed;
             }
-        }
-        if (state == kTelling && byte == '/' && isBehindLineEnd) {
-            state = kTelling - 1;
-            return PutBack(in, passed) ? ZRErrors::e_General_NoError : ZRErrors::e_File_ReadFailed;
+            count = state == kTelling ? 0 : count;
         }
         if (!Put(out, passed)) {
             return ZRErrors::e_File_WriteFailed;
@@ -214,25 +211,41 @@ private:
 
 // --- The file --------------------------------------------------------------------------------------------------------
 
+/// Fails, and tells what the call that has just failed left in the last error.
+template <class... Pieces>
+[[nodiscard]] ZRErrors::ZRErrorT FailForReason(const char* function, ZRErrors::ZRErrorT code, const Pieces&... what) {
+    return Fail(function, code, what..., ", reason: ", CodeText(LastSystemError()));
+}
+
+/// Whether there is a file; a link that leads nowhere is none.
+bool IsThere(const char* path) {
+    if (File::OpenToRead(path)) {
+        return true;
+    }
+    const DWORD reason = ::GetLastError();
+    return reason != ERROR_FILE_NOT_FOUND && reason != ERROR_PATH_NOT_FOUND && ZRFileUtilsC::FileExists(path);
+}
+
 /// Makes a history without lines. One that another process has made meanwhile is as good.
 ZRErrors::ZRErrorT MakeFile(const char* path, const char* columnHeadings) {
     FileReplacement file;
     if (!file.Open(path)) {
-        return Fail(kCreate, ZRErrors::e_File_OpenFailed, "failed to open file:", path);
+        return FailForReason(kCreate, ZRErrors::e_File_OpenFailed, "failed to open file:", path);
     }
     if (!(file.Write(AsFileText(Header(columnHeadings))) && file.Commit(false)) &&
         ::GetLastError() != ERROR_FILE_EXISTS) {
-        return Fail(kCreate, ZRErrors::e_File_WriteFailed, "failed writing to: ", path);
+        return FailForReason(kCreate, ZRErrors::e_File_WriteFailed, "failed writing to: ", path);
     }
     return ZRErrors::e_General_NoError;
 }
 
-ZRErrors::ZRErrorT Append(const char* path, const std::string& line, bool& isWritten) {
+/// @param writeError receives what the writing failed with, 0 when it did not.
+ZRErrors::ZRErrorT Append(const char* path, const std::string& line, ZRErrors::ZRErrorT& writeError) {
     File file = File::OpenToAppend(path);
     if (!file) {
-        return Fail(kLogIt, ZRErrors::e_File_OpenFailed, "failed to open file:", path);
+        return FailForReason(kLogIt, ZRErrors::e_File_OpenFailed, "failed to open file:", path);
     }
-    isWritten = file.Write(line);
+    writeError = file.Write(line) ? ZRErrors::e_General_NoError : LastSystemError();
     CrashPoint();
     return ZRErrors::e_General_NoError;
 }
@@ -241,6 +254,7 @@ ZRErrors::ZRErrorT Append(const char* path, const std::string& line, bool& isWri
 } // namespace gaizior
 
 using gaizior::Fail;
+using gaizior::FailForReason;
 
 /// A stream of the scanner's kind over a buffer.
 class ZRHistoryC::TextStream : public std::fstream {
@@ -256,10 +270,14 @@ ZRHistoryC::ZRHistoryC(const ZRHistoryC& other)
 ZRHistoryC::~ZRHistoryC() = default;
 
 ZRHistoryC::HistoryEnumeratorC ZRHistoryC::GetEnumerator() {
-    return HistoryEnumeratorC(m_strFilePath);
+    return HistoryEnumeratorC(GetFilePath());
 }
 
 const char* ZRHistoryC::GetFilePath() {
+    ZRCriticalSectionC::ZRCriticalSectionUserC user(&m_CS);
+    if (user.EnterCriticalSection("ZRHistoryC::GetFilePath(): ", gaizior::kNoLimit) || m_strFilePath.IsEmpty()) {
+        return ""; // and not the text that Create is going to change
+    }
     return m_strFilePath;
 }
 
@@ -274,7 +292,7 @@ ZRErrors::ZRErrorT ZRHistoryC::Create(const char* path, const char* columnHeadin
     return gaizior::GuardMemory(gaizior::kCreate, [&] {
         m_strFilePath = path;
         m_nMaxLines = maxLines;
-        return ZRFileUtilsC::FileExists(path) ? ZRErrors::e_General_NoError : gaizior::MakeFile(path, columnHeadings);
+        return gaizior::IsThere(path) ? ZRErrors::e_General_NoError : gaizior::MakeFile(path, columnHeadings);
     });
 }
 
@@ -291,18 +309,19 @@ ZRErrors::ZRErrorT ZRHistoryC::LogIt(const char* text) {
         gaizior::FileLock lock; // a line that another process appends must not fall to this one's cut
         const bool isLocked = lock.Acquire(m_strFilePath, gaizior::kLockTimeout);
         const ZRErrors::ZRErrorT lockError = isLocked ? ZRErrors::e_General_NoError : gaizior::LastSystemError();
-        bool isWritten = false;
-        if (const auto error = gaizior::Append(m_strFilePath, gaizior::AsFileText(line), isWritten)) {
+        ZRErrors::ZRErrorT writeError = ZRErrors::e_General_NoError;
+        if (const auto error = gaizior::Append(m_strFilePath, gaizior::AsFileText(line), writeError)) {
             return error;
         }
-        if (isLocked) {
-            TruncateLog();
+        if (isLocked) { // the line is there, whether the old ones can be cut off or not
+            gaizior::GuardMemory(gaizior::kTruncateLog, [this] { return TruncateLog(); });
         } else {
             gaizior::LogError(gaizior::kLogIt, "old lines stay, failed to lock: ", m_strFilePath,
                               ", reason: ", gaizior::CodeText(lockError));
         }
-        return isWritten ? ZRErrors::e_General_NoError
-                         : Fail(gaizior::kLogIt, ZRErrors::e_File_WriteFailed, "failed writing to: ", m_strFilePath);
+        return writeError ? Fail(gaizior::kLogIt, ZRErrors::e_File_WriteFailed, "failed writing to: ", m_strFilePath,
+                                 ", reason: ", gaizior::CodeText(writeError))
+                          : ZRErrors::e_General_NoError;
     });
 }
 
@@ -314,10 +333,12 @@ ZRErrors::ZRErrorT ZRHistoryC::TruncateLog() {
     {
         gaizior::File file = gaizior::File::OpenToRead(m_strFilePath);
         if (!file) {
-            return Fail(gaizior::kTruncateLog, ZRErrors::e_File_OpenFailed, "failed to open file:", m_strFilePath);
+            return FailForReason(gaizior::kTruncateLog, ZRErrors::e_File_OpenFailed,
+                                 "failed to open file:", m_strFilePath);
         }
         if (!file.ReadToEnd(contents, gaizior::kLargestFile)) {
-            return Fail(gaizior::kTruncateLog, ZRErrors::e_File_ReadFailed, "ERROR counting lines in:", m_strFilePath);
+            return FailForReason(gaizior::kTruncateLog, ZRErrors::e_File_ReadFailed,
+                                 "ERROR counting lines in:", m_strFilePath);
         }
     }
     const unsigned int count = CountDataLines(contents);
@@ -355,19 +376,23 @@ ZRErrors::ZRErrorT ZRHistoryC::KeepNewest(std::string& contents, unsigned int co
     gaizior::Sink kept(contents.size());
     TextStream out(kept);
     gaizior::FileReplacement file;
-    ZRErrors::ZRErrorT code = CopyNewest(contents, count, out);
-    const bool isOpen = file.Open(m_strFilePath);
+    if (!file.Open(m_strFilePath)) {
+        return FailForReason(gaizior::kTruncateLog, ZRErrors::e_File_OpenFailed, "failed to open file:", m_strFilePath,
+                             ", to replace it");
+    }
     const std::string temporary = file.TemporaryPath();
-    if (code == ZRErrors::e_General_NoError && !(isOpen && file.Write(kept.Taken()))) {
+    ZRErrors::ZRErrorT code = CopyNewest(contents, count, out), reason = code;
+    if (code == ZRErrors::e_General_NoError && !file.Write(kept.Taken())) {
         code = ZRErrors::e_File_WriteFailed;
+        reason = gaizior::LastSystemError();
     }
     if (code != ZRErrors::e_General_NoError) {
         return Fail(gaizior::kTruncateLog, code, "Failed copying data lines from file:", m_strFilePath,
-                    ", to: ", temporary);
+                    ", to: ", temporary, ", reason: ", gaizior::CodeText(reason));
     }
     return file.Commit() ? code
-                         : Fail(gaizior::kTruncateLog, ZRErrors::e_File_CopyFailed, "Failed copying file: ", temporary,
-                                ", to: ", m_strFilePath);
+                         : FailForReason(gaizior::kTruncateLog, ZRErrors::e_File_CopyFailed,
+                                         "Failed copying file: ", temporary, ", to: ", m_strFilePath);
 }
 
 ZRErrors::ZRErrorT ZRHistoryC::SeekToData() {
@@ -420,25 +445,30 @@ ZRHistoryC::HistoryEnumeratorC::~HistoryEnumeratorC() = default;
 
 ZRHistoryC::HistoryEnumeratorC::HistoryEnumeratorC(const char* path) {
     constexpr const char* kFunction = "ZRHistoryC::HistoryEnumeratorC::HistoryEnumeratorC(): ";
-    std::string contents;
-    gaizior::File file = gaizior::File::OpenToRead(path);
-    if (!file) {
-        gaizior::LogError(kFunction, "failed to open file:", path);
-        return;
-    }
-    m_bFailed = !file.ReadToEnd(contents, gaizior::kLargestFile);
-    if (m_bFailed) {
-        gaizior::LogError(kFunction, "failed reading from: ", path);
-        return;
-    }
-    m_pContents = std::make_shared<std::string>(std::move(contents));
+    m_nError = gaizior::GuardMemory(kFunction, [&]() -> ZRErrors::ZRErrorT {
+        gaizior::File file = gaizior::File::OpenToRead(path);
+        if (!file) {
+            gaizior::LogError(kFunction, "failed to open file:", path);
+            return ZRErrors::e_File_EndOfFile;
+        }
+        auto contents = std::make_shared<std::string>();
+        if (!file.ReadToEnd(*contents, gaizior::kLargestFile)) {
+            return Fail(kFunction, ZRErrors::e_File_ReadFailed, "failed reading from: ", path);
+        }
+        m_pContents = std::move(contents);
+        return ZRErrors::e_File_EndOfFile;
+    });
 }
 
 ZRErrors::ZRErrorT ZRHistoryC::HistoryEnumeratorC::NextElement(ZRCString& line) {
     line.Empty();
     if (!m_pContents) {
-        return std::exchange(m_bFailed, false) ? ZRErrors::e_File_ReadFailed : ZRErrors::e_File_EndOfFile;
+        return std::exchange(m_nError, ZRErrors::e_File_EndOfFile);
     }
+    return gaizior::GuardMemory("ZRHistoryC::HistoryEnumeratorC::NextElement(): ", [&] { return ReadLine(line); });
+}
+
+ZRErrors::ZRErrorT ZRHistoryC::HistoryEnumeratorC::ReadLine(ZRCString& line) {
     gaizior::Source source(*m_pContents, m_nPosition);
     unsigned int state = 0;
     if (const auto error = gaizior::Scan(source, nullptr, state)) {
@@ -457,5 +487,5 @@ ZRErrors::ZRErrorT ZRHistoryC::HistoryEnumeratorC::NextElement(ZRCString& line) 
 
 void ZRHistoryC::HistoryEnumeratorC::SetEnded() {
     m_pContents = nullptr;
-    m_bFailed = false;
+    m_nError = ZRErrors::e_File_EndOfFile;
 }

@@ -40,7 +40,7 @@ public:
     ZRHistoryC& operator=(const ZRHistoryC&) = delete;
     virtual ~ZRHistoryC();
 
-    /// @returns what reads the data lines that the file has now.
+    /// @returns what reads the data lines that the file has now; one without memory says so (2001).
     HistoryEnumeratorC GetEnumerator();
 
 protected:
@@ -57,10 +57,10 @@ protected:
     /// not be cut off, 60 s of waiting for other processes included, is logged and no failure of this.
     /// @param text what the line says. It is stored as it is: a line feed begins a line of its own. Null is empty.
     /// @returns 0; 1000 e_File_InvalidName before Create, 1001 e_File_OpenFailed, 2055 e_File_WriteFailed (then nothing
-    ///   of the line is in the file), 2001 without memory; what the lock returns.
+    ///   of the line is in the file), 2001 without memory (the same); what the lock returns.
     ZRErrors::ZRErrorT LogIt(const char* text);
 
-    /// @returns the file's path, empty before Create; the object's.
+    /// @returns the file's path, which stays; empty before Create, or when the lock fails. The object's.
     const char* GetFilePath();
 
 private:
@@ -101,7 +101,8 @@ public:
     /// Reads the next data line.
     /// @param line receives it, without its line end; emptied where there is none.
     /// @returns 0; 2007 e_File_EndOfFile behind the last line, or when the file could not be opened, which was logged;
-    ///   2056 e_File_ReadFailed when it could not be read, once.
+    ///   2056 e_File_ReadFailed when it could not be read, and 2001 when memory did not suffice for that, once; 2001
+    ///   without memory for the line, which can be read again.
     virtual ZRErrors::ZRErrorT NextElement(ZRCString& line);
 
 protected:
@@ -113,7 +114,9 @@ protected:
     virtual void SetEnded();
 
 private:
+    ZRErrors::ZRErrorT ReadLine(ZRCString& line);
+
     std::shared_ptr<std::string> m_pContents; ///< shared by copies, and not changed; null at the end
     std::size_t m_nPosition = 0;
-    bool m_bFailed = false; ///< the contents could not be read, which is still to be told
+    ZRErrors::ZRErrorT m_nError; ///< what is to be told at the end, the first time
 };

@@ -45,7 +45,16 @@ std::string DailyName(std::string_view root, const char* day) {
     return std::string(root.substr(0, stop)).append("_").append(day).append(ending);
 }
 
-/// Where lines go, and how far the file that they go to has come.
+/// How far the log of one name has come. Only who writes lines looks at it, under the mutex of lines.
+struct Progress {
+    std::string begunFile;             // has this run's header, and is still there; empty: none
+    std::string continued;             // the name before the day changed; told in the next header
+    bool wasDeleted = false;           // since there was a header; told in the next one
+    bool hadHeader = false;            // ever
+    std::array<SYSTEMTIME, 7> begun{}; // when the file of each day of the week got its last header
+};
+
+/// Where lines go.
 struct LogTarget {
     LogTarget(const char* name, bool deletesOld, bool hasDays)
         : root(name), autoDelete(deletesOld), daily(hasDays), day(LocalNow()) {
@@ -56,18 +65,18 @@ struct LogTarget {
     const std::string& Name() const {
         return names[day.wDayOfWeek];
     }
+    bool HasHeader() const {
+        return progress->begunFile == Name();
+    }
 
     const std::string root;
     const bool autoDelete;
     const bool daily;
     std::array<std::string, 7> names; // for each day of the week; they never change
 
-    // Changed by who writes lines alone, and under the lock, for others read them.
-    SYSTEMTIME day;                         // whose name the file has
-    bool hasHeader = false;                 // of this run
-    bool wasDeleted = false;                // since there was a header; told in the next one
-    std::array<SYSTEMTIME, 7> begun{};      // when each name got its last header; not deleted again on that day
-    const std::string* continued = nullptr; // the name before the day changed; told in the next header
+    /// Whose name the file has. Changed by who writes lines alone, and under the lock, for others read it.
+    SYSTEMTIME day;
+    std::shared_ptr<Progress> progress = std::make_shared<Progress>();
 };
 
 /// Guards which target there is. Nobody waits under it, for a file neither: it is taken by fork(). Never destroyed, as
@@ -75,6 +84,8 @@ struct LogTarget {
 struct LogState {
     Mutex lock;
     std::shared_ptr<LogTarget> target GAIZIOR_GUARDED_BY(lock);
+    bool autoDelete GAIZIOR_GUARDED_BY(lock) = false; // what the last name was set with, also when that was none
+    bool daily GAIZIOR_GUARDED_BY(lock) = false;
 };
 
 LogState& State() {
@@ -113,13 +124,13 @@ std::string CurrentName() {
     return state.target ? state.target->Name() : std::string();
 }
 
-/// Lets lines go to `target`; the file that has a header keeps it. @param target null: they go nowhere.
-void SetTarget(std::shared_ptr<LogTarget> target) {
-    LogState& state = State();
-    const MutexLock lock(state.lock);
-    if (target && state.target && target->Name() == state.target->Name()) {
-        target->hasHeader = state.target->hasHeader;
-        target->wasDeleted = state.target->wasDeleted;
+/// Lets lines go to `target`; the file that is written already goes on, for who is just writing to it too.
+/// @param target null: they go nowhere.
+void SetTarget(LogState& state, std::shared_ptr<LogTarget> target) GAIZIOR_REQUIRES(state.lock) {
+    const LogTarget* const old = state.target.get();
+    if (target && old && target->Name() == old->Name()) {
+        target->progress = old->progress;
+        target->day = old->daily ? old->day : target->day; // last week's file is still to be left
     }
     g_hasTarget = target != nullptr;
     state.target.swap(target);
@@ -184,14 +195,27 @@ bool IsOfAnotherDay(const FileStatus& status) {
 
 /// Deletes the file that another run, or last week, has left under the name.
 void DeleteLog(const LogTarget& target, const std::string& name) {
-    if (target.daily) {
-        if (!gaizior::RemoveFileIf(name.c_str(), &IsOfAnotherDay) && !IsMissing(::GetLastError())) {
-            Tell("ZRLogFileC::DeleteLog: ERROR: opening file");
-        }
-    } else if (!gaizior::RemoveFile(name.c_str()) && !IsMissing(::GetLastError())) {
-        Tell("ZRLogFileC::DeleteLog: ERROR: deleting file");
+    const bool isDone =
+        target.daily ? gaizior::RemoveFileIf(name.c_str(), &IsOfAnotherDay) : gaizior::RemoveFile(name.c_str());
+    if (!isDone && !IsMissing(::GetLastError())) {
+        const bool isOpening = target.daily && !gaizior::File::OpenToRead(name.c_str());
+        Tell("ZRLogFileC::DeleteLog: ERROR: ", isOpening ? "opening file" : "deleting file");
     }
 }
+
+constinit bool g_isAsking = false; // under the mutex of lines
+
+/// While it lives the header's extra line is asked for: a line of who is asked must not begin the file again.
+struct Asking {
+    Asking() {
+        g_isAsking = true;
+    }
+    Asking(const Asking&) = delete;
+    Asking& operator=(const Asking&) = delete;
+    ~Asking() {
+        g_isAsking = false;
+    }
+};
 
 } // namespace
 
@@ -202,35 +226,32 @@ class LogLine {
 public:
     LogLine(LogTarget& target, unsigned level, const char* text)
         : m_target(target), m_nLevel(level), m_text(text), m_file(File::OpenExistingToAppend(target.Name().c_str())) {
-        if (!m_file && IsMissing(::GetLastError()) && target.hasHeader) {
-            Change([](LogTarget& it) {
-                it.wasDeleted = true;
-                it.hasHeader = false;
-            });
+        if (!m_file && IsMissing(::GetLastError()) && target.HasHeader()) {
+            m_progress.wasDeleted = true;
+            m_progress.begunFile.clear();
         }
     }
 
     void Write() {
-        if (!m_target.hasHeader || HasDayChanged()) {
+        if (!m_target.HasHeader() || HasDayChanged()) {
             BeginFile();
         }
         if (!m_file) {
             TellFile(kFailedToOpen, m_target.Name());
             return;
         }
-        const bool beginsFile = !m_target.hasHeader;
+        const bool beginsFile = !m_target.HasHeader();
         if (beginsFile) {
             AddHeader();
         }
         m_bytes.reserve(m_bytes.size() + kTagSize + m_text.size());
         AddTagged({m_text});
         if (Send(m_text.data()) && beginsFile) {
-            Change([this](LogTarget& it) {
-                it.hasHeader = true;
-                it.begun[m_now.wDayOfWeek] = m_now;
-                it.wasDeleted = false;
-                it.continued = nullptr;
-            });
+            m_progress.hadHeader = true;
+            m_progress.begun[m_now.wDayOfWeek] = m_now;
+            m_progress.continued.clear();
+            m_progress.wasDeleted = false;
+            m_progress.begunFile = m_target.Name();
         }
     }
 
@@ -239,11 +260,16 @@ private:
         return m_target.daily && !IsSameDay(m_target.day, m_now);
     }
 
+    /// Whether the file of today was begun by this run, and stays.
+    bool IsOurs() const {
+        return m_target.daily ? IsSameDay(m_progress.begun[m_now.wDayOfWeek], m_now) : m_progress.hadHeader;
+    }
+
     /// Opens the file that the line is to be the first of.
     void BeginFile() {
         const std::string& name = HasDayChanged() ? m_target.names[m_now.wDayOfWeek] : m_target.Name();
         m_file = File(); // while anybody has it open its name may stay
-        if (m_target.autoDelete && !IsSameDay(m_target.begun[m_now.wDayOfWeek], m_now)) {
+        if (m_target.autoDelete && !IsOurs()) {
             DeleteLog(m_target, name); // a week off it is the old one: the next line would make it look young
         }
         if (HasDayChanged()) {
@@ -254,7 +280,7 @@ private:
 
     /// Has the day's last line say where the log goes on, unless that has just been deleted.
     void LeaveDay(const std::string& newName) {
-        if (m_target.hasHeader) {
+        if (m_target.HasHeader()) {
             m_file = File::OpenExistingToAppend(m_target.Name().c_str());
             if (m_file) {
                 const std::string line = "Log file day has changed: switching to: " + newName + '\n';
@@ -264,12 +290,11 @@ private:
             } else if (!IsMissing(::GetLastError())) {
                 TellFile(kFailedToOpen, m_target.Name());
             }
+            m_progress.continued = m_target.Name();
+            m_progress.begunFile.clear();
         }
-        Change([this](LogTarget& it) {
-            it.continued = it.hasHeader ? &it.Name() : it.continued;
-            it.hasHeader = false;
-            it.day = m_now;
-        });
+        const MutexLock lock(State().lock);
+        m_target.day = m_now;
     }
 
     void AddHeader() {
@@ -279,11 +304,11 @@ private:
         AddTagged({"** ", m_target.Name(), " Created on:", date, "\n"});
         AddTagged({"** ", ExtraHeaderInfo(), "\n"});
         AddTagged({kRule});
-        if (m_target.wasDeleted) {
+        if (m_progress.wasDeleted) {
             AddTagged({"Previous log file was deleted during this session\n"});
         }
-        if (m_target.continued) {
-            AddTagged({"Log output continuing from: ", *m_target.continued, "\n"});
+        if (!m_progress.continued.empty()) {
+            AddTagged({"Log output continuing from: ", m_progress.continued, "\n"});
         }
         m_bytes += "TagFields:\nTimeStamp Level Thread ThreadPriority Message\n";
     }
@@ -293,6 +318,7 @@ private:
         if (!source) {
             return "No extra header info function defined.";
         }
+        const Asking asking;
         const char* const text = source->GetExtraHeaderInfo();
         return text ? text : "No extra header info available.";
     }
@@ -322,13 +348,8 @@ private:
         return succeeded;
     }
 
-    template <class Body>
-    void Change(Body&& body) {
-        const MutexLock lock(State().lock);
-        body(m_target);
-    }
-
     LogTarget& m_target;
+    Progress& m_progress = *m_target.progress; // kept by the target, whatever the next one shares
     const unsigned m_nLevel;
     const std::string_view m_text; // ends with a NUL
     const SYSTEMTIME m_now = LocalNow();
@@ -342,7 +363,9 @@ namespace {
 
 /// Under the mutex.
 void WriteLine(unsigned level, const char* text) {
-    if (const auto target = Target()) {
+    if (g_isAsking) {
+        gaizior::PrintToStandardError(text);
+    } else if (const auto target = Target()) {
         try {
             gaizior::LogLine(*target, level, text).Write();
         } catch (...) { // no memory, or the host's header threw
@@ -386,18 +409,33 @@ ZRLogFileC::~ZRLogFileC() {
     const LogMutexUser user;
     ZRLogFileC* self = this;
     g_headerSource.compare_exchange_strong(self, nullptr);
-    SetTarget(nullptr);
+    LogState& state = State();
+    const MutexLock lock(state.lock);
+    SetTarget(state, nullptr);
 }
 
 void ZRLogFileC::SetName(const char* const name, bool autoDelete, bool daily) {
     MakeMutex();
-    SetTarget(name ? std::make_shared<LogTarget>(name, autoDelete, daily) : nullptr);
+    auto target = name ? std::make_shared<LogTarget>(name, autoDelete, daily) : nullptr;
+    LogState& state = State();
+    const MutexLock lock(state.lock);
+    state.autoDelete = autoDelete;
+    state.daily = daily;
+    SetTarget(state, std::move(target));
 }
 
 void ZRLogFileC::SetLogName(char* name) {
-    const auto before = Target();
+    LogState& state = State();
+    bool autoDelete = false, daily = false;
+    std::shared_ptr<LogTarget> before;
+    {
+        const MutexLock lock(state.lock);
+        autoDelete = state.autoDelete;
+        daily = state.daily;
+        before = state.target;
+    }
     if (name || before) {
-        SetName(name ? name : before->root.c_str(), before && before->autoDelete, before && before->daily);
+        SetName(name ? name : before->root.c_str(), autoDelete, daily);
     }
 }
 

@@ -26,6 +26,8 @@ void CutOff(const FileHandle& file, std::size_t written);
 bool Flush(const FileHandle& file);
 
 bool Query(const FileHandle& file, FileStatus& status);
+/// Whether it is neither a pipe nor a device.
+bool IsRegular(const FileHandle& file);
 bool Query(const std::string& path, FileStatus& status);
 bool Remove(const std::string& path);
 bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status));

@@ -141,6 +141,10 @@ bool CopyWholeFile(const char* source, const char* destination, bool failIfExist
         ::SetLastError(ERROR_FILE_EXISTS);
         return false;
     }
+    if (file && !file_system::IsRegular(file.Handle())) {
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return false;
+    }
     FileReplacement copy;
     return file && copy.Open(destination, FileAccess::Private) && copy.Copy(file) && copy.Commit(!failIfExists);
 }

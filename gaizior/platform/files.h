@@ -81,13 +81,13 @@ bool ReadWholeFile(const char* path, std::string& contents, std::size_t limit);
 /// (5); on Linux its folder decides.
 bool RemoveFile(const char* path);
 
-/// Removes a file if `isUnwanted` says so of it. It is the file that was looked at that goes: none that another caller
-/// has made under its name meanwhile. Of those that call this for a file at a time one goes on, the others wait for it,
-/// a second at most (1460).
+/// Removes a file, the one that a link leads to, if `isUnwanted` says so of it. It is the file that was looked at that
+/// goes: none that another caller has made under its name meanwhile. Of those that call this for a file at a time one
+/// goes on, the others wait for it, a second at most (1460).
 bool RemoveFileIf(const char* path, bool (*isUnwanted)(const FileStatus& status));
 
 /// Copies contents, permissions and last-write time by a FileReplacement: the destination is the old file or a whole
-/// copy. One that exists keeps its own permissions. A file is not copied onto itself (32).
+/// copy. One that exists keeps its own permissions. A file is not copied onto itself (32), and no pipe or device (5).
 /// @param failIfExists leaves a destination that exists alone (80).
 bool CopyWholeFile(const char* source, const char* destination, bool failIfExists);
 

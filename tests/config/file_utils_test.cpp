@@ -2,7 +2,6 @@
 
 #include "tests/config/config_files.h"
 
-#include <cstring>
 #include <functional>
 
 namespace gaizior::test {
@@ -30,10 +29,8 @@ TEST(Path, IsSplitAndJoined) {
 
 TEST_F(FileUtils, SayWhatTheyCouldNotDo) {
     FILETIME time{};
-    FileStatus status{};
     const auto remove0 = [](const char* path) { return ZRFileUtilsC::DeleteFile(path, 0); };
     const auto remove1 = [](const char* path) { return ZRFileUtilsC::DeleteFile(path, 1); };
-    const auto copy0 = [this](const char* path) { return ZRFileUtilsC::CopyFile(m_path.c_str(), path, 0); };
     const auto copy1 = [this](const char* path) { return ZRFileUtilsC::CopyFile(m_path.c_str(), path, 1); };
     const auto timeOf = [&](const char* path) { return ZRFileUtilsC::GetLastWriteTime(path, time); };
     const auto exists = [](const char* path) { return ZRFileUtilsC::FileExists(path); };
@@ -47,7 +44,6 @@ TEST_F(FileUtils, SayWhatTheyCouldNotDo) {
         {exists, "lost", 0, ""},          {remove0, "lost", 1, ""},
         {remove1, "lost", 0, rm},         {remove0, ".", 0, rm},
         {copy1, "copy", 1, ""},           {copy1, "copy", 0, cp},
-        {copy0, "file", 0, cp},           {copy0, "copy", 1, ""},
         {timeOf, "lost", 1014, ""},       {timeOf, "file", 0, ""},
         {timeOf, ".", 0x20000005, at},    {hide, "lost", 0x20000002, get},
         {make, "a\\b/c", 0, ""},          {make, "a\\b", 0, ""},
@@ -60,35 +56,23 @@ TEST_F(FileUtils, SayWhatTheyCouldNotDo) {
         const std::string logged = m_log.Take();
         EXPECT_TRUE(line.empty() ? logged.empty() : logged.starts_with("0 ERROR: ZRFileUtilsC::" + line)) << logged;
     }
-    EXPECT_EQ(Contents(), "text") << "although it was copied onto itself";
-    EXPECT_TRUE(QueryFile(Path("copy").c_str(), status) && std::memcmp(&status.lastWrite, &time, sizeof time) == 0);
     EXPECT_EQ(ZRFileUtilsC::GetLastWriteTime(nullptr, time), ZRErrors::e_Arguments_Bad);
     EXPECT_EQ(make(Path("file\\below\\it").c_str()), 0x60000002u);
-    RemoveFile(m_path.c_str());
-    EXPECT_EQ(copy0(Path("copy").c_str()), 0);
-    EXPECT_EQ(ZRFileUtilsC::CopyFile(Path("copy").c_str(), m_path.c_str(), 1), 1) << "it was left alone";
-}
-
-TEST_F(FileUtils, TellReadingAttributesFromWritingThem) {
-    for (const std::string what : {"hidden", "visible"}) {
-        Put("text");
-        const auto hide = [&] { return ZRFileUtilsC::HideFile(m_path.c_str(), what == "hidden"); };
+    for (const int hidden : {1, 0}) {
+        const auto hideOrShow = [&] { return ZRFileUtilsC::HideFile(m_path.c_str(), hidden); };
         DWORD attributes = 0;
-        EXPECT_TRUE(hide() == 0 && ReadAttributes(m_path.c_str(), attributes));
-        EXPECT_EQ((attributes & kHiddenAttribute) != 0, what == "hidden");
+        EXPECT_TRUE(hideOrShow() == 0 && ReadAttributes(m_path.c_str(), attributes));
+        EXPECT_EQ((attributes & kHiddenAttribute) != 0, hidden != 0);
+        m_log.Take();
         seams::FailFileCall(2, ERROR_NOT_SUPPORTED);
-        EXPECT_EQ(hide(), 0x20000000u + ERROR_NOT_SUPPORTED);
-        const std::string line = "unable to make " + what + " file: " + m_path + ", reason: ";
-        EXPECT_TRUE(m_log.Take().starts_with("0 ERROR: ZRFileUtilsC::HideFile(): " + line));
+        EXPECT_EQ(hideOrShow(), 0x20000000u + ERROR_NOT_SUPPORTED);
+        const std::string line = std::string(hidden ? "hidden" : "visible") + " file: " + m_path + ", reason: ";
+        EXPECT_TRUE(m_log.Take().starts_with("0 ERROR: ZRFileUtilsC::HideFile(): unable to make " + line));
     }
-}
-
-TEST_F(FileUtils, KnowTheCurrentDirectory) {
     ZRCString directory = "as it was";
     seams::FailFileCall(1, ERROR_FILE_NOT_FOUND);
     EXPECT_TRUE(ZRGetCurrentDirectory(directory) == 0x20000002 && directory == "as it was");
-    EXPECT_EQ(ZRGetCurrentDirectory(directory), 0);
-    EXPECT_EQ(std::filesystem::path(static_cast<const char*>(directory)), std::filesystem::current_path());
+    EXPECT_TRUE(ZRGetCurrentDirectory(directory) == 0 && directory != "as it was");
 }
 
 } // namespace

@@ -221,7 +221,10 @@ TEST_F(FilesTest, KeepOwnerModeAndLinks) {
         EXPECT_EQ(status.st_mode & 07777, mode);
         EXPECT_TRUE(::geteuid() != 0 || (status.st_uid == 12 && status.st_gid == 34));
     }
+    EXPECT_FALSE(CopyWholeFile("/dev/null", m_file.c_str(), false));
     EXPECT_EQ(Contents("file"), "new");
+    EXPECT_TRUE(RemoveFileIf(Path("link").c_str(), [](const FileStatus&) { return true; }));
+    EXPECT_TRUE(fs::is_symlink(link) && !fs::exists(file) && SaveFile(m_file.c_str(), "new"));
     FileReplacement replacement;
     EXPECT_TRUE(replacement.Open(m_file.c_str()) && replacement.Write("secret"));
     for (const fs::path& path : fs::directory_iterator(m_folder.Path())) {

@@ -165,6 +165,10 @@ bool Query(const FileHandle& file, FileStatus& status) {
     return true;
 }
 
+bool IsRegular(const FileHandle& file) {
+    return ::GetFileType(file.Get()) == FILE_TYPE_DISK;
+}
+
 bool Query(const std::string& path, FileStatus& status) {
     FileHandle file = Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
     if (!file) { // perhaps a link that leads nowhere

@@ -118,6 +118,11 @@ bool Query(const FileHandle& file, FileStatus& result) {
     return true;
 }
 
+bool IsRegular(const FileHandle& file) {
+    struct stat status {};
+    return ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool Query(const std::string& path, FileStatus& result) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 && ::lstat(path.c_str(), &status) != 0) {
@@ -132,15 +137,20 @@ bool Remove(const std::string& path) {
 }
 
 bool RemoveIf(const std::string& path, bool (*isUnwanted)(const FileStatus& status)) {
-    const FileHandle file = OpenToRead(path);
+    std::array<char, PATH_MAX> resolved;
+    if (!::realpath(path.c_str(), resolved.data())) {
+        return FailPath(path);
+    }
+    const std::string target = resolved.data();
+    const FileHandle file = OpenToRead(target);
     // Nothing else than this takes a file's own lock.
     if (!file || !platform::LockFile(file, kLockTimeout)) {
         return false;
     }
     FileStatus locked{}, named{};
     const bool isKnown = Query(file, locked);
-    const bool isStillThere = Query(path, named) && named.device == locked.device && named.id == locked.id;
-    const bool succeeded = isKnown && (!isStillThere || !isUnwanted(locked) || Remove(path));
+    const bool isStillThere = Query(target, named) && named.device == locked.device && named.id == locked.id;
+    const bool succeeded = isKnown && (!isStillThere || !isUnwanted(locked) || Remove(target));
     Unlock(file);
     return succeeded;
 }

@@ -55,11 +55,6 @@ bool Resolve(const std::string& path, Target& target) {
     return target.folder || Fail(errno == ENOENT ? ERROR_PATH_NOT_FOUND : platform::ErrorOfErrno(errno));
 }
 
-bool IsRegular(const FileHandle& file) {
-    struct stat status {};
-    return ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
 } // namespace
 
 bool FindTarget(const std::string& path, Target& target) {
