@@ -1,8 +1,8 @@
 #include "gaizior/config/history.h"
 
 #include "gaizior/config/file_utils.h"
-#include "gaizior/errors/memory_guard.h"
 #include "gaizior/errors/failure.h"
+#include "gaizior/errors/memory_guard.h"
 #include "gaizior/platform/crash_point.h"
 #include "gaizior/platform/file_lock.h"
 #include "gaizior/platform/file_replacement.h"

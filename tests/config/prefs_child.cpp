@@ -3,10 +3,7 @@
 
 #include "gaizior/config/prefs.h"
 
-int main(int argc, char** argv) {
-    if (argc != 3) {
-        return 2;
-    }
+int main(int, char** argv) {
     CZRPrefs prefs(argv[1], "screening", "1");
     for (unsigned long i = 1; i <= 25; ++i) {
         if (prefs.SaveUsrParam(argv[2], i, 0) || prefs.LoadUsrParam(argv[2], 0ul, 0) != i) {

@@ -24,6 +24,10 @@
 #include <sstream>
 #include <thread>
 
+#ifndef _WIN32
+#include <sys/mount.h>
+#endif
+
 namespace gaizior::test {
 namespace {
 
@@ -64,10 +68,10 @@ struct LogFileTest : testing::Test, ZRLogFileC {
         SetName(nullptr, false, false);
         SetName((m_root + name).c_str(), autoDelete, daily);
     }
-    /// Lets so many seconds pass, or takes them back.
-    void Pass(std::uint64_t seconds) {
+    /// Lets so many seconds pass, or takes them back; summer time changes the zone by minutes.
+    void Pass(std::uint64_t seconds, int zone = 0) {
         const SYSTEMTIME now = ToSystemTime(m_now += seconds);
-        seams::SetLocalTime(&now);
+        seams::SetLocalTime(&now, m_zone += zone);
     }
     /// Does what each character stands for; a digit is a line, whose file is as old then as the turned clock has it.
     void Run(const char* script) {
@@ -119,6 +123,7 @@ struct LogFileTest : testing::Test, ZRLogFileC {
     const std::string m_root = m_folder.Path().string() + '/', m_file = m_root + "i_Mon.a", m_aside = m_root + "j",
                       m_away = m_folder.Path().string() + "-away";
     std::uint64_t m_now = kMonday;
+    int m_zone = 0;
     std::function<const char*()> m_inHeader = [] { return nullptr; };
     const std::map<char, std::function<void()>> m_actions = {
         {'n', [this] { Begin("i.a", false, true); }},
@@ -131,6 +136,8 @@ struct LogFileTest : testing::Test, ZRLogFileC {
         {'<', [this] { Pass(0 - 12 * kHour); }},
         {'w', [this] { Pass(7 * kDay); }},
         {'m', [this] { Pass(31 * kDay); }},
+        {'s', [this] { Pass(kHour, 60); }},
+        {'t', [this] { Pass(0 - kHour, -60); }},
         {'r', [this] { fs::rename(m_file, m_aside); }},
         {'x', [this] { fs::rename(m_folder.Path(), m_away); }},
         {'y', [this] { fs::rename(m_away, m_folder.Path()); }}};
@@ -144,6 +151,8 @@ TEST_F(LogFileTest, FollowsTheDayAndWhateverIsDoneToItsFile) {
         {"N1m2", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;to i_Thu.a;}i_Thu.a{<i_Thu.a 05\02\2004>from i_Mon.a;|2;})"},
         {"N>1<2>3", R"(i_Mon.a{<i_Mon.a 05\01\2004>from i_Tue.a;|2;to i_Tue.a;})"
                     R"(i_Tue.a{<i_Tue.a 06\01\2004>|1;to i_Mon.a;<i_Tue.a 06\01\2004>from i_Mon.a;|3;})"},
+        {"N1s2t3", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;2;3;})"},
+        {"N1ws2", R"(i_Mon.a{<i_Mon.a 12\01\2004>from i_Mon.a;|2;})"},
         {"N1N2", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;<i_Mon.a 05\01\2004>|2;})"},
         {"N1wN2", R"(i_Mon.a{<i_Mon.a 12\01\2004>|2;})"},
         {"N1N>2", R"(i_Mon.a{<i_Mon.a 05\01\2004>|1;}i_Tue.a{<i_Tue.a 06\01\2004>|2;})"},
@@ -154,7 +163,7 @@ TEST_F(LogFileTest, FollowsTheDayAndWhateverIsDoneToItsFile) {
     for (const auto& [script, expected] : cases) {
         Run(script);
         EXPECT_EQ(Outcome(), expected) << script;
-        Pass(kMonday - m_now);
+        Pass(kMonday - m_now, -m_zone);
     }
 }
 
@@ -287,6 +296,20 @@ TEST(LogFileDeathTest, TakesLinesOfStaticDestructors) {
 }
 
 #ifndef _WIN32
+
+TEST_F(LogFileTest, CutsOffWhatAFullDiskTookOfALine) {
+    if (::mount("tmpfs", m_folder.Path().c_str(), "tmpfs", 0, "size=8k") != 0) {
+        GTEST_SKIP() << "takes the right to mount";
+    }
+    Begin("i", false, false);
+    std::ofstream(m_aside) << "one page";
+    Log("1");
+    Log(std::string(5000, 'x'));
+    fs::remove(m_aside);
+    Log("3");
+    EXPECT_EQ(Outcome(), R"(i{<i 05\01\2004>|1;3;}!write to:i;)");
+    EXPECT_EQ(::umount(m_folder.Path().c_str()), 0);
+}
 
 TEST_F(LogFileTest, ShowsBoxesWhileOthersLog) {
     static std::string s_shown;
