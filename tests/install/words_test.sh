@@ -54,7 +54,7 @@ for shell in "${shells[@]}"; do
     while IFS='|' read -r line words; do
         equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
     done <<'END'
-bench |channel convert error guid image imager plate plates
+bench |cfg channel convert error guid history image imager ini log plate plates prefs
 bench ch|channel
 bench imager |threads
 bench guid |check new
