@@ -144,10 +144,13 @@ Outcome SetTokenCommand(const SetTokenOptions& options) {
     const std::size_t length = LengthOf(line, scratch);
     const bool isDone = length > 0 && scratch.Write(WithRoom(std::move(before), options.token, length)) &&
                         Write(line, scratch) == ZRErrors::e_General_NoError && scratch.Save();
-    return isDone ? Outcome()
-                  : Fail(kFunction, kFileNotWritten, Exit::kFailed,
-                         options.file + ": '" + options.token +
-                             "' cannot be written: check the folder, which takes a file beside this one");
+    if (!isDone) {
+        return Fail(kFunction, kFileNotWritten, Exit::kFailed,
+                    options.file + ": '" + options.token +
+                        "' cannot be written: check the folder, which takes a file beside this one");
+    }
+    const auto count = static_cast<unsigned>(values->size());
+    return options.json ? GetTokenCommand({options.file, options.token, count, 1, options.json}) : Outcome();
 }
 
 } // namespace apps

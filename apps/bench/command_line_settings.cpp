@@ -123,6 +123,7 @@ void AddIni(CommandLine& line) {
     AddWord(set, "SECTION", told.section, kSection);
     AddWord(set, "KEY", told.key, "The key's name");
     AddWord(set, "VALUE", told.value, "What it is to be");
+    AddJson(set, told.json);
 
     const auto [list, listed] = line.Add<ListIniOptions>(ini, {"list", "All of it", kListIniExamples}, ListIniCommand);
     AddFile(list, listed.file, "The file to read");
@@ -133,11 +134,13 @@ void AddIni(CommandLine& line) {
         ini, {"encode", "Make an encoded file of a plain one", kEncodeIniExamples}, EncodeIniCommand);
     AddFile(encode, plain.file, "The plain file");
     AddWord(encode, "TO", plain.to, "The encoded file");
+    AddJson(encode, plain.json);
 
     const auto [decode, encoded] = line.Add<DecodeIniOptions>(
         ini, {"decode", "Show the text of an encoded file", kDecodeIniExamples}, DecodeIniCommand);
     AddFile(decode, encoded.file, "The encoded file");
     decode.add_option("TO", encoded.to, "Where to write it (default: standard output)")->type_name("");
+    AddJson(decode, encoded.json);
 }
 
 void AddCfg(CommandLine& line) {
@@ -161,6 +164,7 @@ void AddCfg(CommandLine& line) {
     AddFile(set, told.file, "The file to change");
     AddWord(set, "TOKEN", told.token, "The label");
     set.add_option("VALUES", told.values, "The numbers")->required()->type_name("");
+    AddJson(set, told.json);
 }
 
 void AddKey(CLI::App& command, PrefsKey& key, const char* machine) {
@@ -188,6 +192,7 @@ void AddPrefs(CommandLine& line) {
         ->check(CLI::IsMember({"number", "text"}))
         ->type_name("TYPE");
     AddKey(set, told, "At the machine's level");
+    AddJson(set, told.json);
 }
 
 } // namespace

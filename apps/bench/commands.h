@@ -83,10 +83,7 @@ struct GetIniOptions {
     bool json = false;
 };
 Outcome GetIniCommand(const GetIniOptions& options);
-struct SetIniOptions {
-    std::string file;
-    std::string section;
-    std::string key;
+struct SetIniOptions : GetIniOptions {
     std::string value;
 };
 Outcome SetIniCommand(const SetIniOptions& options);
@@ -99,11 +96,13 @@ Outcome ListIniCommand(const ListIniOptions& options);
 struct EncodeIniOptions {
     std::string file;
     std::string to;
+    bool json = false;
 };
 Outcome EncodeIniCommand(const EncodeIniOptions& options);
 struct DecodeIniOptions {
     std::string file;
     std::string to; ///< empty: standard output
+    bool json = false;
 };
 Outcome DecodeIniCommand(const DecodeIniOptions& options);
 
@@ -120,6 +119,7 @@ struct SetTokenOptions {
     std::string file;
     std::string token;
     std::vector<std::string> values;
+    bool json = false;
 };
 Outcome SetTokenCommand(const SetTokenOptions& options);
 
@@ -138,8 +138,7 @@ struct GetPrefOptions : ListPrefsOptions {
     std::string name;
 };
 Outcome GetPrefCommand(const GetPrefOptions& options);
-struct SetPrefOptions : PrefsKey {
-    std::string name;
+struct SetPrefOptions : GetPrefOptions {
     std::string value;
     std::string type; ///< "number" or "text"; empty: that of the present value, or what the value looks like
 };

@@ -235,7 +235,10 @@ Outcome SetIniCommand(const SetIniOptions& options) {
     }
     IniFile ini;
     Outcome failure = ini.Open(options.file, true);
-    return failure ? failure : ini.Write(options);
+    if (!failure) {
+        failure = ini.Write(options);
+    }
+    return failure || !options.json ? failure : GetIniCommand(options);
 }
 
 Outcome ListIniCommand(const ListIniOptions& options) {
@@ -277,9 +280,13 @@ Outcome EncodeIniCommand(const EncodeIniOptions& options) {
     }
     std::stringstream text(contents);
     const auto code = Key::Encode(options.to.c_str(), text, Key::PUBLIC_KEY);
-    return code == ZRErrors::e_General_NoError
-               ? Outcome()
-               : Fail(kFunction, code, Exit::kFailed, options.to + ": it cannot be written: " + ErrorText(code));
+    if (code != ZRErrors::e_General_NoError) {
+        return Fail(kFunction, code, Exit::kFailed, options.to + ": it cannot be written: " + ErrorText(code));
+    }
+    if (options.json) {
+        std::printf("%s\n", JsonObject().Text("file", options.file).Text("to", options.to).Json().c_str());
+    }
+    return std::nullopt;
 }
 
 Outcome DecodeIniCommand(const DecodeIniOptions& options) {
@@ -289,15 +296,21 @@ Outcome DecodeIniCommand(const DecodeIniOptions& options) {
     if (code != ZRErrors::e_General_NoError) {
         return DecodeFailure(kFunction, options.file, code);
     }
-    if (options.to.empty()) {
-        const std::string contents = text.str();
-        std::fwrite(contents.data(), 1, contents.size(), stdout);
-        return std::nullopt;
+    if (!options.to.empty()) {
+        const ScratchFile scratch(options.to);
+        if (!scratch.Write(text.str()) || !scratch.Save()) {
+            return Fail(kFunction, kFileNotWritten, Exit::kFailed, options.to + ": the file cannot be written");
+        }
     }
-    const ScratchFile scratch(options.to);
-    return scratch.Write(text.str()) && scratch.Save()
-               ? Outcome()
-               : Fail(kFunction, kFileNotWritten, Exit::kFailed, options.to + ": the file cannot be written");
+    const std::string contents = options.to.empty() ? text.str() : std::string();
+    if (options.json) {
+        JsonObject object;
+        object.Text("file", options.file).TextOrNull("to", options.to).TextOrNull("text", contents);
+        std::printf("%s\n", object.Json().c_str());
+    } else {
+        std::fwrite(contents.data(), 1, contents.size(), stdout);
+    }
+    return std::nullopt;
 }
 
 } // namespace apps

@@ -243,10 +243,12 @@ Outcome SetPrefCommand(const SetPrefOptions& options) {
                                : prefs.SaveUsrParam(options.name.c_str(), value, 0);
     };
     const auto code = isNumber ? save(*number) : save(options.value.c_str());
-    return code == ZRErrors::e_General_NoError ? Outcome()
-                                               : Fail(kFunction, code, Exit::kFailed,
-                                                      options.name + " cannot be saved at the " +
-                                                          LevelName(options.machine) + "'s level: " + ErrorText(code));
+    if (code != ZRErrors::e_General_NoError) {
+        return Fail(kFunction, code, Exit::kFailed,
+                    options.name + " cannot be saved at the " + LevelName(options.machine) +
+                        "'s level: " + ErrorText(code));
+    }
+    return options.json ? GetPrefCommand(options) : Outcome();
 }
 
 } // namespace apps

@@ -55,6 +55,10 @@ TEST_F(RecordsTest, WhatIsSetIsGotBackAndNothingElseChanges) {
          {"prefs", "get", "owner", "--key", kKey, "--json"},
          R"({"name":"Owner","value":"2","from":"user"})"},
         {{"prefs", "set", "owner", "Press 7", "--key", kKey}, {"prefs", "get", "Owner", "--key", kKey}, "Press 7\n"},
+        {{"ini", "list", ini},
+         {"ini", "set", ini, "a", "b", "1", "--json"},
+         R"("key":"b","value":"1","encoded":true})"},
+        {{"ini", "decode", ini}, {"cfg", "set", cfg, "x", "1", "2", "--json"}, R"("token":"x","values":[1,2]})"},
     };
     for (const auto& [set, get, answer] : rounds) {
         const Ended setting(set);

@@ -25,7 +25,8 @@ bool HasProcessEnded(DWORD processId, DWORD stamp) {
         return ::GetLastError() == ERROR_INVALID_PARAMETER;
     }
     DWORD code = STILL_ACTIVE; // a process that has ended is there for as long as somebody keeps its handle
-    return (stamp != kUnknownStamp && StampOf(process.Get()) != stamp) || (::GetExitCodeProcess(process.Get(), &code) && code != STILL_ACTIVE);
+    return (stamp != kUnknownStamp && StampOf(process.Get()) != stamp) ||
+           (::GetExitCodeProcess(process.Get(), &code) && code != STILL_ACTIVE);
 }
 
 } // namespace gaizior

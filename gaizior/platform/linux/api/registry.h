@@ -58,9 +58,9 @@ inline constexpr DWORD REG_QWORD = 11;
 /// @}
 
 /// Opens a key that exists; an empty path opens `key` once more. `options` is ignored.
-/// @returns 0; 2 where there is none, 6 for a `key` that is not open, 87 for a name that is too long or no `result`, 161 for a path
-///   that begins with a backslash, 206 for one that is too long for the file system, 3 where the user's home is not
-///   known, or what looking at files can give. `result` is null then.
+/// @returns 0; 2 where there is none, 6 for a `key` that is not open, 87 for a name that is too long or no `result`,
+///   161 for a path that begins with a backslash, 206 for one that is too long for the file system, 3 where the user's
+///   home is not known, or what looking at files can give. `result` is null then.
 GAIZIOR_API LSTATUS RegOpenKeyExA(HKEY key, const char* path, DWORD options, REGSAM access, HKEY* result);
 
 /// Opens a key, or makes it and those above it.
