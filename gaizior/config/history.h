@@ -94,8 +94,11 @@ private:
 /// goes on by itself from where the original stands. One thread at a time uses an object.
 class GAIZIOR_API ZRHistoryC::HistoryEnumeratorC {
 public:
+    /// A copy stands where the other one does.
+    /// @{
     HistoryEnumeratorC(const HistoryEnumeratorC& other);
     HistoryEnumeratorC& operator=(const HistoryEnumeratorC& other);
+    /// @}
     virtual ~HistoryEnumeratorC();
 
     /// Reads the next data line.

@@ -52,6 +52,7 @@ public:
     /// @param section,key the names, in upper or lower case.
     /// @param defaultValue what is appended where there is no such key or no plain file, without its trailing blanks
     ///   and one pair of quotes; after a failure to decode as it is. Null is empty.
+    /// @param out what the value is appended to.
     /// @returns 0; 1000 e_File_InvalidName for an object without a path; 2001 e_Memory_AllocationFailed; 2011
     ///   e_Resource_AllocationFailed when no copy of an encoded file can be made or it is lost, or there is no memory
     ///   to begin with; 2056 e_File_ReadFailed when the file is there and cannot be read; what ZRGUIDEncryptC::Decode

@@ -24,8 +24,11 @@ class GAIZIOR_API ZRReadCfgC {
 public:
     /// Nothing is open.
     ZRReadCfgC();
+    /// A copy has what the other one has read and opened.
+    /// @{
     ZRReadCfgC(const ZRReadCfgC& other);
     ZRReadCfgC& operator=(const ZRReadCfgC& other);
+    /// @}
     /// Forgets the file without writing it back.
     virtual ~ZRReadCfgC();
 

@@ -19,6 +19,7 @@ public:
     /// Writes the text of an encoded file to a stream.
     /// @param path the file, of up to 64 MiB.
     /// @param stream receives the text, and nothing after a failure but the last one.
+    /// @param key what it was encoded with.
     /// @returns 0; 1014 e_File_NotFound where there is no such file; 2056 e_File_ReadFailed when it cannot be read;
     ///   2002 e_Object_BadMagic when it is not encoded, or in a way that this version does not know; 2123
     ///   e_Object_InvalidData when it is damaged, cut off or has bytes behind the text; 9400 e_Guid_Invalid when it was
@@ -28,6 +29,8 @@ public:
 
     /// Encodes what is left in a stream and saves it as a file, which is the old one or the new one, whole.
     /// @param path the file; one that is there keeps its permissions.
+    /// @param stream is read to its end.
+    /// @param key what it is to be decoded with.
     /// @returns 0; 2056 e_File_ReadFailed when the stream cannot be read, 2055 e_File_WriteFailed when the file cannot
     ///   be saved, also one of more than 64 MiB; 2001 e_Memory_AllocationFailed; what GuidC::CreateGUID says.
     static ZRErrors::ZRErrorT Encode(const char* path, std::iostream& stream, const GUID& key);

@@ -27,8 +27,8 @@ GAIZIOR_API DWORD GetPrivateProfileStringA(const char* section, const char* key,
 /// line ends as the file's first. The file is replaced as a whole or not at all, and processes that write it by this
 /// call take turns. Section, key and file are made where they are missing.
 /// @param section the name; null forgets what was read of the file, and fails.
-/// @param key null removes the section.
-/// @param value null removes the key.
+/// @param key,value null removes the section, or the key.
+/// @param path the file.
 /// @returns FALSE with the last error when the file cannot be read, locked within a minute (1460) or replaced; it is as
 ///   it was then. Any thread.
 GAIZIOR_API BOOL WritePrivateProfileStringA(const char* section, const char* key, const char* value, const char* path);

@@ -64,8 +64,8 @@ inline constexpr DWORD REG_QWORD = 11;
 GAIZIOR_API LSTATUS RegOpenKeyExA(HKEY key, const char* path, DWORD options, REGSAM access, HKEY* result);
 
 /// Opens a key, or makes it and those above it.
-/// @param reserved 0, else 87. @param keyClass, attributes ignored. @param options REG_OPTION_NON_VOLATILE, else 87.
-/// @param disposition null, or receives which of the two it was.
+/// `reserved` is 0 and `options` REG_OPTION_NON_VOLATILE, else 87; `keyClass` and `attributes` are ignored;
+/// `disposition` is null, or receives which of the two it was.
 /// @returns as RegOpenKeyExA, but never 2; 5 where the user may not make it.
 GAIZIOR_API LSTATUS RegCreateKeyExA(HKEY key, const char* path, DWORD reserved, char* keyClass, DWORD options,
                                     REGSAM access, const SECURITY_ATTRIBUTES* attributes, HKEY* result,
@@ -73,22 +73,22 @@ GAIZIOR_API LSTATUS RegCreateKeyExA(HKEY key, const char* path, DWORD reserved, 
 
 /// Writes a value, new or in place of an older one, which keeps its name's spelling. At every moment, and after any
 /// failure, the old value or the new one is there, whole.
-/// @param reserved ignored. @param size bytes of `data`, at most 1,048,576.
+/// `reserved` is ignored; `size` tells the bytes of `data`, at most 1,048,576.
 /// @returns 0; 87 for a name or data that are too long, 998 for null data with a size, 6 and 5 (see KEY_), 1018 for a
 ///   key that has been removed meanwhile, or what writing files can give (112 for a full disk).
 GAIZIOR_API LSTATUS RegSetValueExA(HKEY key, const char* name, DWORD reserved, DWORD type, const BYTE* data,
                                    DWORD size);
 
 /// Reads a value. A text that does not end with a NUL gets one where there is room for it.
-/// @param reserved null, else 87. @param type, data null, or receive them. @param size bytes that `data` takes, then
-///   those of the value; null only without `data` (87).
+/// `reserved` is null, else 87; `type` and `data` are null, or receive them; `size` tells the bytes that `data` takes,
+/// then those of the value, and is null only without `data` (87).
 /// @returns 0; 234 where the data do not fit: only type and size are told; 2 where there is no such value, 6 and 5 (see
 ///   KEY_), 1009 for a value that is damaged, 1018 for a key that has been removed meanwhile, or what reading files can
 ///   give.
 GAIZIOR_API LSTATUS RegQueryValueExA(HKEY key, const char* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
 
 /// Reads the value at a place in the order of names, which changes when others add or remove some.
-/// @param nameSize characters that `name` takes, then those of the name without its NUL.
+/// `nameSize` tells the characters that `name` takes, then those of the name without its NUL.
 /// @returns 0; 259 beyond the last; 234 where name or data do not fit; 87 for a null name or size of it; else as
 ///   RegQueryValueExA.
 GAIZIOR_API LSTATUS RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameSize, DWORD* reserved, DWORD* type,
