@@ -205,6 +205,7 @@ TEST_F(ProgramsTest, SendReceiveAndWatchMeetInTheChannel) {
     EXPECT_NE(watch.WaitForError("waiting for "), "");
     Program receive("bench", {"channel", "receive", "--id", "7", "--count", "2", "--json", "--timeout", "10"});
     WaitForChannel();
+    ASSERT_EQ(ZcOpenComms(40), ZRErrors::e_General_NoError); // it stays, however late the watcher looks
     const Ended send({"channel", "send", "--to", "7", "2;1;41;-5;state=empty;why;not"});
     const Ended sendMore({"channel", "send", "--to", "7", "hello"});
     EXPECT_EQ(receive.Wait(), 0) << receive.Errors();
