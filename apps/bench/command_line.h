@@ -65,7 +65,7 @@ void AddJobCommands(CommandLine& line);
 void AddValueCommands(CommandLine& line);
 void AddSettingsCommands(CommandLine& line);
 void AddChannelCommands(CommandLine& line);
-void AddRecordCommands(CommandLine& line); // what a machine remembers: logs
+void AddRecordCommands(CommandLine& line); // what a machine remembers: logs and histories
 
 // What several commands have.
 
