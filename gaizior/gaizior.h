@@ -35,6 +35,7 @@
 
 #include "gaizior/comms/channel.h"
 #include "gaizior/comms/channel_status.h"
+#include "gaizior/comms/channel_users.h"
 #include "gaizior/comms/comm_object.h"
 #include "gaizior/comms/message.h"
 #include "gaizior/comms/packet.h"

@@ -9,11 +9,11 @@
 /// number can replace each other.
 /// @{
 #define GAIZIOR_VERSION_MAJOR 2
-#define GAIZIOR_VERSION_MINOR 0
+#define GAIZIOR_VERSION_MINOR 1
 #define GAIZIOR_VERSION_PATCH 0
 /// @}
 
-/// The three numbers as a text, "2.0.0".
+/// The three numbers as a text, "2.1.0".
 #define GAIZIOR_VERSION GAIZIOR_VERSION_TEXT(GAIZIOR_VERSION_MAJOR, GAIZIOR_VERSION_MINOR, GAIZIOR_VERSION_PATCH)
 /// @cond
 #define GAIZIOR_VERSION_TEXT(major, minor, patch) GAIZIOR_VERSION_QUOTED(major, minor, patch)

@@ -1,6 +1,7 @@
 #include "gaizior/comms/channel.h"
 
 #include "gaizior/comms/channel_objects.h"
+#include "gaizior/comms/channel_users.h"
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/comms/wake_events.h"
 #include "gaizior/logging/debug_print.h"
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <vector>
 
 namespace gaizior {
@@ -27,6 +29,8 @@ constexpr int kFullPoolRetries = 21;
 constexpr int kDrainPolls = 19;
 constexpr const char* kReceive = "ZcReceiveMessage";
 constexpr const char* kReceiveAtOnce = "ZcReceiveMessageAtOnce";
+
+std::atomic<unsigned> g_purged{0}; ///< by the last open that succeeded
 
 /// A receive times out all the time: that is no failure to be told.
 ZRErrorT TellReceiver(const char* function, const ChannelFailure& failure) {
@@ -86,7 +90,6 @@ private:
     ChannelFailure OpenLocked(Texts& purged);
     ChannelFailure TryPost(const char* message, DWORD timeout, std::uint16_t destination, bool& posted);
     ChannelFailure TryTake(const char* function, char* buffer, std::size_t size, bool& taken);
-    bool TakeLocked(ChannelLock& lock, char* buffer, std::size_t size);
     void Drain() const;
     void Dump();
     ChannelFailure CopyBlock();
@@ -109,6 +112,7 @@ ZRErrorT Channel::Open() {
     }
     m_wakes.Open("ZcOpenComms");
     m_wakes.WakeOwn(); // what was posted since the purge found no event
+    g_purged = static_cast<unsigned>(purged.size());
     if (m_objects.section.Existed()) {
         ZRDBprintf(kStepLevel, kChannelMode, "Purging messages for destination ID %d%s", m_ownId, kLineEnd);
         for (const Texts::value_type& message : purged) {
@@ -126,6 +130,7 @@ ChannelFailure Channel::OpenLocked(Texts& purged) {
         return failure;
     }
     CrashPoint();
+    m_objects.ledger.Join("ZcOpenComms", m_ownId); // before the mutex, so that a wait for it is seen
     ChannelLock lock = m_objects.OpenAndLock("ZcOpenComms", kOpenTimeout);
     if (!lock) {
         return lock.Failure();
@@ -143,24 +148,13 @@ ChannelFailure Channel::OpenLocked(Texts& purged) {
         return {ZRErrors::e_Object_BadMagic, "the block carries a wrong magic number"};
     }
     purged.reserve(kZcSlotCount); // before the first is taken: without memory they all stay
-    for (Texts::value_type message; TakeLocked(lock, message.data(), message.size());) {
+    for (Texts::value_type message; m_objects.Take(lock, m_ownId, message.data(), message.size());) {
         purged.push_back(message);
     }
     if (!MessagePool(Block()).IsEmpty()) {
         ::SetEvent(m_objects.event.Get()); // a sender that died behind its post has not announced it
     }
     return {};
-}
-
-bool Channel::TakeLocked(ChannelLock& lock, char* buffer, std::size_t size) {
-    MessagePool pool(Block());
-    const bool taken = pool.Take(m_ownId, buffer, size);
-    lock.NoteRepair(pool.Report());
-    if (taken && pool.IsEmpty()) {
-        ::ResetEvent(m_objects.event.Get());
-        CrashPoint();
-    }
-    return taken;
 }
 
 ZRErrorT Channel::Send(const char* message, DWORD timeout, std::uint16_t destination) {
@@ -195,7 +189,11 @@ ChannelFailure Channel::TryPost(const char* message, DWORD timeout, std::uint16_
         return lock.Failure();
     }
     MessagePool pool(Block());
-    posted = pool.Post(message, destination);
+    const std::optional<std::uint16_t> slot = pool.Post(message, destination);
+    posted = slot.has_value();
+    if (slot) {
+        m_objects.ledger.NotePost(*slot, Block().slots[*slot]);
+    }
     lock.NoteRepair(pool.Report());
     return {};
 }
@@ -268,7 +266,7 @@ ChannelFailure Channel::TryTake(const char* function, char* buffer, std::size_t 
         if (!lock) {
             return lock.Failure();
         }
-        taken = TakeLocked(lock, buffer, size);
+        taken = m_objects.Take(lock, m_ownId, buffer, size);
         hasMore = taken && MessagePool(Block()).HasFor(m_ownId);
     }
     if (hasMore) {
@@ -420,6 +418,10 @@ void ZcCloseComms() {
     } else {
         ZRDBprintf(1, kChannelMode, "No Pool to dump messages from!!%s", kLineEnd);
     }
+}
+
+unsigned int ZcGetPurgedCount() {
+    return g_purged;
 }
 
 unsigned int ZcGetCommsOSError() {

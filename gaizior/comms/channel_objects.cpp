@@ -86,8 +86,23 @@ ChannelFailure ChannelMutex::Open() {
     return m_mutex ? ChannelFailure() : FailedWithLastError("opening the mutex", ZRErrors::e_Resource_AllocationFailed);
 }
 
-ChannelLock ChannelMutex::Lock(const char* function, DWORD timeout) const {
-    switch (WaitFor(m_mutex.Get(), timeout)) {
+/// Only who finds it taken is noted.
+DWORD ChannelMutex::Wait(DWORD timeout, const ChannelLedger* ledger) const {
+    DWORD woken = WaitFor(m_mutex.Get(), 0);
+    if (woken == WAIT_TIMEOUT && timeout != 0) {
+        if (ledger) {
+            ledger->NoteWait(timeout);
+        }
+        woken = WaitFor(m_mutex.Get(), timeout);
+    }
+    if (ledger && woken != WAIT_TIMEOUT) {
+        ledger->NoteNoWait();
+    }
+    return woken;
+}
+
+ChannelLock ChannelMutex::Lock(const char* function, DWORD timeout, const ChannelLedger* ledger) const {
+    switch (Wait(timeout, ledger)) {
     case WAIT_OBJECT_0:
         return {function, m_mutex.Get(), false};
     case WAIT_ABANDONED:
@@ -189,10 +204,22 @@ ChannelFailure ChannelObjects::CreateMissing() {
     return failure;
 }
 
-ChannelLock ChannelObjects::Lock(const char* function, DWORD timeout) const {
-    ChannelLock lock = mutex.Lock(function, timeout);
+ChannelLock ChannelObjects::Lock(const char* function, DWORD timeout) {
+    ledger.JoinAfterFork(function);
+    ChannelLock lock = mutex.Lock(function, timeout, &ledger);
     MendIfAbandoned(lock);
     return lock;
+}
+
+bool ChannelObjects::Take(ChannelLock& lock, std::uint16_t id, char* buffer, std::size_t size) const {
+    MessagePool pool(*section.Block());
+    const bool taken = pool.Take(id, buffer, size);
+    lock.NoteRepair(pool.Report());
+    if (taken && pool.IsEmpty()) {
+        ::ResetEvent(event.Get());
+        CrashPoint();
+    }
+    return taken;
 }
 
 void ChannelObjects::Mend(ChannelLock& lock) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "gaizior/comms/channel_block.h"
+#include "gaizior/comms/channel_ledger.h"
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/errors/error_codes.h"
 #include "gaizior/platform/unique_handle.h"
@@ -106,10 +107,13 @@ public:
     ChannelFailure Create();
     /// Opens the mutex of a channel that others have open; fails as Create.
     ChannelFailure Open();
-    /// The lock, or one that holds e_Command_TimedOut or e_Command_Aborted.
-    [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout) const;
+    /// The lock, or one that holds e_Command_TimedOut or e_Command_Aborted. A wait for it is noted in the
+    /// ledger, if there is one.
+    [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout, const ChannelLedger* ledger = nullptr) const;
 
 private:
+    DWORD Wait(DWORD timeout, const ChannelLedger* ledger) const;
+
     UniqueHandle m_mutex;
 };
 
@@ -149,6 +153,7 @@ struct ChannelObjects {
     ChannelMutex mutex;
     UniqueHandle event;
     ChannelSection section;
+    ChannelLedger ledger; ///< for those who take part, which Join it
 
     /// Opens the objects of a channel that others have open and takes the mutex.
     [[nodiscard]] ChannelLock Open(const char* function, DWORD timeout);
@@ -160,7 +165,7 @@ struct ChannelObjects {
     /// e_File_MappingFailed.
     ChannelFailure CreateMissing();
     /// Takes the mutex; a block whose last owner died is put in order before it is used.
-    [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout) const;
+    [[nodiscard]] ChannelLock Lock(const char* function, DWORD timeout);
     /// Puts the block, if it is open, of an owner that died in order, or makes it where its maker had not come to it,
     /// announces its messages, since their sender may not have done so, and notes that in the lock.
     void MendIfAbandoned(ChannelLock& lock) const {
@@ -168,6 +173,9 @@ struct ChannelObjects {
             Mend(lock);
         }
     }
+    /// Moves the oldest message for an ID into `buffer` of `size` bytes, 1 or more, cut to fit; notes a repair in the
+    /// lock. @returns false when there is none.
+    bool Take(ChannelLock& lock, std::uint16_t id, char* buffer, std::size_t size) const;
     /// Puts the block in order. The caller holds the mutex.
     /// @returns what was found and done; empty for a consistent block.
     ShortText Repair() const;

@@ -39,20 +39,36 @@ ZRErrors::ZRErrorT CopyBlock(ChannelObjects& objects, Take take, ZcChannel* bloc
     return block->magic == kZcMagic ? ZRErrors::e_General_NoError : ZRErrors::e_Object_BadMagic;
 }
 
+/// The lock under which a channel's block may be changed, or why it is not to be had.
+ChannelLock LockForChange(ChannelObjects& objects, const char* function, DWORD timeout) {
+    ChannelLock lock = objects.Open(function, timeout);
+    if (lock && objects.section.Block()->magic != kZcMagic) {
+        return ChannelLock(ChannelFailure{ZRErrors::e_Object_BadMagic, "the block carries a wrong magic number"});
+    }
+    return lock;
+}
+
 /// The lock has gone when this returns.
 ChannelFailure RepairBlock(ChannelObjects& objects, DWORD timeout, char* report, unsigned long size) {
-    ChannelLock lock = objects.Open("ZcRepair", timeout);
+    ChannelLock lock = LockForChange(objects, "ZcRepair", timeout);
     if (!lock) {
         return lock.Failure();
-    }
-    if (objects.section.Block()->magic != kZcMagic) {
-        return {ZRErrors::e_Object_BadMagic, "the block carries a wrong magic number"};
     }
     if (lock.Report().empty()) {
         lock.NoteRepair(objects.Repair());
     }
     Copy(lock.Report().View(), report, size);
     return {};
+}
+
+/// The lock has gone when this returns.
+ChannelFailure TakeAll(ChannelObjects& objects, std::uint16_t id, DWORD timeout, char (*messages)[kZcMessageSize],
+                       unsigned count, unsigned& taken) {
+    ChannelLock lock = LockForChange(objects, "ZcPurge", timeout);
+    while (lock && taken < count && objects.Take(lock, id, messages[taken], sizeof(messages[taken]))) {
+        ++taken;
+    }
+    return lock.Failure();
 }
 
 } // namespace
@@ -108,6 +124,17 @@ ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long time
     ChannelObjects objects;
     const ChannelFailure failure = RepairBlock(objects, ToTimeout(timeoutMs), report, size);
     return failure ? Tell("ZcRepair", failure) : ZRErrors::e_General_NoError;
+}
+
+ZRErrors::ZRErrorT ZcPurge(unsigned short id, unsigned long timeoutMs, char (*messages)[kZcMessageSize],
+                           unsigned int count, unsigned int* taken) {
+    if (!taken || (!messages && count != 0)) {
+        return Refuse("ZcPurge", "there is no place for what is taken");
+    }
+    *taken = 0;
+    ChannelObjects objects;
+    const ChannelFailure failure = TakeAll(objects, id, ToTimeout(timeoutMs), messages, count, *taken);
+    return failure ? Tell("ZcPurge", failure) : ZRErrors::e_General_NoError;
 }
 
 struct ZcViewerC::KeptT {

@@ -61,6 +61,17 @@ GAIZIOR_API ZRErrors::ZRErrorT ZcQueryHolder(ZcHolderT* holder);
 /// @returns as ZcSnapshot, and e_Command_Aborted when `report` is null or `size` is 0. A block that is not a channel's
 ///   stays as it is.
 GAIZIOR_API ZRErrors::ZRErrorT ZcRepair(char* report, unsigned long size, unsigned long timeoutMs);
+
+/// Takes the oldest messages for an ID out of the machine's block without taking part in the channel: for an ID that
+/// nobody has any more, since whoever has it loses them. Any thread.
+/// @param id whose messages
+/// @param timeoutMs how long to wait for the mutex, in ms; 0xFFFFFFFF and more wait for ever
+/// @param messages room for `count` texts, NUL-terminated; the caller's. Null with a count of 0.
+/// @param count the most to take, 0 to 4294967295; kZcSlotCount are all that there can be
+/// @param taken receives how many there were; 0 after a failure
+/// @returns as ZcRepair; e_Command_Aborted also when `taken` is null, or `messages` is and `count` is not 0
+GAIZIOR_API ZRErrors::ZRErrorT ZcPurge(unsigned short id, unsigned long timeoutMs, char (*messages)[kZcMessageSize],
+                                       unsigned int count, unsigned int* taken);
 }
 
 /// Looks at the machine's block time and again at little cost: it keeps the channel's objects from one look to the

@@ -257,7 +257,7 @@ bool MessagePool::HasFor(std::uint16_t destination) const {
     return !IsEmpty() && FindFor(destination).slot != kNone;
 }
 
-bool MessagePool::Post(const char* message, std::uint16_t destination) {
+std::optional<std::uint16_t> MessagePool::Post(const char* message, std::uint16_t destination) {
     Index older = 0;
     Index count = 0;
     Index i = FindRoom(older, count);
@@ -266,7 +266,7 @@ bool MessagePool::Post(const char* message, std::uint16_t destination) {
         i = FindRoom(older, count);
     }
     if (i >= kZcSlotCount) {
-        return false;
+        return std::nullopt;
     }
     ZcMessageSlot& slot = m_block.slots[i];
     const std::size_t length = ::strnlen(message, kZcMessageSize - 1);
@@ -282,7 +282,7 @@ bool MessagePool::Post(const char* message, std::uint16_t destination) {
     Commit(m_block.end_of_list, i);
     Commit(m_block.slots[older].next, i);
     Commit(m_block.nMessages, static_cast<Index>(count + 1));
-    return true;
+    return i;
 }
 
 bool MessagePool::Take(std::uint16_t destination, char* buffer, std::size_t size) {

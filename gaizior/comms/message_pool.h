@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace gaizior {
@@ -59,8 +60,9 @@ public:
     /// Writes zeros and then the magic into a new block.
     static void Initialise(ZcChannel& block);
 
-    /// Copies at most 255 characters of `message` into the first free slot. @returns false when none is free.
-    bool Post(const char* message, std::uint16_t destination);
+    /// Copies at most 255 characters of `message` into the first free slot. @returns that slot; nothing when none is
+    /// free.
+    std::optional<std::uint16_t> Post(const char* message, std::uint16_t destination);
 
     /// Moves the oldest message for `destination` into `buffer`, cut to `size` - 1 characters; `size` is 1 or more.
     /// @returns false when there is none.

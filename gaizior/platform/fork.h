@@ -27,4 +27,14 @@ private:
 #endif
 };
 
+/// How many forks lie between this process and the one that loaded the library: who remembers the number notices that
+/// it is in a child. Any thread.
+#ifdef _WIN32
+inline unsigned ForkCount() {
+    return 0;
+}
+#else
+unsigned ForkCount();
+#endif
+
 } // namespace gaizior

@@ -2,8 +2,8 @@
 
 #include "gaizior/platform/windows_api.h"
 
-/// Who made a file whose name tells its process, and whether that process has ended. Ids are used again, so a process
-/// is told by its id and by a number for when it began. Any thread.
+/// What has become of a process that left its id somewhere. Ids are used again, so a process is told by its id and by a
+/// number for when it began. Any thread.
 namespace gaizior {
 
 /// In the place of a number that the system does not tell.
@@ -15,5 +15,9 @@ DWORD OwnStamp();
 /// @returns whether the process of that id and, if it is known, number is no longer there; false where the system does
 ///   not tell.
 bool HasProcessEnded(DWORD processId, DWORD stamp);
+
+/// @returns whether a signal or a debugger has stopped the process of that id; false where the system does not tell, as
+///   on Windows.
+bool IsProcessStopped(DWORD processId);
 
 } // namespace gaizior

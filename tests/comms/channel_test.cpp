@@ -2,6 +2,7 @@
 
 #include "gaizior/comms/channel_objects.h"
 #include "gaizior/comms/channel_status.h"
+#include "gaizior/comms/channel_users.h"
 #include "gaizior/comms/message_pool.h"
 #include "gaizior/logging/debug_print.h"
 #include "gaizior/platform/section.h"
@@ -144,6 +145,7 @@ TEST_F(OpenChannelTest, OpeningThrowsAwayOnlyWhatIsLeftForTheOwnId) {
     EXPECT_TRUE(Logged("Purging messages for destination ID 11\r\n"));
     EXPECT_TRUE(Logged("Message = <old>\r\n"));
     EXPECT_TRUE(Logged("Purged 2 messages for destination ID 11\r\n"));
+    EXPECT_EQ(ZcGetPurgedCount(), 2u);
     EXPECT_EQ(Receive(), "error 2013");
     EXPECT_EQ(ZcGetCommsOSError(), static_cast<unsigned>(WAIT_TIMEOUT));
     EXPECT_TRUE(Logged("5ZcReceiveMessage: timed out: no message came")) << "which is no failure";

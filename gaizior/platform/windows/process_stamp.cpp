@@ -29,4 +29,8 @@ bool HasProcessEnded(DWORD processId, DWORD stamp) {
            (::GetExitCodeProcess(process.Get(), &code) && code != STILL_ACTIVE);
 }
 
+bool IsProcessStopped(DWORD /*processId*/) {
+    return false;
+}
+
 } // namespace gaizior

@@ -1,23 +1,16 @@
 #include "gaizior/platform/linux/names/robust_mutex.h"
 
+#include "gaizior/platform/coarse_clock.h"
 #include "gaizior/platform/linux/objects/object.h"
 
 #include <cerrno>
 
 #include <linux/futex.h>
-#include <time.h>
 
 namespace gaizior::platform {
 namespace {
 
 constexpr auto kHasSleepers = static_cast<std::uint32_t>(FUTEX_WAITERS);
-
-/// Milliseconds since 1970 as of the last clock tick: precise enough for people, and hardly more than a load.
-std::int64_t CoarseNow() {
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
 
 } // namespace
 

@@ -20,8 +20,9 @@ namespace gaizior {
 namespace {
 
 struct ProcessState {
-    bool hasEnded; // all of it, and waits for its parent
-    DWORD stamp;   // ticks since the machine started
+    bool hasEnded;  // all of it, and waits for its parent
+    bool isStopped; // by a signal or a debugger
+    DWORD stamp;    // ticks since the machine started
 };
 
 std::optional<ProcessState> StateOf(DWORD processId) {
@@ -41,7 +42,9 @@ std::optional<ProcessState> StateOf(DWORD processId) {
                              &state, &threads, &began) != 3) {
         return std::nullopt;
     }
-    return ProcessState{.hasEnded = (state == 'Z' || state == 'X') && threads <= 1, .stamp = static_cast<DWORD>(began)};
+    return ProcessState{.hasEnded = (state == 'Z' || state == 'X') && threads <= 1,
+                        .isStopped = state == 'T' || state == 't',
+                        .stamp = static_cast<DWORD>(began)};
 }
 
 } // namespace
@@ -67,6 +70,11 @@ bool HasProcessEnded(DWORD processId, DWORD stamp) {
     }
     const auto id = static_cast<pid_t>(processId);
     return id <= 0 || (::kill(id, 0) != 0 && errno == ESRCH);
+}
+
+bool IsProcessStopped(DWORD processId) {
+    const std::optional<ProcessState> state = StateOf(processId);
+    return state && state->isStopped;
 }
 
 } // namespace gaizior

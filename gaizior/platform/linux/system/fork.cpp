@@ -4,6 +4,7 @@
 #include "gaizior/platform/linux/system/suspension.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <utility>
 
@@ -20,6 +21,7 @@ constexpr const ForkPart* kParts[] = {&platform::kConsoleForkPart, &platform::kW
                                       &platform::kObjectsForkPart};
 
 constinit KeepAcrossFork* g_lastKept = nullptr;
+constinit std::atomic<unsigned> g_forks{0};
 
 /// Those above the layer come first: who holds one calls the layer. A thread is not suspended while it forks. The locks
 /// of a list are more than the analysis can tell apart.
@@ -44,10 +46,18 @@ void Continue(void (*ForkPart::*continuation)()) GAIZIOR_NO_THREAD_SAFETY_ANALYS
 
 /// fork() calls these; posix_spawn() does not.
 [[maybe_unused]] const int g_registered = ::pthread_atfork(
-    &Prepare, [] { Continue(&ForkPart::continueInParent); }, [] { Continue(&ForkPart::continueInChild); });
+    &Prepare, [] { Continue(&ForkPart::continueInParent); },
+    [] {
+        ++g_forks;
+        Continue(&ForkPart::continueInChild);
+    });
 
 } // namespace
 
 KeepAcrossFork::KeepAcrossFork(Mutex& lock) : m_lock(lock), m_pNext(std::exchange(g_lastKept, this)) {}
+
+unsigned ForkCount() {
+    return g_forks.load(std::memory_order_relaxed);
+}
 
 } // namespace gaizior

@@ -1,3 +1,4 @@
+#include "gaizior/platform/coarse_clock.h"
 #include "gaizior/platform/linux/system/file_time.h"
 #include "gaizior/platform/linux/system/last_error.h"
 
@@ -147,3 +148,8 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime) {
 }
 
 } // namespace gaizior_windows_api
+
+LONGLONG gaizior::CoarseNow() {
+    const timespec now = Now(CLOCK_REALTIME_COARSE);
+    return LONGLONG{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
