@@ -41,6 +41,11 @@ install_linux_tools() {
     install g++=g++ cmake=cmake make=make /usr/src/googletest/CMakeLists.txt=googletest /usr/include/CLI/CLI.hpp=libcli11-dev
 }
 
+# What the tests of the built programs need beside them.
+install_test_tools() {
+    install python3=python3 /usr/lib/python3/dist-packages/jsonschema=python3-jsonschema tmux=tmux
+}
+
 install_windows_tools() {
     install x86_64-w64-mingw32-g++-posix=g++-mingw-w64-x86-64-posix /usr/lib/wine/wine64=wine64 wine=wine Xvfb=xvfb
 }

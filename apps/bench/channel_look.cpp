@@ -12,35 +12,48 @@ bool IsConsistent(const Look& look) {
     return look.findings.szDamage[0] == '\0';
 }
 
-/// While the last process closes the channel its objects vanish one after the other.
-bool IsAbsent(ZRErrors::ZRErrorT code) {
-    constexpr unsigned kNoSuchObject = 2;
-    return (code == ZRErrors::e_File_MappingFailed || code == ZRErrors::e_Resource_AllocationFailed) &&
-           ZcGetCommsOSError() == kNoSuchObject;
+Failure CannotRead(const char* function, ZRErrors::ZRErrorT code) {
+    return ChannelFailure(function, code, "the message channel cannot be read");
 }
 
-Failure NoChannel(const char* function) {
-    return Fail(function, ZRErrors::e_File_MappingFailed, Exit::kNotFound,
-                "no process has the message channel open: it exists while an imager or another program uses it");
+Outcome DamageFailure(const char* function, const Look& look) {
+    if (IsConsistent(look)) {
+        return std::nullopt;
+    }
+    if (look.block.magic != kZcMagic) {
+        return CannotRead(function, ZRErrors::e_Object_BadMagic);
+    }
+    return Fail(function, kInvalidData, Exit::kFailed,
+                std::string("the message channel is damaged: ") + kRepairCommand);
 }
 
-Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* advice) {
-    return Fail(function, code, ExitOf(code),
-                "the message channel cannot be read: " + ErrorText(code) + " (operating-system error " +
-                    std::to_string(ZcGetCommsOSError()) + "): " + advice);
+std::map<unsigned, unsigned> CountById(const ZcChannel& block) {
+    std::map<unsigned, unsigned> counts;
+    for (const ZcMessageSlot& slot : block.slots) {
+        if (slot.taken == 1) {
+            ++counts[slot.dest_id];
+        }
+    }
+    return counts;
 }
 
-Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence) {
+void PrintTakeover(const Look& look) {
+    if (!look.takeover.empty()) {
+        std::fprintf(stderr, "bench: %s\n", look.takeover.c_str());
+    }
+}
+
+Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence, unsigned long timeoutMs) {
     std::array<char, kReportSize> takeover{};
-    const ZRErrors::ZRErrorT code = viewer.Snapshot(&look.block, kLockTimeout, takeover.data(), takeover.size());
+    const ZRErrors::ZRErrorT code = viewer.Snapshot(&look.block, timeoutMs, takeover.data(), takeover.size());
+    look.takeover.clear();
     if (takeover[0] != '\0') {
-        std::fprintf(stderr, "bench: the channel was taken over from a process that died: %s\n",
-                     Printable(takeover.data()).c_str());
+        look.takeover = "the channel was taken over from a process that died: " + Printable(takeover.data());
     }
     const bool absent = IsAbsent(code);
     presence = absent ? Presence::kAbsent : Presence::kThere;
     if (!absent && code != ZRErrors::e_General_NoError && code != ZRErrors::e_Object_BadMagic) {
-        return CannotRead("TakeLook(): ", code, "'bench channel doctor' tells who holds it");
+        return CannotRead("TakeLook(): ", code);
     }
     if (!absent) {
         ZcExamine(&look.block, &look.findings);
@@ -48,12 +61,16 @@ Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence) {
     return std::nullopt;
 }
 
-Outcome TakeLook(Look& look) {
+Outcome TakeLook(Look& look, HANDLE hInterrupt, DWORD patience) {
+    if (const auto code = AwaitLock(patience, hInterrupt); code != ZRErrors::e_General_NoError) {
+        return CannotRead("TakeLook(): ", code);
+    }
     ZcViewerC viewer;
     Presence presence{};
-    Outcome failure = TakeLook(viewer, look, presence);
+    Outcome failure = TakeLook(viewer, look, presence, kLockTimeout);
+    PrintTakeover(look);
     if (!failure && presence == Presence::kAbsent) {
-        failure = NoChannel("TakeLook(): ");
+        failure = CannotRead("TakeLook(): ", ZRErrors::e_Resource_AllocationFailed);
     }
     return failure;
 }

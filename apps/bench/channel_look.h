@@ -1,9 +1,11 @@
 #pragma once
 
-#include "apps/support/failure.h"
+#include "apps/support/channel_access.h"
 #include "gaizior/comms/channel_status.h"
 
 #include <cstddef>
+#include <map>
+#include <string>
 
 namespace apps {
 
@@ -11,31 +13,37 @@ namespace apps {
 struct Look {
     ZcChannel block;
     ZcFindingsT findings;
+    std::string takeover; ///< told where the look took the channel over from a process that died; else empty
 };
+/// How many messages wait for each ID.
+std::map<unsigned, unsigned> CountById(const ZcChannel& block);
 
-/// How long bench waits for the channel's mutex, in milliseconds.
-inline constexpr unsigned long kLockTimeout = 2000;
+/// Tells it on standard error.
+void PrintTakeover(const Look& look);
 
 /// Room for what the channel's functions tell of their repairs.
 inline constexpr std::size_t kReportSize = 512;
+
+inline constexpr const char* kRepairCommand = "bench channel doctor --repair";
 
 bool IsConsistent(const Look& look);
 
 enum class Presence { kThere, kAbsent };
 
-/// Whether a call on the channel failed because no process has it open.
-bool IsAbsent(ZRErrors::ZRErrorT code);
+/// The failure of whoever cannot get at the channel.
+Failure CannotRead(const char* function, ZRErrors::ZRErrorT code);
 
-/// The failure of whoever needs a channel where there is none.
-Failure NoChannel(const char* function);
+/// The failure that a look found, where it found damage: a block that is not a channel's, or one that --repair mends.
+Outcome DamageFailure(const char* function, const Look& look);
 
-/// The failure of whoever cannot get at the channel; `advice` says what to do next.
-Failure CannotRead(const char* function, ZRErrors::ZRErrorT code, const char* advice);
+/// Copies the block and examines the copy; waits up to `timeoutMs` for the channel's mutex. That there is none, or that
+/// it is damaged, is an answer and no failure.
+Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence, unsigned long timeoutMs);
 
-/// Copies the block and examines the copy. That there is none, or that it is damaged, is an answer and no failure.
-Outcome TakeLook(ZcViewerC& viewer, Look& look, Presence& presence);
-
-/// The same where a channel is needed.
-Outcome TakeLook(Look& look);
+/// The same where a channel is needed; prints what a takeover found.
+/// @param look receives it
+/// @param hInterrupt an event that ends the wait for the channel's lock; null for none
+/// @param patience for that wait, in milliseconds
+Outcome TakeLook(Look& look, HANDLE hInterrupt = nullptr, DWORD patience = kLockTimeout);
 
 } // namespace apps

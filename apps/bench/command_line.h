@@ -2,6 +2,7 @@
 
 #include "apps/support/failure.h"
 #include "apps/support/process_events.h"
+#include "apps/support/within.h"
 
 #include <CLI/CLI.hpp>
 
@@ -10,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace apps {
 
@@ -30,6 +32,13 @@ struct CommandLine {
     CommandLine();
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
+
+    /// Reads the words behind the program's name and sets `run`, which prints the help where that is asked for.
+    /// @returns what is wrong with them, in one line.
+    Outcome Parse(const std::vector<std::string>& words);
+
+    /// What an empty command line is told: the commands by their families, and where to begin.
+    std::string Brief() const;
 
     template <typename Options>
     struct Added {
@@ -59,6 +68,10 @@ struct CommandLine {
 
 private:
     static CLI::App& AddNamed(CLI::App& parent, const Help& help);
+    void AddFamily(const char* name, void (*add)(CommandLine&));
+    void AddHelp();
+
+    std::string m_families; ///< a line for each, with its commands
 };
 
 void AddJobCommands(CommandLine& line);
@@ -69,26 +82,10 @@ void AddRecordCommands(CommandLine& line); // what a machine remembers: logs and
 
 // What several commands have.
 
-/// A range whose name is fit for the help, and in which "nan" is not.
-template <typename Number>
-CLI::Validator Within(Number least, Number most) {
-    const std::string name = CLI::detail::to_string(least) + ".." + CLI::detail::to_string(most);
-    return CLI::Validator(
-        [=](const std::string& text) {
-            Number value{};
-            const bool isWithin = CLI::detail::lexical_cast(text, value) && value >= least && value <= most;
-            return isWithin ? std::string() : "Value " + text + " not in range " + name;
-        },
-        name);
-}
-
 void AddId(CLI::App& app, std::uint16_t& id, const char* help, int most = 65535);
 void AddSeconds(CLI::App& app, const char* name, double& seconds, const char* help);
 /// The same where the imager is waited for: without any time it never answers.
 void AddTimeout(CLI::App& app, double& seconds, const char* help);
 void AddJson(CLI::App& app, bool& json);
-
-/// What is wrong with the command line, in one line.
-std::string ExplainUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv);
 
 } // namespace apps

@@ -33,8 +33,8 @@ constexpr const char* kEncodeIniExamples = R"(Encoding conceals, it protects not
 decode the file.
 
 Examples:
-  bench ini encode samples/oemconfig.ini build/linux/bin/oemconfig.ini
-                              brand the programs there
+  bench ini encode plain.ini oemconfig.ini
+                              brand the programs, once it lies beside them
 )";
 
 constexpr const char* kDecodeIniExamples = R"(Examples:

@@ -5,10 +5,15 @@
 namespace apps {
 namespace {
 
-constexpr const char* kErrorExamples = R"(Examples:
-  bench error 57              a code, decimal
-  bench error 0x822F          the same, hexadecimal
-  bench error e_Phs_NoPlate   its enumerator
+constexpr const char* kErrorExamples = R"(Tells the text of a code, what it concerns and, where one is known, the
+next step. Of several codes each is explained. Other words are searched
+for: every code is listed that has them all in its text or its name.
+
+Examples:
+  bench error 57              a decimal code
+  bench error 0x822F          a hexadecimal one; 822F is enough
+  bench error e_Phs_NoPlate   an enumerator
+  bench error 0xA314 0x9510   several
   bench error 0x20000005      a folded operating-system error
   bench error 0x60000002      a folded errno
   bench error plate wide      every code with these words in its text

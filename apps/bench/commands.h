@@ -19,6 +19,8 @@ struct ImageOptions {
     std::uint16_t id = kBenchId;
     double speed = 1;
     double timeout = 10; ///< seconds of silence from the imager
+    bool check = false;  ///< tell every fault of the job file; start nothing
+    bool dryRun = false; ///< tell the plates and their times; start nothing
     bool json = false;
     bool verbose = false;
 };
@@ -37,12 +39,35 @@ struct PlateOptions {
 };
 Outcome PlateCommand(const PlateOptions& options, const Interrupt& interrupt);
 
-struct ThreadsOptions {
+struct ImagerOptions {
     std::uint16_t id = kBenchId + 1; ///< the imager's
-    double timeout = 10;             ///< seconds for its answer
+    double timeout = 10;             ///< seconds of silence from it
     bool json = false;
+    bool verbose = false;
 };
-Outcome ThreadsCommand(const ThreadsOptions& options, const Interrupt& interrupt);
+Outcome ThreadsCommand(const ImagerOptions& options, const Interrupt& interrupt);
+Outcome ImagerStatusCommand(const ImagerOptions& options, const Interrupt& interrupt);
+Outcome UnloadCommand(const ImagerOptions& options, const Interrupt& interrupt);
+Outcome StopCommand(const ImagerOptions& options, const Interrupt& interrupt);
+
+struct StartOptions : ImagerOptions {
+    std::string imager; ///< path of the program; empty: the one beside bench
+    double speed = 1;
+};
+Outcome StartCommand(const StartOptions& options, const Interrupt& interrupt);
+
+struct LoadOptions : ImagerOptions {
+    std::string file; ///< a plate file, or a job file, which ends in ".job"
+    std::string name; ///< the plate's; empty: the only one
+};
+Outcome LoadCommand(const LoadOptions& options, const Interrupt& interrupt);
+
+struct ExposeOptions : ImagerOptions {
+    std::string jobFile;
+    int plate = 0;          ///< of the job, from 1; 0: all
+    std::string separation; ///< empty: all
+};
+Outcome ExposeCommand(const ExposeOptions& options, const Interrupt& interrupt);
 
 struct ErrorOptions {
     std::vector<std::string> words;
@@ -172,11 +197,31 @@ struct ReceiveOptions {
 };
 Outcome ReceiveCommand(const ReceiveOptions& options, const Interrupt& interrupt);
 
+struct WhoOptions {
+    bool json = false;
+};
+Outcome WhoCommand(const WhoOptions& options);
+
+struct PurgeOptions {
+    std::uint16_t id = 0;
+    bool yes = false; ///< do not ask
+    bool json = false;
+};
+Outcome PurgeCommand(const PurgeOptions& options, const Interrupt& interrupt);
+
 struct WatchOptions {
     double seconds = 0; ///< 0: until Ctrl-C
     bool json = false;
 };
 Outcome WatchCommand(const WatchOptions& options, const Interrupt& interrupt);
+
+struct LiveOptions {
+    std::uint16_t id = kBenchId + 1; ///< the imager's
+    double seconds = 0;              ///< 0: until 'q' or Ctrl-C
+    bool json = false;
+    bool verbose = false;
+};
+Outcome LiveCommand(const LiveOptions& options, const Interrupt& interrupt);
 
 struct LogOptions {
     std::vector<std::string> paths;

@@ -27,6 +27,10 @@ struct Quantity {
     bool IsCount() const {
         return std::ranges::find(kCountUnits, unit) != kCountUnits.end();
     }
+    /// What the count is told in: what was asked in.
+    const char* CountName() const {
+        return unit.starts_with("line") ? "line" : "pixel";
+    }
     bool IsSensible() const {
         const bool isWhole = value <= kMostPixels && value == std::floor(value);
         return value >= 0.0 && std::isfinite(value) && (IsCount() ? isWhole : unit == "mm" || unit == "m");
@@ -91,7 +95,7 @@ Outcome ConvertCommand(const ConvertOptions& options) {
                                 .Json()
                                 .c_str());
     } else {
-        std::printf("%s = %.4f mm\n", Counted(*pixels, "pixel").c_str(), mm);
+        std::printf("%s = %.4f mm\n", Counted(*pixels, quantity->CountName()).c_str(), mm);
     }
     return std::nullopt;
 }

@@ -1,18 +1,23 @@
 #include "apps/bench/channel_look.h"
 #include "apps/bench/commands.h"
+#include "apps/bench/judgement.h"
 #include "apps/bench/output.h"
-#include "gaizior/comms/channel.h"
+#include "apps/support/channel_id.h"
+#include "apps/support/channel_users.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <set>
+#include <utility>
+#include <vector>
 
 namespace apps {
 namespace {
 
 constexpr const char* kFunction = "DoctorCommand(): ";
-constexpr const char* kRestart = "end every process that uses it and start them again";
 constexpr long long kPerSecond = 1000; // the channel's times are milliseconds since 1970
 
 using ZRErrors::ZRErrorT;
@@ -24,9 +29,11 @@ bool IsRead(ZRErrorT code) {
 struct Diagnosis {
     ZRErrorT code = ZRErrors::e_General_NoError; ///< of the last thing that was tried
     ZcHolderT holder;
-    std::string takeover; ///< what was found and done when the owner had died
-    std::string repaired; ///< what was found and done because it was asked for
-    Look look;            ///< valid if it was read
+    std::string takeover;                  ///< what was found and done when the owner had died
+    std::string repaired;                  ///< what was found and done because it was asked for
+    Look look;                             ///< valid if it was read
+    std::optional<long long> oldestPosted; ///< in ms since 1970
+    std::vector<Finding> findings;
 
     bool WasRead() const {
         return IsRead(code);
@@ -79,26 +86,43 @@ void Repair(Diagnosis& diagnosis, const Interrupt& interrupt) {
     }
 }
 
-/// While the last process closes the channel its objects vanish one after the other, but the mutex does not stay.
-bool IsGoing(ZRErrorT code, const Interrupt& interrupt) {
-    constexpr DWORD kTimeToGo = 100;
-    ZcHolderT holder;
-    return IsAbsent(code) && !interrupt.SleepUnlessSet(kTimeToGo) && IsAbsent(ZcQueryHolder(&holder));
+/// The IDs of the users that are still there, and those that our programs have reserved.
+std::set<unsigned> HeldIds(const std::vector<ZcUserT>& users, const Look* look) {
+    std::set<unsigned> ids;
+    for (const ZcUserT& user : users) {
+        if (user.nState != kZcUserGone) {
+            ids.insert(user.nID);
+        }
+    }
+    for (unsigned i = 0; look && i < look->findings.nQueued; ++i) {
+        const std::uint16_t id = look->block.slots[look->findings.anOrder[i]].dest_id;
+        if (!ids.contains(id) && IsIdInUse(id)) {
+            ids.insert(id);
+        }
+    }
+    return ids;
+}
+
+void JudgeAll(Diagnosis& diagnosis) {
+    Symptoms symptoms;
+    symptoms.now = Now();
+    symptoms.areUsersKnown = ListUsers(symptoms.users) == ZRErrors::e_General_NoError;
+    if (diagnosis.code == ZRErrors::e_Command_TimedOut) {
+        symptoms.holder = diagnosis.holder;
+    }
+    if (diagnosis.WasRead() && !diagnosis.IsForeign()) {
+        symptoms.look = &diagnosis.look;
+        ZcGetPostTimes(&diagnosis.look.block, symptoms.postedAt.data());
+    }
+    symptoms.heldIds = HeldIds(symptoms.users, symptoms.look);
+    diagnosis.oldestPosted = OldestPosted(symptoms);
+    diagnosis.findings = Judge(symptoms);
 }
 
 /// Seconds since then; 0 for a moment that is still to come.
 double AgeOf(long long moment) {
     const long long age = Now() - moment;
     return age > 0 ? static_cast<double>(age) / kPerSecond : 0;
-}
-
-std::string HolderText(const ZcHolderT& holder) {
-    if (holder.nProcess == 0) {
-        return holder.nThread == 0 ? "a process that the system does not name"
-                                   : "thread " + std::to_string(holder.nThread) + ", which this process cannot see";
-    }
-    return Printable(holder.szProgram) + " (process " + std::to_string(holder.nProcess) + ", thread " +
-           std::to_string(holder.nThread) + ")";
 }
 
 std::string MutexText(const Diagnosis& diagnosis) {
@@ -151,6 +175,13 @@ void Print(const Diagnosis& diagnosis) {
                 oldest ? (", oldest for ID " + std::to_string(*oldest)).c_str() : "");
 }
 
+void PrintFindings(const std::vector<Finding>& findings) {
+    for (const Finding& finding : findings) {
+        std::printf("%s   %s: %s\n", Painted(Stream::kOutput, Colour::kNotice, "finding").c_str(), finding.text.c_str(),
+                    finding.command.c_str());
+    }
+}
+
 JsonObject& NumberOrNull(JsonObject& object, const char* key, unsigned value) {
     return value == 0 ? object.Null(key) : object.Number(key, value);
 }
@@ -166,6 +197,15 @@ std::string MutexAsJson(const ZcHolderT& holder) {
     return (isTimed ? mutex.Real("seconds", AgeOf(holder.nSince)) : mutex.Null("seconds")).Json();
 }
 
+std::string FindingsAsJson(const std::vector<Finding>& findings) {
+    JsonArray array;
+    for (const Finding& finding : findings) {
+        array.Add(
+            JsonObject().Text("kind", finding.kind).Text("text", finding.text).Text("command", finding.command).Json());
+    }
+    return array.Json();
+}
+
 std::string DiagnosisAsJson(const Diagnosis& diagnosis) {
     JsonObject object;
     object.Value("mutex", MutexAsJson(diagnosis.holder)).Bool("readable", diagnosis.WasRead());
@@ -178,29 +218,30 @@ std::string DiagnosisAsJson(const Diagnosis& diagnosis) {
     }
     object.Number("slots", kZcSlotCount);
     const std::optional<unsigned> oldest = OldestId(diagnosis);
-    oldest ? object.Number("oldest_id", *oldest) : object.Null("oldest_id");
-    object.TextOrNull("taken_over", diagnosis.takeover);
-    return object.TextOrNull("repaired", diagnosis.repaired).Json();
+    oldest ? object.Number("oldestId", *oldest) : object.Null("oldestId");
+    const std::optional<long long> posted = diagnosis.oldestPosted;
+    object.TextOrNull("oldestPosted", posted ? TimeText(*posted, kTimeForPrograms) : "");
+    object.TextOrNull("takenOver", diagnosis.takeover);
+    object.TextOrNull("repaired", diagnosis.repaired);
+    return object.Value("findings", FindingsAsJson(diagnosis.findings)).Json();
 }
 
 /// What is wrong and what to do about it.
 Outcome Advise(const Diagnosis& diagnosis) {
-    const bool hasTimedOut = diagnosis.code == ZRErrors::e_Command_TimedOut;
-    if (hasTimedOut && diagnosis.holder.bHeld) {
+    if (const Finding* const lock = FindKind(diagnosis.findings, kLockFinding)) {
         return Fail(kFunction, diagnosis.code, Exit::kTimedOut,
-                    "the message channel is locked by " + HolderText(diagnosis.holder) +
-                        ": if it stays so end that process, the next one takes the channel over");
+                    "the message channel is locked by " + HolderText(diagnosis.holder) + ": " + lock->command);
     }
     if (!diagnosis.WasRead()) {
-        return CannotRead(kFunction, diagnosis.code, hasTimedOut ? "try again" : kRestart);
+        return CannotRead(kFunction, diagnosis.code);
     }
-    if (diagnosis.IsForeign()) {
-        return Fail(kFunction, diagnosis.code, Exit::kFailed,
-                    std::string("the shared memory is not a message channel's: ") + kRestart);
+    if (Outcome failure = DamageFailure(kFunction, diagnosis.look)) {
+        return failure;
     }
-    if (diagnosis.IsDamaged()) {
-        return Fail(kFunction, kInvalidData, Exit::kFailed,
-                    "the message channel is damaged: --repair puts it in order");
+    if (IsFull(diagnosis.look)) {
+        return Fail(kFunction, ZRErrors::e_Buffer_Overflowed, Exit::kFailed,
+                    "the message channel is full, nobody can send: " +
+                        FindKind(diagnosis.findings, kPoolFinding)->command);
     }
     return std::nullopt;
 }
@@ -210,22 +251,21 @@ Outcome Advise(const Diagnosis& diagnosis) {
 Outcome DoctorCommand(const DoctorOptions& options, const Interrupt& interrupt) {
     const auto diagnosis = std::make_unique<Diagnosis>();
     if (const ZRErrorT code = ZcQueryHolder(&diagnosis->holder); code != ZRErrors::e_General_NoError) {
-        return IsAbsent(code) ? NoChannel(kFunction) : CannotRead(kFunction, code, kRestart);
+        return CannotRead(kFunction, code);
     }
     Examine(*diagnosis, interrupt);
     if (options.repair && diagnosis->IsDamaged()) {
         Repair(*diagnosis, interrupt);
     }
-    if (IsGoing(diagnosis->code, interrupt)) {
-        return NoChannel(kFunction);
+    if (diagnosis->code == kUserAborted || IsAbsent(diagnosis->code)) {
+        return CannotRead(kFunction, diagnosis->code);
     }
-    if (diagnosis->code == kUserAborted) {
-        return Fail(kFunction, kUserAborted, Exit::kFailed, "interrupted while waiting for the channel's lock");
-    }
+    JudgeAll(*diagnosis);
     if (options.json) {
         std::printf("%s\n", DiagnosisAsJson(*diagnosis).c_str());
     } else {
         Print(*diagnosis);
+        PrintFindings(diagnosis->findings);
     }
     return Advise(*diagnosis);
 }

@@ -1,4 +1,5 @@
 #include "apps/bench/commands.h"
+#include "apps/bench/error_guide.h"
 #include "apps/bench/output.h"
 #include "apps/support/suggest.h"
 #include "gaizior/errors/error_table.h"
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace apps {
 namespace {
@@ -23,51 +25,6 @@ struct Explanation {
     std::string name; ///< empty when it has none
     std::string text;
 };
-
-/// Where codes come from: the classes are ranges of their numbers.
-struct Origin {
-    std::uint32_t first;
-    std::uint32_t last;
-    const char* name;
-};
-constexpr std::uint32_t kSystemError = gaizior::kSystemErrorFlag;
-constexpr std::uint32_t kRunTimeError = gaizior::kSystemErrorFlag | gaizior::kRunTimeErrorFlag;
-constexpr std::array kOrigins = {
-    Origin{0x0000, 0x0013, "general result"},
-    Origin{0x0014, 0x012B, "device driver and data transfer"},
-    Origin{0x012C, 0x031F, "commands to the imagesetter over the serial line"},
-    Origin{0x0320, 0x05DB, "reply or state reported by the imagesetter"},
-    Origin{0x05DC, 0x07D0, "registration of a caller with a server"},
-    Origin{0x07D1, 0x0897, "library: memory, files, arguments, handles, waits, threads"},
-    Origin{0x0898, 0x0BB6, "image files and the imager"},
-    Origin{0x0BB7, 0x1B57, "processes"},
-    Origin{0x1B58, 0x2325, "plotter configuration"},
-    Origin{0x2326, 0x23F3, "image compression"},
-    Origin{0x23F4, 0x2453, "XML and registry data"},
-    Origin{0x2454, 0x24B7, "calibration header of a board"},
-    Origin{0x24B8, 0x251B, "GUIDs"},
-    Origin{0x4100, 0x423F, "timing and bus"},
-    Origin{0x4240, 0x4FFF, "bench test application"},
-    Origin{0x5000, 0x50FF, "system, critical sections, threads, events"},
-    Origin{0x5100, 0x7FFF, "device of the machine"},
-    Origin{0x8000, 0x801F, "EEPROM"},
-    Origin{0x8020, 0x81FF, "CAN bus"},
-    Origin{0x8200, 0x82FF, "CAN bus driver and link to the imaging engine"},
-    Origin{0x8300, 0x837F, "sounds"},
-    Origin{0x8380, 0x8FFF, "XML objects"},
-    Origin{0x9000, 0x9FFF, "exposer"},
-    Origin{0xA000, 0xBFFF, "plate handling system"},
-    Origin{0xC000, 0xFFFE, "auto-unloader"},
-    Origin{0x10000, 0x1FFFF, "firmware of the recorder"},
-    Origin{kSystemError, kRunTimeError - 1, "operating system"},
-    Origin{kRunTimeError, 0x7FFFFFFF, "C run-time library"},
-};
-
-const char* OriginOf(std::uint32_t code) {
-    const auto* origin =
-        std::ranges::find_if(kOrigins, [=](const Origin& o) { return code >= o.first && code <= o.last; });
-    return origin == kOrigins.end() ? nullptr : origin->name;
-}
 
 std::span<const ZRErrorRowT> Rows() {
     unsigned count = 0;
@@ -91,57 +48,128 @@ std::string Hexadecimal(std::uint32_t code) {
     return text.data();
 }
 
-/// "57", "-5" (as "%ld" writes a code with the highest bit) or "0x39": digits, whatever their value.
-bool IsNumber(std::string_view word) {
-    const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
-    word.remove_prefix(hexadecimal ? 2 : word.starts_with('-') ? 1 : 0);
-    const std::string_view digits = hexadecimal ? "0123456789abcdefABCDEF" : "0123456789";
-    return !word.empty() && word.find_first_not_of(digits) == word.npos;
+bool HasOnly(std::string_view word, std::string_view characters) {
+    return !word.empty() && word.find_first_not_of(characters) == word.npos;
 }
+
+constexpr std::string_view kDecimal = "0123456789";
+constexpr std::string_view kHexadecimal = "0123456789abcdefABCDEF";
+
+/// A word that says a number.
+struct Number {
+    std::string_view digits; ///< "-5" too, as "%ld" writes a code with the highest bit
+    int base;
+};
 
 /// The number, if it has 32 bits.
-std::optional<std::uint32_t> ParseCode(std::string_view word) {
-    const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
-    word.remove_prefix(hexadecimal ? 2 : 0);
-    std::int64_t number = 0;
-    const auto result = std::from_chars(word.data(), word.data() + word.size(), number, hexadecimal ? 16 : 10);
-    const bool fits = result.ec == std::errc() && number >= INT32_MIN && number <= UINT32_MAX;
-    return fits ? std::optional(static_cast<std::uint32_t>(number)) : std::nullopt;
+std::optional<std::uint32_t> ParseCode(const Number& number) {
+    std::int64_t value = 0;
+    const char* const end = number.digits.data() + number.digits.size();
+    const auto result = std::from_chars(number.digits.data(), end, value, number.base);
+    const bool fits = result.ec == std::errc() && value >= INT32_MIN && value <= UINT32_MAX;
+    return fits ? std::optional(static_cast<std::uint32_t>(value)) : std::nullopt;
 }
 
-Outcome FindByCode(const std::string& word, std::vector<Explanation>& found) {
-    const std::optional<std::uint32_t> code = ParseCode(word);
+const ZRErrorRowT* FindRow(std::uint32_t code) {
+    const auto rows = Rows();
+    const auto row = std::ranges::find(rows, static_cast<ZRErrors::ZRErrorT>(code), &ZRErrorRowT::nCode);
+    return row == rows.end() ? nullptr : &*row;
+}
+
+/// What is meant by "57", "-5", "0x39" and "822F"; nothing where the word is none of these. A word of letters alone,
+/// such as "bad", is one to search for unless some code is written so.
+std::optional<Number> AsNumber(std::string_view word) {
+    if (word.starts_with("0x") || word.starts_with("0X")) {
+        return HasOnly(word.substr(2), kHexadecimal) ? std::optional(Number{word.substr(2), 16}) : std::nullopt;
+    }
+    if (HasOnly(word.substr(word.starts_with('-') ? 1 : 0), kDecimal)) {
+        return Number{word, 10};
+    }
+    if (!HasOnly(word, kHexadecimal)) {
+        return std::nullopt;
+    }
+    const Number number{word, 16};
+    const std::optional<std::uint32_t> code = ParseCode(number);
+    const bool isMeant = word.find_first_of(kDecimal) != word.npos || (code && FindRow(*code));
+    return isMeant ? std::optional(number) : std::nullopt;
+}
+
+/// The system's text of a folded number; empty where it has none. Both systems say so in a text of its own.
+std::string FoldedText(ZRErrors::ZRErrorT code) {
+    const std::string text = ErrorText(code);
+    return text.starts_with("Unknown error") || text.starts_with("Format message failed.") ? "" : text;
+}
+
+/// Why a number is no code, and what was meant perhaps.
+std::string UnknownText(const std::string& word, const Number& number, std::uint32_t code) {
+    const std::string name = word + " (" + (number.base == 10 ? Hexadecimal(code) : std::to_string(code)) + ")";
+    const auto folded = static_cast<ZRErrors::ZRErrorT>(code);
+    if (gaizior::IsFolded(folded) && code <= INT32_MAX) {
+        return name + " is number " + std::to_string(gaizior::FoldedNumber(folded)) + " of the " + OriginOf(code) +
+               ", which has no text for it";
+    }
+    const ZRErrorRowT* const meant =
+        number.base == 10 ? FindRow(ParseCode({number.digits, 16}).value_or(code)) : nullptr;
+    const char* const origin = OriginOf(code);
+    return name + " is no code of this system" +
+           (meant    ? " (did you mean " + Hexadecimal(meant->nCode) + "?)"
+            : origin ? std::string(" (about there: ") + origin + ")"
+                     : "");
+}
+
+/// What became of the codes that were asked for.
+struct Answer {
+    std::vector<Explanation> found;
+    std::string unknown; ///< why others are none
+};
+
+Outcome FindByCode(const std::string& word, const Number& number, Answer& answer) {
+    const std::optional<std::uint32_t> code = ParseCode(number);
     if (!code) {
         return Fail(kFunction, kInvalidParameter, Exit::kUsage, word + " is no code: codes have 32 bits");
     }
-    if (const auto folded = static_cast<ZRErrors::ZRErrorT>(*code); gaizior::IsFolded(folded)) {
-        found.push_back({*code, {}, ErrorText(folded)});
-        return std::nullopt;
+    const auto folded = static_cast<ZRErrors::ZRErrorT>(*code);
+    const std::string text = gaizior::IsFolded(folded) ? FoldedText(folded) : "";
+    if (const ZRErrorRowT* const row = FindRow(*code)) {
+        answer.found.push_back(FromRow(*row));
+    } else if (!text.empty()) {
+        answer.found.push_back({*code, {}, text});
+    } else {
+        answer.unknown += (answer.unknown.empty() ? "" : "; ") + UnknownText(word, number, *code);
     }
-    const auto rows = Rows();
-    const auto row = std::ranges::find(rows, static_cast<ZRErrors::ZRErrorT>(*code), &ZRErrorRowT::nCode);
-    if (row == rows.end()) {
-        const char* origin = OriginOf(*code);
-        return Fail(kFunction, kNameNotFound, Exit::kNotFound,
-                    std::to_string(*code) + " (" + Hexadecimal(*code) + ") is no code of this system" +
-                        (origin ? std::string(" (its range: ") + origin + ")" : "") +
-                        ": search for its words, as in 'bench error plate wide'");
-    }
-    found.push_back(FromRow(*row));
     return std::nullopt;
 }
 
-/// Rows that have every word in their text or name; a word that is a name finds that row alone.
+const ZRErrorRowT* FindByName(const std::string& word) {
+    const auto rows = Rows();
+    const auto row = std::ranges::find_if(
+        rows, [lower = Lower(word)](const ZRErrorRowT& r) { return r.pName && Lower(r.pName) == lower; });
+    return row == rows.end() ? nullptr : &*row;
+}
+
+/// Whether each word is a code or an enumerator; else they are to be searched for.
+bool AreCodes(const std::vector<std::string>& words) {
+    return std::ranges::all_of(words, [](const std::string& word) { return FindByName(word) || AsNumber(word); });
+}
+
+Outcome FindEach(const std::vector<std::string>& words, Answer& answer) {
+    for (const std::string& word : words) {
+        if (const ZRErrorRowT* const row = FindByName(word)) {
+            answer.found.push_back(FromRow(*row));
+        } else if (Outcome failure = FindByCode(word, *AsNumber(word), answer)) {
+            return failure;
+        }
+    }
+    return std::nullopt;
+}
+
+/// Rows that have every word in their text or name.
 Outcome FindByWords(const std::vector<std::string>& words, std::vector<Explanation>& found) {
     std::vector<std::string> names;
     std::vector<std::string> wanted;
     std::ranges::transform(words, std::back_inserter(wanted), Lower);
     for (const ZRErrorRowT& row : Rows()) {
         const Explanation candidate = FromRow(row);
-        if (wanted.size() == 1 && Lower(candidate.name) == wanted.front()) {
-            found = {candidate};
-            return std::nullopt;
-        }
         const std::string text = Lower(candidate.text + " " + candidate.name);
         if (std::ranges::all_of(wanted, [&](const std::string& word) { return text.find(word) != text.npos; })) {
             found.push_back(candidate);
@@ -161,53 +189,78 @@ Outcome FindByWords(const std::vector<std::string>& words, std::vector<Explanati
 }
 
 std::string AsJson(const std::vector<Explanation>& found) {
+    const auto orEmpty = [](const char* text) { return text ? text : ""; };
     JsonArray errors;
     for (const Explanation& error : found) {
         JsonObject object;
         object.Number("code", error.code).Text("hex", Hexadecimal(error.code));
-        error.name.empty() ? object.Null("name") : object.Text("name", error.name);
-        object.Text("text", error.text);
-        const char* origin = OriginOf(error.code);
-        origin ? object.Text("origin", origin) : object.Null("origin");
+        object.TextOrNull("name", error.name).Text("text", error.text);
+        object.TextOrNull("origin", orEmpty(OriginOf(error.code)));
+        object.TextOrNull("device", orEmpty(DeviceOf(error.code)));
+        object.TextOrNull("next", orEmpty(NextStepFor(error.code)));
         errors.Add(object.Json());
     }
     return JsonObject().Value("errors", errors.Json()).Json();
 }
 
-void PrintOne(const Explanation& error) {
-    std::printf("%s\n", Printable(error.text).c_str());
-    std::printf("  code    %lld, %s\n", static_cast<long long>(error.code), Hexadecimal(error.code).c_str());
-    if (!error.name.empty()) {
-        std::printf("  name    %s\n", error.name.c_str());
+void PrintField(const char* name, const std::string& text, std::size_t columns) {
+    constexpr std::size_t kIndent = 10;
+    if (!text.empty()) {
+        std::printf("%s", Wrapped("  " + Padded(name, kIndent - 2), text, " ", kIndent, columns).c_str());
     }
-    if (const char* origin = OriginOf(error.code)) {
-        std::printf("  origin  %s\n", origin);
+}
+
+void PrintOne(const Explanation& error, std::size_t columns) {
+    const auto orEmpty = [](const char* text) { return std::string(text ? text : ""); };
+    std::printf("%s", Wrapped("", Printable(error.text), " ", 2, columns).c_str());
+    PrintField("code", std::to_string(error.code) + ", " + Hexadecimal(error.code), columns);
+    PrintField("name", error.name, columns);
+    PrintField("origin", orEmpty(OriginOf(error.code)), columns);
+    PrintField("device", orEmpty(DeviceOf(error.code)), columns);
+    PrintField("next", orEmpty(NextStepFor(error.code)), columns);
+}
+
+void PrintEach(const std::vector<Explanation>& found) {
+    const char* gap = "";
+    for (const Explanation& error : found) {
+        std::printf("%s", std::exchange(gap, "\n"));
+        PrintOne(error, OutputColumns());
     }
 }
 
 void PrintList(const std::vector<Explanation>& found) {
-    constexpr std::size_t kBeforeText = 17;
-    const std::size_t columns = OutputColumns();
     for (const Explanation& error : found) {
-        std::printf("%8s  %5u  %s\n", Hexadecimal(error.code).c_str(), static_cast<unsigned>(error.code),
-                    Shortened(Printable(error.text), columns > kBeforeText ? columns - kBeforeText : 1).c_str());
+        std::array<char, 32> head{};
+        const int length = std::snprintf(head.data(), head.size(), "%8s  %5u  ", Hexadecimal(error.code).c_str(),
+                                         static_cast<unsigned>(error.code));
+        std::printf("%s",
+                    Wrapped(head.data(), Printable(error.text), " ", static_cast<std::size_t>(length), OutputColumns())
+                        .c_str());
     }
 }
 
 } // namespace
 
 Outcome ErrorCommand(const ErrorOptions& options) {
-    std::vector<Explanation> found;
-    const bool isCode = options.words.size() == 1 && IsNumber(options.words.front());
-    if (Outcome failure = isCode ? FindByCode(options.words.front(), found) : FindByWords(options.words, found)) {
+    if (std::ranges::find(options.words, "") != options.words.end()) {
+        return Fail(kFunction, kInvalidParameter, Exit::kUsage,
+                    "an empty word explains nothing: write a code, an enumerator or words, as in 'bench error 57'");
+    }
+    Answer answer;
+    const bool areCodes = AreCodes(options.words);
+    if (Outcome failure = areCodes ? FindEach(options.words, answer) : FindByWords(options.words, answer.found)) {
         return failure;
     }
-    if (options.json) {
-        std::printf("%s\n", AsJson(found).c_str());
-    } else if (found.size() == 1) {
-        PrintOne(found.front());
+    if (options.json && !answer.found.empty()) {
+        std::printf("%s\n", AsJson(answer.found).c_str());
+    } else if (areCodes || answer.found.size() == 1) {
+        PrintEach(answer.found);
     } else {
-        PrintList(found);
+        PrintList(answer.found);
+    }
+    if (!answer.unknown.empty()) {
+        return Fail(kFunction, kNameNotFound, Exit::kNotFound,
+                    answer.unknown + ": search for words of its text, as in 'bench error plate wide'");
     }
     return std::nullopt;
 }

@@ -1,28 +1,21 @@
 #include "apps/bench/imager_session.h"
 
-#include "apps/support/places.h"
+#include "apps/bench/imager_program.h"
+#include "apps/support/file_error.h"
 #include "gaizior/comms/channel_block.h"
 #include "gaizior/errors/folded_code.h"
 
-#include <array>
 #include <cstdio>
-#include <filesystem>
 
 namespace apps {
 namespace {
 
 constexpr DWORD kTimeToEnd = 5000;
 
-/// The program of that name in bench's own folder, with the ending that programs have on this system.
-std::string BesideBench(const char* name) {
-    std::filesystem::path own = ProgramPath();
-    return own.replace_filename(name + own.extension().string()).string();
-}
-
 } // namespace
 
 ImagerSession::ImagerSession(const ImageOptions& options)
-    : m_options(options), m_path(options.imager.empty() ? BesideBench("imager") : options.imager),
+    : m_options(options),
       m_client(static_cast<std::uint16_t>(options.id + 1), static_cast<DWORD>(options.timeout * 1000)) {}
 
 ImagerSession::~ImagerSession() {
@@ -33,10 +26,10 @@ ImagerSession::~ImagerSession() {
 
 Outcome ImagerSession::Start(HANDLE hInterrupt) {
     constexpr const char* kFunction = "ImagerSession::Start(): ";
-    if (!std::filesystem::is_regular_file(m_path)) {
-        return Fail(kFunction, kNameNotFound, Exit::kNotFound,
-                    m_path + ": there is no imager: build it or name it with --imager PATH");
+    if (Outcome failure = FindImager(m_options.imager, m_path)) {
+        return failure;
     }
+    m_client.Watch({nullptr, hInterrupt});
     if (Outcome failure = m_client.Open(m_options.id)) {
         return failure;
     }
@@ -51,11 +44,9 @@ Outcome ImagerSession::Start(HANDLE hInterrupt) {
 }
 
 Outcome ImagerSession::StartProcess() {
-    std::array<char, 64> speed{};
-    std::snprintf(speed.data(), speed.size(), "%g", m_options.speed);
     std::string command = "\"" + m_path + "\" --id " + std::to_string(m_options.id + 1) + " --client-id " +
                           std::to_string(m_options.id) + " --client-process " +
-                          std::to_string(::GetCurrentProcessId()) + " --speed " + speed.data() +
+                          std::to_string(::GetCurrentProcessId()) + " --speed " + SpeedWord(m_options.speed) +
                           (m_options.verbose ? " --verbose" : "");
     STARTUPINFOA startup{};
     startup.cb = sizeof(startup);
@@ -65,7 +56,7 @@ Outcome ImagerSession::StartProcess() {
                           nullptr, &startup, &process)) {
         const ZRErrors::ZRErrorT code = gaizior::LastSystemError();
         return Fail("ImagerSession::StartProcess(): ", code, Exit::kFailed,
-                    m_path + ": the imager cannot be started: " + ErrorText(code) +
+                    m_path + ": the imager cannot be started: " + FileErrorText(code, m_path) +
                         ": check that it is a program for this system");
     }
     ::CloseHandle(process.hThread);

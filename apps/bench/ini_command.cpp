@@ -305,7 +305,8 @@ Outcome DecodeIniCommand(const DecodeIniOptions& options) {
     const std::string contents = options.to.empty() ? text.str() : std::string();
     if (options.json) {
         JsonObject object;
-        object.Text("file", options.file).TextOrNull("to", options.to).TextOrNull("text", contents);
+        object.Text("file", options.file).TextOrNull("to", options.to);
+        options.to.empty() ? object.Text("text", contents) : object.Null("text");
         std::printf("%s\n", object.Json().c_str());
     } else {
         std::fwrite(contents.data(), 1, contents.size(), stdout);

@@ -108,9 +108,7 @@ void PrintText(const LogEntry& entry) {
 void PrintJson(const LogEntry& entry) {
     JsonObject line;
     if (entry.hasTag) {
-        char format[32];
-        std::snprintf(format, sizeof(format), "%s.%03d", kTimeForPrograms, entry.tag.time % kSecond);
-        line.Text("time", TimeText(entry.moment, format));
+        line.Text("time", ExactTimeText(entry.moment));
     } else {
         line.Null("time");
     }

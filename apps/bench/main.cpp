@@ -1,40 +1,48 @@
 #include "apps/bench/command_line.h"
-#include "apps/bench/output.h"
+#include "apps/bench/failure_output.h"
+#include "apps/bench/terminal.h"
 #include "apps/support/diagnostics.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 namespace apps {
 namespace {
 
-int PrintFailure(const std::string& text, Exit exit) {
-    std::fprintf(stderr, "%s %s\n", Painted(Stream::kError, Colour::kBad, "bench:").c_str(), Printable(text).c_str());
-    return static_cast<int>(exit);
+/// Whether a program reads what is written, as far as a command line tells that may be wrong.
+bool WantsJson(const std::vector<std::string>& words) {
+    const auto end = std::ranges::find(words, "--");
+    return std::any_of(words.begin(), end,
+                       [](const std::string& word) { return word == "--json" || word == "--json=true"; });
 }
 
-int Run(int argc, char** argv) {
-    const TerminalMode mode;
-    CommandLine line;
-    try {
-        line.app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) {
-            return line.app.exit(error);
-        }
-        return PrintFailure(ExplainUsage(line.app, error, argc, argv), Exit::kUsage);
-    }
+Outcome CarryOut(const CommandLine& line) {
     SetUpDiagnostics("bench", line.verbose);
     const Interrupt interrupt;
     Outcome failure = line.run(interrupt);
     if (!failure && (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)) {
-        failure = Fail("Run(): ", kFileNotWritten, Exit::kFailed,
+        failure = Fail("CarryOut(): ", kFileNotWritten, Exit::kFailed,
                        "the result cannot be written to standard output: check the disk or the reader");
     }
-    if (!failure) {
-        return static_cast<int>(Exit::kDone);
+    return failure;
+}
+
+int Run(const std::vector<std::string>& words) {
+    const TerminalMode mode;
+    CommandLine line;
+    if (words.empty()) {
+        std::fputs(line.Brief().c_str(), stderr);
+        return static_cast<int>(Exit::kUsage);
     }
-    const int exit = PrintFailure(failure->text, failure->exit);
-    if (line.verbose) {
+    const bool json = WantsJson(words);
+    if (const Outcome failure = line.Parse(words)) {
+        return PrintFailure(*failure, json);
+    }
+    const Outcome failure = CarryOut(line);
+    const int exit = failure ? PrintFailure(*failure, json) : static_cast<int>(Exit::kDone);
+    if (failure && line.verbose) {
         PrintErrorStack();
     }
     return exit;
@@ -43,7 +51,13 @@ int Run(int argc, char** argv) {
 } // namespace
 } // namespace apps
 
-int main(int argc, char** argv) try { return apps::Run(argc, argv); } catch (const std::exception& error) {
-    std::fprintf(stderr, "bench: it cannot go on: %s\n", error.what());
-    return static_cast<int>(apps::Exit::kFailed);
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    try {
+        return apps::Run(words);
+    } catch (const std::exception& error) {
+        return apps::PrintFailure(
+            {apps::kUnknownError, apps::Exit::kFailed, std::string("it cannot go on: ") + error.what()},
+            apps::WantsJson(words));
+    }
 }

@@ -17,6 +17,73 @@ std::string Formatted(const char* format, unsigned value) {
     return buffer.data();
 }
 
+std::string_view WithoutBlanksBehind(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+/// Puts pieces of text, which end with blanks or not, into lines.
+class LineBreaker {
+public:
+    LineBreaker(std::string_view head, std::size_t indent, std::size_t columns)
+        : m_line(head), m_nUsed(Characters(head)), m_nIndent(indent), m_nColumns(std::max(columns, indent + 1)) {}
+
+    void Add(std::string_view piece) {
+        MakeRoomFor(piece);
+        if (HasRoomFor(piece)) {
+            Append(piece);
+            return;
+        }
+        while (!piece.empty()) {
+            const std::string_view word = piece.substr(0, std::min(piece.find(' '), piece.size() - 1) + 1);
+            MakeRoomFor(word);
+            Append(word);
+            piece.remove_prefix(word.size());
+        }
+    }
+
+    std::string End() {
+        Break();
+        return m_lines;
+    }
+
+private:
+    bool HasRoomFor(std::string_view piece) const {
+        return m_nUsed + Characters(WithoutBlanksBehind(piece)) <= m_nColumns;
+    }
+
+    void MakeRoomFor(std::string_view piece) {
+        if (m_bBegun && !HasRoomFor(piece)) {
+            Break();
+        }
+    }
+
+    /// Breaks what is longer than a line.
+    void Append(std::string_view piece) {
+        ForEachCharacter(piece, [&](std::string_view character, bool) {
+            if (m_nUsed >= m_nColumns && character != " ") {
+                Break();
+            }
+            m_line += character;
+            ++m_nUsed;
+        });
+        m_bBegun = true;
+    }
+
+    void Break() {
+        m_lines += std::string(WithoutBlanksBehind(m_line)) + "\n";
+        m_line.assign(m_nIndent, ' ');
+        m_nUsed = m_nIndent;
+        m_bBegun = false;
+    }
+
+    std::string m_lines; ///< those that have ended
+    std::string m_line;
+    std::size_t m_nUsed;   ///< characters of the line
+    bool m_bBegun = false; ///< the line has some of the text
+    std::size_t m_nIndent;
+    std::size_t m_nColumns;
+};
+
 } // namespace
 
 std::string Painted(Stream stream, Colour colour, std::string_view text) {
@@ -46,15 +113,21 @@ std::string Shortened(std::string_view text, std::size_t columns) {
     return std::string(text.substr(0, cut)) + std::string(kDots.substr(0, columns));
 }
 
-std::size_t Characters(std::string_view text) {
-    std::size_t characters = 0;
-    ForEachCharacter(text, [&](std::string_view, bool) { ++characters; });
-    return characters;
-}
-
 std::string Padded(std::string_view text, std::size_t columns) {
     const std::size_t characters = Characters(text);
     return std::string(text) + std::string(columns > characters ? columns - characters : 0, ' ');
+}
+
+std::string Wrapped(std::string_view head, std::string_view text, std::string_view separator, std::size_t indent,
+                    std::size_t columns) {
+    LineBreaker lines(head, indent, columns);
+    while (!text.empty()) {
+        const std::size_t at = text.find(separator);
+        const std::size_t end = at == text.npos ? text.size() : at + separator.size();
+        lines.Add(text.substr(0, end));
+        text.remove_prefix(end);
+    }
+    return lines.End();
 }
 
 void Narrow(std::vector<std::size_t>& widths, std::size_t room) {
@@ -73,8 +146,13 @@ void Narrow(std::vector<std::size_t>& widths, std::size_t room) {
 }
 
 std::size_t OutputColumns() {
-    constexpr std::size_t kNoLimit = 10000;
-    return IsTerminal(Stream::kOutput) ? TerminalColumns(Stream::kOutput) : kNoLimit;
+    return IsTerminal(Stream::kOutput) ? TerminalColumns(Stream::kOutput) : kAnyColumns;
+}
+
+void Warn(const std::string& text) {
+    std::fprintf(stderr, "%s %s\n", Painted(Stream::kError, Colour::kNotice, "bench:").c_str(),
+                 Printable(text).c_str());
+    std::fflush(stderr);
 }
 
 std::string Counted(long long count, const char* thing) {
@@ -132,6 +210,27 @@ std::string TimeText(long long moment, const char* format) {
     return text.data() + std::string(zone.data());
 }
 
+std::string ExactTimeText(long long moment) {
+    constexpr long long kSecond = 1000;
+    const long long rest = (moment % kSecond + kSecond) % kSecond;
+    return TimeText(moment, (kTimeForPrograms + Formatted(".%03u", static_cast<unsigned>(rest))).c_str());
+}
+
+std::string ClockText(long long moment, long long now, bool exact) {
+    constexpr const char* kDay = "%Y-%m-%d";
+    constexpr std::size_t kTimeBegin = 11;
+    constexpr std::size_t kSeconds = 8;
+    constexpr std::size_t kMilliseconds = 12;
+    const std::size_t width = exact ? kMilliseconds : kSeconds;
+    if (moment == 0) {
+        return std::string(width, ' ');
+    }
+    if (TimeText(moment, kDay) == TimeText(now, kDay)) {
+        return ExactTimeText(moment).substr(kTimeBegin, width);
+    }
+    return Padded(TimeText(moment, "%d %b      ").substr(0, kSeconds), width);
+}
+
 std::string ProgressLine(std::string_view label, int permille, std::string_view time, std::size_t columns) {
     constexpr std::size_t kLeastBar = 8;
     constexpr std::size_t kMostBar = 40;
@@ -139,7 +238,7 @@ std::string ProgressLine(std::string_view label, int permille, std::string_view 
     const std::string percent = Formatted("%3u %%", static_cast<unsigned>(done / 10));
     const std::string end = percent + (time.empty() ? "" : "  " + std::string(time));
     constexpr std::size_t kFrame = 4; // blank and brackets, blank
-    const std::size_t needed = label.size() + kFrame + end.size();
+    const std::size_t needed = Characters(label) + kFrame + end.size();
     if (needed + kLeastBar > columns && !time.empty()) {
         return ProgressLine(label, permille, {}, columns);
     }
@@ -156,27 +255,31 @@ void ProgressBar::Show(std::string_view label, int permille, std::string_view ti
     if (!m_bLive) {
         return;
     }
-    // The last column stays free, since some terminals wrap when it is written, and two more for an echoed "^C".
-    constexpr unsigned kFreeColumns = 3;
-    const unsigned columns = std::max(TerminalColumns(Stream::kError), kFreeColumns);
-    const std::string line = ProgressLine(label, permille, time, columns - kFreeColumns);
-    Draw(line);
+    // The last column stays free, since some terminals wrap when it is written.
+    const unsigned columns = std::max(TerminalColumns(Stream::kError), 1U);
+    Draw(ProgressLine(label, permille, time, columns - 1));
 }
 
 void ProgressBar::Clear() {
     if (m_nShown > 0) {
         Draw({});
-        std::fputc('\r', stderr);
-        std::fflush(stderr);
     }
 }
 
-/// Blanks wipe what is left of a longer line before: every terminal understands those.
+/// The cursor rests at the line's beginning: when the terminal gets narrower and wraps the line, it stays there, and
+/// all below is wiped with the line. Terminals without sequences get blanks over what is left of a longer line.
 void ProgressBar::Draw(const std::string& line) {
-    const std::string rest(m_nShown - std::min(m_nShown, line.size()), ' ');
-    std::fprintf(stderr, "\r%s%s", line.c_str(), rest.c_str());
+    const std::size_t characters = Characters(line);
+    if (HasColour(Stream::kError)) {
+        // Not from the screen's corner: there some terminals take the wiped for what their history is to keep.
+        // A terminal that has just got narrower cuts the line instead of wrapping it.
+        std::fprintf(stderr, "\r\x1b[?7l%s\x1b[J\x1b[?7h\r", line.empty() ? " " : line.c_str());
+    } else {
+        const std::string rest(m_nShown - std::min(m_nShown, characters), ' ');
+        std::fprintf(stderr, "\r%s%s\r", line.c_str(), rest.c_str());
+    }
     std::fflush(stderr);
-    m_nShown = line.size();
+    m_nShown = characters;
 }
 
 JsonObject& JsonObject::Value(const char* key, std::string_view json) {
@@ -197,6 +300,9 @@ JsonObject& JsonObject::Number(const char* key, std::int64_t value) {
 }
 
 JsonObject& JsonObject::Real(const char* key, double value) {
+    if (!std::isfinite(value)) {
+        return Null(key); // JSON has no such numbers
+    }
     std::array<char, 32> buffer{};
     std::snprintf(buffer.data(), buffer.size(), "%.3f", value);
     return Value(key, buffer.data());

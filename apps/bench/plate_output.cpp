@@ -4,10 +4,6 @@
 
 namespace apps {
 
-std::string PlateText(const Plate& plate) {
-    return FormatSize(plate.size) + (plate.name.empty() ? "" : ", '" + Printable(plate.name) + "'");
-}
-
 CPlateDetails::FlagsT ScreenFields(const Plate& plate) {
     using Details = CPlateDetails;
     auto fields = Details::e_Flags_Name | Details::e_Flags_Width | Details::e_Flags_Height;

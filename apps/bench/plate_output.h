@@ -7,9 +7,6 @@
 
 namespace apps {
 
-/// "345 x 580 mm, 'Daily news'": a plate within a sentence.
-std::string PlateText(const Plate& plate);
-
 /// What an operator's screen shows of a plate: the fields of which something is known.
 CPlateDetails::FlagsT ScreenFields(const Plate& plate);
 /// What it says there.

@@ -1,18 +1,11 @@
-#include "apps/bench/channel_look.h"
-#include "apps/bench/commands.h"
 #include "apps/bench/hang.h"
+#include "apps/bench/imager_visit.h"
 #include "apps/bench/output.h"
-#include "apps/job/imager_client.h"
-#include "apps/support/channel_id.h"
 
 #include <cstdio>
-#include <memory>
 
 namespace apps {
 namespace {
-
-constexpr const char* kFunction = "ThreadsCommand(): ";
-constexpr std::uint16_t kOwnId = kServiceId + 1; // beside a 'bench channel send' or 'receive' that runs
 
 const char* PriorityName(int priority) {
     return priority < THREAD_PRIORITY_BELOW_NORMAL    ? "lowest"
@@ -131,30 +124,23 @@ void PrintReport(const ThreadReport& report, std::uint16_t imager, const std::op
     }
 }
 
-Outcome AskFor(ThreadReport& report, const ThreadsOptions& options, const Interrupt& interrupt) {
+Outcome AskFor(ThreadReport& report, const ImagerOptions& options, const Interrupt& interrupt) {
     // Told apart from that of another call whose answers may still be under way.
     const auto request = static_cast<std::int32_t>(::GetTickCount64() & 0x7FFFFFFF);
-    ImagerClient client(options.id, static_cast<DWORD>(options.timeout * 1000));
-    client.Watch({nullptr, interrupt.Event()});
-    // Another of this command has the ID for as long as it waits for its answer.
-    if (Outcome failure =
-            client.Open(options.id == kOwnId ? kServiceId : kOwnId, static_cast<DWORD>(options.timeout * 1000))) {
-        if (failure->code == kDeviceBusy) {
-            failure->exit = Exit::kTimedOut;
-            failure->text = "another 'bench imager threads' waits for its answer: try again when it has ended";
-        }
+    ImagerVisit visit(options, ImagerVisit::Purpose::kQuestion, interrupt);
+    if (Outcome failure = visit.Begin()) {
         return failure;
     }
     ThreadReportReader reader(request);
     Message reply;
-    Outcome failure = client.Command(MakeThreadsCommand(request), reply);
+    Outcome failure = visit.Client().Command(MakeThreadsCommand(request), reply);
     while (!failure) {
         reader.Add(reply);
         if (reader.IsWhole()) {
             report = reader.Report();
             return std::nullopt;
         }
-        failure = client.NextReply(kThreads, reply);
+        failure = visit.Client().NextReply(kThreads, reply);
     }
     if (failure->exit == Exit::kTimedOut) {
         const std::string number = std::to_string(options.id);
@@ -171,16 +157,8 @@ Outcome AskFor(ThreadReport& report, const ThreadsOptions& options, const Interr
 
 } // namespace
 
-Outcome ThreadsCommand(const ThreadsOptions& options, const Interrupt& interrupt) {
+Outcome ThreadsCommand(const ImagerOptions& options, const Interrupt& interrupt) {
     const std::string number = std::to_string(options.id);
-    const auto look = std::make_unique<Look>();
-    if (Outcome failure = TakeLook(*look)) {
-        return failure;
-    }
-    if (!IsIdInUse(options.id)) {
-        return Fail(kFunction, kNameNotFound, Exit::kNotFound,
-                    "there is no imager " + number + ": --id names another, 'imager --id " + number + "' starts one");
-    }
     ThreadReport report;
     if (Outcome failure = AskFor(report, options, interrupt)) {
         return failure;
@@ -192,9 +170,9 @@ Outcome ThreadsCommand(const ThreadsOptions& options, const Interrupt& interrupt
         PrintReport(report, options.id, hang);
     }
     if (hang) {
-        return Fail(kFunction, ZRErrors::e_CriticalSection_TimeOut, Exit::kFailed,
-                    "imager " + number + " hangs: " + hang->text + ": 'bench channel send --to " + number +
-                        " \"1;5;110;0;;\"' ends the imager");
+        return Fail("ThreadsCommand(): ", ZRErrors::e_CriticalSection_TimeOut, Exit::kFailed,
+                    "imager " + number + " hangs: " + hang->text + ": 'bench imager stop" + IdWords(options.id) +
+                        "' ends it");
     }
     return std::nullopt;
 }

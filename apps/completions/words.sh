@@ -12,6 +12,10 @@ for word; do
     *) previous= && set -- "$@" "$word" ;;
     esac
 done
+topic=
+case ${1-} in
+help) topic=$1 && shift ;; # whose words are those of the commands themselves
+esac
 help=$("$program" --help "$@")
 
 case $previous$help in
@@ -21,7 +25,8 @@ case $previous$help in
     exit
     ;;
 esac
-case $current$help in
+case $topic$current$help in
+help*) wanted=Subcommands ;;
 -*) wanted=Options help=$("$program" --help && printf "%s" "$help") ;;
 *"] JOBFILE"*) echo JOBFILE && exit ;;
 *"] PLATEFILE"*) echo PLATEFILE && exit ;;

@@ -18,16 +18,16 @@ std::string ReasonOf(ZRErrors::ZRErrorT code, Engine::State state) {
 
 } // namespace
 
-Outgoing CommandHandler::Greeting() const {
-    return MakeReply(m_nClientId, kStatus, ZRErrors::e_General_NoError);
+Outgoing CommandHandler::Greeting(std::uint16_t clientId) const {
+    return MakeReply(clientId, kStatus, ZRErrors::e_General_NoError);
 }
 
 std::vector<Outgoing> CommandHandler::Handle(std::string_view packet) {
     Message command;
     if (Decode(packet, command) != ZRErrors::e_General_NoError) {
-        return {MakeRefusal(m_nClientId, 0, kInvalidData, "this is no whole message")};
+        return {MakeRefusal(AddresseeOf(NamedSender(packet)), 0, kInvalidData, "this is no whole message")};
     }
-    const std::uint16_t sender = AddresseeOf(command);
+    const std::uint16_t sender = AddresseeOf(command.id);
     if (command.type == kReply || command.type == kProgress) {
         return {};
     }

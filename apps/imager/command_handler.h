@@ -15,25 +15,27 @@ struct Outgoing {
     Message message;
 };
 
+/// No communications ID: the destination of an answer to whoever named none.
+inline constexpr std::uint16_t kNobody = 0;
+
 /// Turns the texts that the imager receives into operations of its engine and says what is to be sent back. Knows
 /// neither channel nor clock. Not for several threads at once.
 class CommandHandler {
 public:
-    /// `ownId`: the imager's communications ID. `clientId`: who is told when the imager is ready, and who gets the
-    /// answer to a message that is too damaged to tell its sender.
-    CommandHandler(std::uint16_t ownId, std::uint16_t clientId) : m_nOwnId(ownId), m_nClientId(clientId) {}
+    /// `ownId`: the imager's communications ID.
+    explicit CommandHandler(std::uint16_t ownId) : m_nOwnId(ownId) {}
 
-    /// Whom an answer to a command goes to: its sender, or the client where it names none.
-    std::uint16_t AddresseeOf(const Message& command) const {
-        return command.id == 0 || command.id == m_nOwnId ? m_nClientId : command.id;
+    /// Whom an answer to a message of that sender goes to: kNobody where it names none, or the imager itself.
+    std::uint16_t AddresseeOf(std::uint16_t sender) const {
+        return sender == m_nOwnId ? kNobody : sender;
     }
-    /// The word that the imager is there: a reply to a status command that nobody had to send.
-    Outgoing Greeting() const;
+    /// The word to a client that the imager is there: a reply to a status command that nobody had to send.
+    Outgoing Greeting(std::uint16_t clientId) const;
 
-    /// Carries a received text out. Every command is answered: status, stop and what is refused at once, the others
-    /// when they are done. A text that is no command is answered with a code. Only replies and progress are not: two
-    /// imagers that answered each other's replies would never stop. The report of threads is not among them: it is to
-    /// come also when this cannot be reached.
+    /// Carries a received text out. Every command is answered to the sender that it names: status, stop and what is
+    /// refused at once, the others when they are done. A text that is no command is answered with a code. Only replies
+    /// and progress are not: two imagers that answered each other's replies would never stop. The report of threads is
+    /// not among them: it is to come also when this cannot be reached.
     std::vector<Outgoing> Handle(std::string_view packet);
 
     /// Lets the engine's time pass; the reply to an operation that ended in it.
@@ -75,7 +77,6 @@ private:
 
     Engine m_engine;
     std::uint16_t m_nOwnId;
-    std::uint16_t m_nClientId;
     std::optional<Asked> m_asked;
     bool m_bStopped = false;
 };

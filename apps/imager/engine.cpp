@@ -1,21 +1,11 @@
 #include "apps/imager/engine.h"
 
+#include "apps/job/pace.h"
 #include "apps/support/failure.h"
 
 #include <array>
 
 namespace apps {
-namespace {
-
-constexpr double kMirrorRevolutionsPerSecond = 900; // 54,000 a minute, one line each
-constexpr double kLoadSeconds = 4;
-constexpr double kUnloadSeconds = 3;
-
-double ExposeSeconds(const Job& job) {
-    return CountLines(job) / kMirrorRevolutionsPerSecond;
-}
-
-} // namespace
 
 ZRErrors::ZRErrorT Engine::Load(const Plate& plate) {
     if (IsBusy()) {
@@ -79,8 +69,9 @@ ZRErrors::ZRErrorT Engine::Unload() {
 
 void Engine::Halt() {
     if (IsBusy()) {
-        Note(m_phases[m_nEnded], true);
-        End(m_state == State::kExposing ? State::kExposed : State::kEmpty);
+        const Phase& present = m_phases[m_nEnded];
+        Note(present, true);
+        End(present.exposes ? State::kExposed : State::kEmpty);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "apps/support/diagnostics.h"
 #include "apps/support/process_events.h"
 #include "apps/support/version.h"
+#include "apps/support/within.h"
 #include "gaizior/errors/folded_code.h"
 
 #include <CLI/CLI.hpp>
@@ -15,8 +16,8 @@ namespace {
 
 constexpr const char* kFooter = R"(Takes commands over the message channel and answers each. Ends when it
 is told to stop, on Ctrl-C and when its client's process has ended.
-'bench image' starts one by itself; start one by hand to command it with
-'bench channel send'.
+'bench image' starts one for a job, 'bench imager start' one that stays;
+'bench imager' commands it.
 
 Examples:
   imager                          serve ID 101
@@ -65,15 +66,14 @@ int main(int argc, char** argv) try {
     app.footer(apps::kFooter);
     app.allow_windows_style_options(false);
     app.add_option("--id", options.id, "Communications ID to receive under (default 101)")
-        ->check(CLI::Range(2, 65535))
+        ->check(apps::Within(2, 65535))
         ->type_name("ID");
-    CLI::Option* client =
-        app.add_option("--client-id", options.clientId, "Greet this client when ready (without: nobody)")
-            ->check(CLI::Range(1, 65535))
-            ->type_name("ID");
+    app.add_option("--client-id", options.clientId, "Greet this client when ready (without: nobody)")
+        ->check(apps::Within(1, 65535))
+        ->type_name("ID");
     app.add_option("--client-process", clientProcess, "End when this process has ended")->type_name("PID");
     app.add_option("--speed", options.speed, "Run N times as fast as a real engine (default 1)")
-        ->check(CLI::Range(0.01, 100000.0))
+        ->check(apps::Within(0.01, 100000.0))
         ->type_name("N");
     // For tests and training: not in the help.
     const CLI::Option* hang = app.add_option("--hang", options.hang)->type_name("LOCK")->group("");
@@ -92,10 +92,6 @@ int main(int argc, char** argv) try {
         std::fprintf(stderr, "imager: there is no lock '%s' to hang in: --hang takes %s or %s\n", options.hang.c_str(),
                      apps::kLockNames[0], apps::kLockNames[1]);
         return static_cast<int>(apps::Exit::kUsage);
-    }
-    options.greet = client->count() > 0;
-    if (!options.greet) {
-        options.clientId = static_cast<std::uint16_t>(options.id - 1);
     }
     return apps::Run(options, clientProcess, verbose);
 } catch (const std::exception& error) {

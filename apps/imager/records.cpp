@@ -74,7 +74,7 @@ Records::Records(std::uint16_t id, bool verbose)
 }
 
 void Records::OpenLog(std::uint16_t id, bool verbose) {
-    SetUpDiagnostics("imager", verbose); // until there is a log
+    SetUpDiagnostics("imager", verbose, true); // until there is a log
     const std::string path = PathIn(LogFolder(), FileName(id, ".log"), "log");
     if (path.empty()) {
         return;

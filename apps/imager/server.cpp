@@ -4,6 +4,7 @@
 #include "apps/support/process_events.h"
 #include "apps/support/text.h"
 #include "gaizior/comms/channel.h"
+#include "gaizior/comms/channel_block.h"
 #include "gaizior/errors/failure.h"
 
 #include <algorithm>
@@ -13,10 +14,12 @@
 namespace apps {
 namespace {
 
-constexpr DWORD kTick = 50;            // milliseconds between two looks at the engine
-constexpr DWORD kReceivePeriod = 100;  // the channel is looked at so often in any case
-constexpr DWORD kProgressPeriod = 500; // a client may take at most ten messages a second
-constexpr unsigned kMostUnread = 4;    // a client that does not read gets no more progress
+constexpr DWORD kTick = 50;                           // milliseconds between two looks at the engine
+constexpr DWORD kReceivePeriod = 100;                 // the channel is looked at so often in any case
+constexpr DWORD kProgressPeriod = 500;                // a client may take at most ten messages a second
+constexpr unsigned kMostUnread = 4;                   // a client that does not read gets no more progress
+constexpr unsigned kMostAnswers = 20;                 // nor more answers than these
+constexpr unsigned kMostForAbsent = kZcSlotCount / 2; // so full is the pool where absent ones get none at all
 constexpr std::size_t kOutboxLimit = 100;
 constexpr DWORD kTimeForLastWords = 1000;
 constexpr DWORD kTimeToSendDirectly = 500;
@@ -27,17 +30,17 @@ constexpr DWORD kPatienceForId = 5000; // an imager whose client died needs some
 
 Server::Server(const ServerOptions& options)
     : m_options(options), m_hWake(::CreateEventA(nullptr, FALSE, FALSE, nullptr)),
-      m_hWork(::CreateEventA(nullptr, TRUE, FALSE, nullptr)), m_handler(options.id, options.clientId),
+      m_hWork(::CreateEventA(nullptr, TRUE, FALSE, nullptr)), m_handler(options.id),
       m_sender("sender", nullptr, [this](Worker& self) { return Send(self); }),
       m_receiver("receiver", &m_sender, [this](Worker& self) { return Receive(self); }),
       m_engine("engine", &m_sender, [this](Worker& self) { return Simulate(self); }) {}
 
 Outcome Server::Run() {
-    if (Outcome failure = m_channel.Open(m_options.id, kPatienceForId)) {
+    if (Outcome failure = m_channel.Open(m_options.id, {.forId = kPatienceForId, .hInterrupt = m_options.hInterrupt})) {
         return failure;
     }
-    if (m_options.greet) {
-        Put({m_handler.Greeting()});
+    if (m_options.clientId != kNobody) {
+        Put({m_handler.Greeting(m_options.clientId)});
     }
     Outcome failure = Start();
     if (!failure) {
@@ -128,7 +131,7 @@ bool Server::Handle(Worker& self, const char* packet) {
             const bool isStop = isCommand && command.code == kStop;
             if (isCommand) {
                 const char* const end = isStop ? "; it stops all the same" : "; 'bench imager threads' tells more";
-                SendDirectly({m_handler.AddresseeOf(command),
+                SendDirectly({m_handler.AddresseeOf(command.id),
                               {kReply,
                                command.code,
                                m_options.id,
@@ -147,8 +150,8 @@ bool Server::Handle(Worker& self, const char* packet) {
 /// Whatever hangs here, this tells it.
 void Server::ReportThreads(const Message& command) {
     constexpr const char* kFunction = "Server::ReportThreads(): ";
-    const std::uint16_t asker = m_handler.AddresseeOf(command);
-    if (!IsIdInUse(asker)) { // what nobody takes would fill the channel
+    const std::uint16_t asker = m_handler.AddresseeOf(command.id);
+    if (!IsIdHeld(asker)) { // what nobody takes would fill the channel
         gaizior::LogAt(1, kFunction, "nobody has the ID ", unsigned{asker}, " any more");
         return;
     }
@@ -166,7 +169,27 @@ void Server::ReportThreads(const Message& command) {
     }
 }
 
+bool Server::IsToBeSent(const Outgoing& message) {
+    constexpr const char* kFunction = "Server::IsToBeSent(): ";
+    const std::string answer = "the answer to '" + CommandName(message.message.code) + "' ";
+    if (message.destination == kNobody) {
+        gaizior::LogAt(1, kFunction, answer, "is for nobody: no sender was named");
+        return false;
+    }
+    const Waiting waiting = CountWaiting(message.destination);
+    const bool isUnread = waiting.forId >= kMostAnswers;
+    const bool isToBeSent = !isUnread && (waiting.forAnybody < kMostForAbsent || IsIdHeld(message.destination));
+    if (!isToBeSent) {
+        gaizior::LogError(kFunction, answer, "for ID ", unsigned{message.destination}, " is thrown away: ",
+                          isUnread ? "it reads none" : "nobody has that ID, and the channel fills");
+    }
+    return isToBeSent;
+}
+
 void Server::SendDirectly(const Outgoing& message) {
+    if (!IsToBeSent(message)) {
+        return;
+    }
     std::string packet;
     ZRErrors::ZRErrorT code = Encode(message.message, packet);
     if (code == ZRErrors::e_General_NoError) {
@@ -247,7 +270,8 @@ void Server::SendWaiting(Worker& self) {
         std::string packet;
         if (const auto code = Encode(next.message, packet); code != ZRErrors::e_General_NoError) {
             gaizior::LogError(kFunction, "an answer cannot be put into a message: ", ErrorText(code));
-        } else if (ZcSendMessage(packet.c_str(), 0, next.destination) != ZRErrors::e_General_NoError) {
+        } else if (IsToBeSent(next) &&
+                   ZcSendMessage(packet.c_str(), 0, next.destination) != ZRErrors::e_General_NoError) {
             return;
         }
         LockUser outbox(m_outboxLock, &self, kFunction);

@@ -16,11 +16,10 @@ namespace apps {
 
 struct ServerOptions {
     std::uint16_t id = kBenchId + 1;
-    std::uint16_t clientId = kBenchId;
-    bool greet = false;              ///< tell the client when the imager is ready
-    double speed = 1;                ///< how many seconds of the engine pass in one
-    HANDLE hClientProcess = nullptr; ///< the imager ends with it; null: nobody's. Borrowed
-    HANDLE hInterrupt = nullptr;     ///< set to end the imager. Borrowed
+    std::uint16_t clientId = kNobody; ///< who is told when the imager is ready
+    double speed = 1;                 ///< how many seconds of the engine pass in one
+    HANDLE hClientProcess = nullptr;  ///< the imager ends with it; null: nobody's. Borrowed
+    HANDLE hInterrupt = nullptr;      ///< set to end the imager. Borrowed
     /// Told of each plate that was exposed or spoiled, on one of the server's threads, which holds no lock; may be
     /// empty.
     std::function<void(const Exposure&)> onExposure;
@@ -61,7 +60,10 @@ private:
     bool Handle(Worker& self, const char* packet);
     void ReportThreads(const Message& command);
     void SendDirectly(const Outgoing& message);
-    /// Sends what waits; what finds no room stays for the next time.
+    /// Whether an answer is worth the room that it takes in the channel: what nobody reads would fill it. Logged where
+    /// it is not.
+    static bool IsToBeSent(const Outgoing& message);
+    /// Sends what waits; what finds no room stays for the next time. What nobody reads is thrown away.
     void SendWaiting(Worker& self);
     void SendProgress(Worker& self);
     void SendLast(Worker& self);

@@ -1,5 +1,8 @@
 #include "apps/job/imager_client.h"
 
+#include "apps/support/channel_access.h"
+#include "apps/support/exit_text.h"
+#include "apps/support/patience.h"
 #include "apps/support/process_events.h"
 #include "gaizior/comms/channel.h"
 #include "gaizior/logging/log_stream.h"
@@ -13,6 +16,15 @@ namespace {
 constexpr unsigned long kSendTimeout = 2000;
 constexpr unsigned long kReceivePeriod = 100; // the receiver's end is noticed as late as this
 
+/// Why the imager did not do what it was told. One that somebody ends breaks off what it is at.
+Failure Refusal(const Message& reply) {
+    const auto code = static_cast<ZRErrors::ZRErrorT>(reply.value);
+    const std::string command = "'" + CommandName(reply.code) + "'";
+    return Fail("ImagerClient::Command(): ", code, Exit::kFailed,
+                (code == kJobStopped ? "the imager was told to end and broke off " : "the imager refused ") + command +
+                    ": " + ErrorText(code) + (reply.qualifier.empty() ? "" : " (" + reply.qualifier + ")"));
+}
+
 } // namespace
 
 ImagerClient::ImagerClient(std::uint16_t imagerId, DWORD silenceLimit)
@@ -20,7 +32,7 @@ ImagerClient::ImagerClient(std::uint16_t imagerId, DWORD silenceLimit)
       m_receiver("receiver", nullptr, [this](Worker& self) { return ReceiveAll(self); }) {}
 
 Outcome ImagerClient::Open(std::uint16_t id, DWORD patience) {
-    if (Outcome failure = m_channel.Open(id, patience, m_watched.hInterrupt)) {
+    if (Outcome failure = m_channel.Open(id, {patience, m_nSilenceLimit, m_watched.hInterrupt})) {
         return failure;
     }
     const auto code = m_receiver.start();
@@ -47,10 +59,7 @@ Outcome ImagerClient::Command(const Message& command, Message& reply, const Prog
         return failure;
     }
     if (reply.value != ZRErrors::e_General_NoError) {
-        const auto code = static_cast<ZRErrors::ZRErrorT>(reply.value);
-        return Fail("ImagerClient::Command(): ", code, Exit::kFailed,
-                    "the imager refused '" + CommandName(command.code) + "': " + ErrorText(code) +
-                        (reply.qualifier.empty() ? "" : " (" + reply.qualifier + ")"));
+        return Refusal(reply);
     }
     return std::nullopt;
 }
@@ -73,8 +82,8 @@ Outcome ImagerClient::Send(Message message) {
 }
 
 Outcome ImagerClient::WaitForReply(std::int32_t code, Message& reply, const ProgressHandler& onProgress) {
-    ULONGLONG lastHeard = ::GetTickCount64();
-    while (::GetTickCount64() - lastHeard < m_nSilenceLimit) {
+    Patience patience(m_nSilenceLimit);
+    for (;;) {
         Message message;
         bool received = false;
         if (Outcome failure = Receive(message, received)) {
@@ -85,9 +94,12 @@ Outcome ImagerClient::WaitForReply(std::int32_t code, Message& reply, const Prog
             if (Outcome failure = CheckWatched()) {
                 return failure;
             }
+            if (patience.IsExhausted()) {
+                return Silence("answer '" + CommandName(code) + "'", patience);
+            }
             continue;
         }
-        lastHeard = ::GetTickCount64();
+        patience.Renew();
         if (message.type == kProgress && onProgress) {
             onProgress(message);
         }
@@ -99,7 +111,6 @@ Outcome ImagerClient::WaitForReply(std::int32_t code, Message& reply, const Prog
             return CheckWatched();
         }
     }
-    return Silence("answer '" + CommandName(code) + "'");
 }
 
 ZRErrors::ZRErrorT ImagerClient::ReceiveAll(Worker& self) {
@@ -131,9 +142,7 @@ ZRErrors::ZRErrorT ImagerClient::ReceiveAll(Worker& self) {
         if (code == ZRErrors::e_General_NoError) {
             m_inbox.push_back(std::move(message));
         } else {
-            m_receiverFailure = Fail(kFunction, code, Exit::kFailed,
-                                     "the channel cannot be read: " + ErrorText(code) + " (operating-system error " +
-                                         std::to_string(ZcGetCommsOSError()) + ")");
+            m_receiverFailure = ChannelFailure(kFunction, code, "the message channel cannot be read");
         }
         ::SetEvent(m_hArrived.Get());
     }
@@ -178,19 +187,22 @@ Outcome ImagerClient::CheckWatched() {
         return Fail(kFunction, kUserAborted, Exit::kFailed, "interrupted");
     }
     if (IsSignalled(m_watched.hImager) && IsDrained()) {
-        DWORD exitCode = 0;
-        ::GetExitCodeProcess(m_watched.hImager, &exitCode);
         return Fail(kFunction, kImagerDied, Exit::kFailed,
-                    "the imager ended unexpectedly with exit code " + std::to_string(exitCode));
+                    "the imager " + ExitText(m_watched.hImager) + " while it was waited for");
+    }
+    if (!m_watched.hImager && !IsIdInUse(m_nImagerId) && IsDrained()) {
+        return Fail(kFunction, kImagerDied, Exit::kFailed,
+                    "the imager (ID " + std::to_string(m_nImagerId) +
+                        ") has ended: 'bench log' shows what it logged, 'bench imager start" + IdWords(m_nImagerId) +
+                        "' starts one");
     }
     return std::nullopt;
 }
 
-Failure ImagerClient::Silence(const std::string& awaited) const {
+Failure ImagerClient::Silence(const std::string& awaited, const Patience& patience) const {
     return Fail("ImagerClient::WaitForReply(): ", ZRErrors::e_Command_TimedOut, Exit::kTimedOut,
                 "the imager (ID " + std::to_string(m_nImagerId) + ") did not " + awaited + " within " +
-                    std::to_string(m_nSilenceLimit / 1000) +
-                    " s: 'bench channel status' shows what waits for it, --timeout gives it more time");
+                    patience.Text() + ": 'bench channel status' shows what waits for it, --timeout gives it more time");
 }
 
 } // namespace apps

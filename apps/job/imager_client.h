@@ -13,16 +13,18 @@
 
 namespace apps {
 
+class Patience;
+
 /// Commands an imager over the channel. A thread of its own takes what the imager sends, so that whoever waits here is
 /// free for Ctrl-C and for a display. Not for several threads at once.
 class ImagerClient {
 public:
     using ProgressHandler = std::function<void(const Message& progress)>;
 
-    /// What is watched beside the channel while the client waits; null handles are not. Borrowed.
+    /// What is watched beside the channel while the client waits. Borrowed.
     struct Watched {
-        HANDLE hImager = nullptr;    ///< the imager's process
-        HANDLE hInterrupt = nullptr; ///< set when the user wants no more
+        HANDLE hImager = nullptr;    ///< the imager's process; where it is null, its ID is watched
+        HANDLE hInterrupt = nullptr; ///< set when the user wants no more; null: nothing is
     };
 
     /// `silenceLimit`: milliseconds without a word from the imager after which a wait is given up.
@@ -62,7 +64,7 @@ private:
     Outcome Receive(Message& message, bool& received);
     Outcome CheckWatched();
     bool IsDrained();
-    Failure Silence(const std::string& awaited) const;
+    Failure Silence(const std::string& awaited, const Patience& patience) const;
 
     ChannelId m_channel;
     std::uint16_t m_nImagerId;

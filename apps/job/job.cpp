@@ -49,6 +49,14 @@ int CountPlates(const Job& job) {
     return plates;
 }
 
+std::vector<std::string> PlateSeparations(const Job& job) {
+    std::vector<std::string> names;
+    for (const Separation& separation : job.separations) {
+        names.insert(names.end(), static_cast<std::size_t>(separation.copies), separation.name);
+    }
+    return names;
+}
+
 int CountLines(const Job& job) {
     const double resolution = job.resolution;
     const MachineTransformC transform(&resolution, &resolution, 1);

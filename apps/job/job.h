@@ -24,7 +24,7 @@ struct Job {
     bool operator==(const Job&) const = default;
 };
 
-// What the engine takes. With these bounds every job fits into one message.
+// What the engine takes. With these bounds every job whose name is ASCII fits into one message.
 inline constexpr Range kImageSide{10'00, 1500'00};
 inline constexpr Range kResolution{600, 3600};
 inline constexpr Range kCopies{1, 9};
@@ -39,6 +39,8 @@ ZRErrors::ZRErrorT CheckExposure(const Job& job);
 
 /// How many plates the job needs: the copies of all separations.
 int CountPlates(const Job& job);
+/// The separation of each plate, in the order in which they are exposed.
+std::vector<std::string> PlateSeparations(const Job& job);
 /// Lines of one plate: the image's length at the job's resolution.
 int CountLines(const Job& job);
 

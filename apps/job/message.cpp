@@ -22,6 +22,9 @@ std::string_view NextWord(std::string_view& rest, char separator) {
     return word;
 }
 
+constexpr int kSenderField = 2;
+constexpr Range kIds{0, std::numeric_limits<std::uint16_t>::max()};
+
 /// The library's extraction takes what it can get; a message here must be whole.
 bool IsWhole(std::string_view packet) {
     if (packet.size() > kMaxMessage || std::ranges::count(packet, ';') < 5 || packet.find('\0') != packet.npos) {
@@ -29,7 +32,7 @@ bool IsWhole(std::string_view packet) {
     }
     for (int field = 0; field < 4; ++field) {
         const std::optional<int> number = ParseNumber(NextWord(packet, ';'));
-        if (!number || (field == 2 && !Range{0, std::numeric_limits<std::uint16_t>::max()}.Holds(*number))) {
+        if (!number || (field == kSenderField && !kIds.Holds(*number))) {
             return false;
         }
     }
@@ -63,6 +66,12 @@ bool SetPlateWord(Plate& plate, std::string_view key, std::string_view value) {
            : key == "power"     ? Store(ParsePower(value), plate.power)
            : key == "cassette"  ? Store(ParseNumber(value), plate.cassette)
                                 : false;
+}
+
+/// The names that AddPlateDetails has put into a qualifier.
+void SetNames(Plate& plate, std::string_view qualifier) {
+    plate.name = NextWord(qualifier, kBetweenNames);
+    plate.calibration = qualifier;
 }
 
 /// "Cyan" or "Black*2".
@@ -121,6 +130,18 @@ ZRErrors::ZRErrorT Decode(std::string_view packet, Message& message) {
     }
     message = {fields.nType, fields.nCode, fields.nID, fields.nVal, text.data(), qualifier.data()};
     return ZRErrors::e_General_NoError;
+}
+
+std::string IdWords(std::uint16_t imagerId) {
+    return imagerId == kBenchId + 1 ? "" : " --id " + std::to_string(imagerId);
+}
+
+std::uint16_t NamedSender(std::string_view packet) {
+    for (int field = 0; field < kSenderField; ++field) {
+        NextWord(packet, ';');
+    }
+    const std::optional<int> number = ParseNumber(NextWord(packet, ';'));
+    return static_cast<std::uint16_t>(number && kIds.Holds(*number) ? *number : 0);
 }
 
 std::string_view FindParameter(std::string_view text, std::string_view key) {
@@ -213,9 +234,22 @@ std::optional<Plate> ReadLoadCommand(const Message& message) {
             return std::nullopt;
         }
     }
-    std::string_view names = message.qualifier;
-    plate.name = NextWord(names, kBetweenNames);
-    plate.calibration = names;
+    SetNames(plate, message.qualifier);
+    return keys.contains("width") && keys.contains("length") ? std::optional(std::move(plate)) : std::nullopt;
+}
+
+std::optional<Plate> ReadReportedPlate(const Message& reply) {
+    Plate plate;
+    std::set<std::string_view> keys; // of what is known of the plate
+    std::string_view text = reply.text;
+    while (!text.empty()) {
+        std::string_view word = NextWord(text, ' ');
+        const std::string_view key = NextWord(word, '=');
+        if (SetPlateWord(plate, key, word)) {
+            keys.insert(key);
+        }
+    }
+    SetNames(plate, reply.qualifier);
     return keys.contains("width") && keys.contains("length") ? std::optional(std::move(plate)) : std::nullopt;
 }
 

@@ -24,6 +24,8 @@ enum CommandCode : std::int32_t {
 /// Communications IDs when nothing else is asked for; an imager's is its client's plus one.
 inline constexpr std::uint16_t kBenchId = 100;
 inline constexpr std::uint16_t kServiceId = 110;
+/// " --id 201", or nothing for the usual imager: what stands behind a command that is told.
+std::string IdWords(std::uint16_t imagerId);
 /// The longest message that the channel carries.
 inline constexpr std::size_t kMaxMessage = 255;
 
@@ -44,6 +46,9 @@ ZRErrors::ZRErrorT Encode(const Message& message, std::string& packet);
 /// Reads a packet text and stores only what is whole. @returns 0 or kInvalidData: too long, fewer than five
 /// separators, or one of the first four fields is no number in its range.
 ZRErrors::ZRErrorT Decode(std::string_view packet, Message& message);
+
+/// The ID that stands where a packet names its sender, however damaged the rest is; 0 where none stands there.
+std::uint16_t NamedSender(std::string_view packet);
 
 /// The value behind `key` in a text of "key=value" words; empty when it is not there.
 std::string_view FindParameter(std::string_view text, std::string_view key);
@@ -68,5 +73,7 @@ Message MakeThreadsCommand(std::int32_t request);
 std::optional<Plate> ReadLoadCommand(const Message& message);
 /// What an expose command asks for, without the plate; nothing when it is not all there.
 std::optional<Job> ReadExposeCommand(const Message& message);
+/// The plate that a reply to status or load reports; nothing where it reports none.
+std::optional<Plate> ReadReportedPlate(const Message& reply);
 
 } // namespace apps

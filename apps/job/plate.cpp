@@ -1,6 +1,8 @@
 #include "apps/job/plate.h"
 
+#include "apps/job/message_room.h"
 #include "apps/support/failure.h"
+#include "apps/support/text.h"
 
 #include <algorithm>
 #include <array>
@@ -29,7 +31,8 @@ bool AreDetailsGood(const Plate& plate) {
     const Power power = plate.power.value_or(Power());
     return (plate.name.empty() || IsName(plate.name)) && (plate.calibration.empty() || IsName(plate.calibration)) &&
            kPlateThickness.Holds(plate.thickness.value_or(kPlateThickness.least)) &&
-           PowerRange(power.unit).Holds(power.value) && kCassette.Holds(plate.cassette.value_or(kCassette.least));
+           PowerRange(power.unit).Holds(power.value) && kCassette.Holds(plate.cassette.value_or(kCassette.least)) &&
+           FitsMessage(plate);
 }
 
 } // namespace
@@ -115,7 +118,7 @@ Range PowerRange(ZRPlateC::PowerTypeT unit) {
 }
 
 bool IsName(std::string_view name) {
-    return !name.empty() && name.size() <= kMaxName &&
+    return !name.empty() && Characters(name) <= kMaxName &&
            std::ranges::none_of(name, [](unsigned char c) { return c < ' ' || c == 0x7F; });
 }
 
@@ -133,6 +136,10 @@ ZRErrors::ZRErrorT CheckPlate(const Plate& plate) {
         return ZRErrors::e_Phs_PlateTooShort;
     }
     return AreDetailsGood(plate) ? ZRErrors::e_General_NoError : kInvalidParameter;
+}
+
+std::string PlateText(const Plate& plate) {
+    return FormatSize(plate.size) + (plate.name.empty() ? "" : ", '" + Printable(plate.name) + "'");
 }
 
 ZRPlateC ToRecord(const Plate& plate) {

@@ -53,12 +53,13 @@ struct Range {
     }
 };
 
-// What the engine takes. With these bounds, and those of the power, every plate fits into one message.
+// What the engine takes. With these bounds, and those of the power, every plate whose names are ASCII fits into one
+// message.
 inline constexpr Range kPlateWidth{250'00, 1200'00};
 inline constexpr Range kPlateLength{300'00, 1500'00};
 inline constexpr Range kPlateThickness{10, 50};
 inline constexpr Range kCassette{1, 99};
-inline constexpr std::size_t kMaxName = 40; ///< bytes of a job's, a plate's or a calibration's name
+inline constexpr std::size_t kMaxName = 40; ///< characters of a job's, a plate's or a calibration's name
 
 /// A number in units of its last decimal: with two decimals "325.5" is 32550. At most six digits before the point and
 /// `decimals` behind it, no exponent, no sign. Nothing for any other text.
@@ -81,11 +82,14 @@ std::string PowerNumber(const Power& power);
 const char* PowerUnit(const Power& power);
 /// What the engine takes of powers in that unit, in millionths.
 Range PowerRange(ZRPlateC::PowerTypeT unit);
-/// 1 to 40 bytes, none of them an ASCII control character.
+/// 1 to 40 characters, none of them an ASCII control character.
 bool IsName(std::string_view name);
 
 /// Whether the engine takes such a plate. @returns 0 or the code that says what is wrong with it.
 ZRErrors::ZRErrorT CheckPlate(const Plate& plate);
+
+/// "345 x 580 mm, 'Daily news'": a plate within a sentence.
+std::string PlateText(const Plate& plate);
 
 /// The library's record of a plate that CheckPlate found good; what is not known is 0 or empty.
 ZRPlateC ToRecord(const Plate& plate);

@@ -1,5 +1,7 @@
 #include "apps/job/plate_file.h"
 
+#include "apps/job/message_room.h"
+
 #include <map>
 
 namespace apps {
@@ -58,13 +60,26 @@ Outcome ReadPlates(std::istream& stream, const std::string& name, std::vector<Pl
     };
     std::vector<Key> keys = PlateKeys([&]() -> Plate& { return read.back(); });
     keys.insert(keys.begin(), {"name", true, setName});
+    std::vector<int> lines;
+    const auto beginPlate = [&](int line) {
+        read.emplace_back();
+        lines.push_back(line);
+    };
+    const auto checkNames = [&] {
+        std::vector<Complaint> complaints;
+        for (std::size_t i = 0; i < read.size(); ++i) {
+            if (!FitsMessage(read[i])) {
+                complaints.push_back({lines[i], "the names of the plate " + std::string(kNamesTooLong)});
+            }
+        }
+        return complaints;
+    };
     const auto refuseJob = [](int line) {
-        throw Complaint{line, "this is a job file and no plate file: 'bench image' exposes it"};
+        throw LastComplaint{{line, "this is a job file and no plate file: 'bench image' exposes it"}};
     };
     const Layout layout{
-        "plate file",
-        {{"plate", {1, kMaxPlates}, [&](int) { read.emplace_back(); }, keys}, {"job", {0, 1}, refuseJob, {}}}};
-    if (Outcome failure = ReadSections(stream, name, layout)) {
+        "plate file", {{"plate", {1, kMaxPlates}, beginPlate, keys}, {"job", {0, 1}, refuseJob, {}}}, checkNames};
+    if (Outcome failure = ToOutcome(ReadSections(stream, layout), name, "")) {
         return failure;
     }
     plates = std::move(read);

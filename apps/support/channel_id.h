@@ -7,6 +7,13 @@
 
 namespace apps {
 
+/// What a program has patience for when it opens the channel.
+struct OpenLimits {
+    DWORD forId = 0;             ///< milliseconds for another process to give the ID up
+    DWORD forLock = 20000;       ///< milliseconds for the channel's lock
+    HANDLE hInterrupt = nullptr; ///< an event that ends the wait for either; null for none
+};
+
 /// Holds the channel open under a communications ID and keeps every other of our programs from opening it under the
 /// same one: two of a kind would take each other's messages.
 class ChannelId {
@@ -16,16 +23,18 @@ public:
     ChannelId(const ChannelId&) = delete;
     ChannelId& operator=(const ChannelId&) = delete;
 
-    /// Opens the channel; messages left over for the ID are thrown away, as the channel does. Waits up to `patience`
-    /// milliseconds for another process to give the ID up, or until `hInterrupt` (null: none) is set.
-    Outcome Open(std::uint16_t id, DWORD patience = 0, HANDLE hInterrupt = nullptr);
-    /// Waits up to 1.9 s for the pool to drain, as the channel does, and closes it.
+    /// Opens the channel; messages left over for the ID are thrown away, as the channel does.
+    Outcome Open(std::uint16_t id, const OpenLimits& limits = {});
+    /// Waits up to 1.9 s for the pool to drain, as the channel does, and closes it. Where its lock is held for longer
+    /// than kLockTimeout, for which the channel would wait for ever, it stays open until the process ends.
     void Close();
     std::uint16_t Id() const {
         return m_nId;
     }
 
 private:
+    /// Takes the ID's name, or says why not.
+    Outcome Reserve(std::uint16_t id, const OpenLimits& limits);
     /// @returns 0; ERROR_ALREADY_EXISTS when another process has the name; the system's error when nobody can have it.
     DWORD TakeName(const std::string& name);
 
@@ -36,6 +45,8 @@ private:
 
 /// Whether one of our programs has the channel open under that ID.
 bool IsIdInUse(std::uint16_t id);
+/// Whether anybody is known to have it, one of our programs or another process than this.
+bool IsIdHeld(std::uint16_t id);
 
 /// Why a message could not be sent: tells a full channel from one whose lock is not to be had.
 Failure SendFailure(const char* function, ZRErrors::ZRErrorT code, std::uint16_t destination);

@@ -1,5 +1,6 @@
 #include "apps/support/diagnostics.h"
 
+#include "apps/support/clock.h"
 #include "apps/support/text.h"
 #include "gaizior/errors/error_stack.h"
 #include "gaizior/errors/failure.h"
@@ -27,7 +28,8 @@ std::string_view WithoutEnd(std::string_view text) {
 
 void PrintLine(int level, std::string_view line) {
     const std::string_view text = WithoutEnd(line);
-    std::fprintf(stderr, "%s[%d] %.*s\n", g_program, level, static_cast<int>(text.size()), text.data());
+    std::fprintf(stderr, "%s %s[%d] %.*s\n", ClockTime().c_str(), g_program, level, static_cast<int>(text.size()),
+                 text.data());
     std::fflush(stderr);
 }
 
@@ -49,9 +51,9 @@ unsigned DebugLevel() {
 
 } // namespace
 
-void SetUpDiagnostics(const char* program, bool verbose) {
+void SetUpDiagnostics(const char* program, bool verbose, bool tellsFailures) {
     g_program = program;
-    g_debugLevel = verbose ? kEveryLevel : 0;
+    g_debugLevel = verbose ? kEveryLevel : tellsFailures ? 1 : 0;
     ZRLogStreamC installsHooks(&PrintLogLine, nullptr, nullptr, &DebugLevel);
     if (verbose) {
         ZRDBNewRegisterCallback(&PrintChannelLine);

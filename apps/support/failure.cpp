@@ -1,8 +1,10 @@
 #include "apps/support/failure.h"
 
+#include "gaizior/errors/error_table.h"
 #include "gaizior/errors/error_text.h"
 #include "gaizior/errors/failure.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace apps {
@@ -19,6 +21,13 @@ Exit ExitOf(ZRErrors::ZRErrorT code) {
 
 std::string ErrorText(ZRErrors::ZRErrorT code) {
     return ZRErrToStr(code);
+}
+
+std::string ErrorName(ZRErrors::ZRErrorT code) {
+    unsigned count = 0;
+    const ZRErrorRowT* const rows = ZRErrorRows(&count);
+    const auto* const row = std::find_if(rows, rows + count, [=](const ZRErrorRowT& r) { return r.nCode == code; });
+    return row != rows + count && row->pName ? row->pName : "";
 }
 
 } // namespace apps

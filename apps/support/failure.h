@@ -8,6 +8,7 @@
 namespace apps {
 
 // Codes of the table that have no enumerator and that the programs return.
+inline constexpr auto kUnknownError = static_cast<ZRErrors::ZRErrorT>(0x0014);
 inline constexpr auto kJobStopped = static_cast<ZRErrors::ZRErrorT>(0x0039);
 inline constexpr auto kInvalidParameter = static_cast<ZRErrors::ZRErrorT>(0x0078);
 inline constexpr auto kDeviceBusy = static_cast<ZRErrors::ZRErrorT>(0x008F);
@@ -46,5 +47,8 @@ Exit ExitOf(ZRErrors::ZRErrorT code);
 
 /// A code's text in a string of its own.
 std::string ErrorText(ZRErrors::ZRErrorT code);
+
+/// A code's enumerator; empty where it has none.
+std::string ErrorName(ZRErrors::ZRErrorT code);
 
 } // namespace apps

@@ -35,7 +35,7 @@ std::size_t Distance(std::string_view a, std::string_view b) {
 
 } // namespace
 
-std::string Suggestion(std::string_view word, std::span<const std::string> candidates) {
+std::string Nearest(std::string_view word, std::span<const std::string> candidates) {
     constexpr std::size_t kLongestWord = 80;
     std::string_view nearest;
     std::size_t least = std::max<std::size_t>(word.size() / 3, 1) + 1;
@@ -46,7 +46,12 @@ std::string Suggestion(std::string_view word, std::span<const std::string> candi
             nearest = candidate;
         }
     }
-    return nearest.empty() ? "" : " (did you mean '" + std::string(nearest) + "'?)";
+    return std::string(nearest);
+}
+
+std::string Suggestion(std::string_view word, std::span<const std::string> candidates) {
+    const std::string nearest = Nearest(word, candidates);
+    return nearest.empty() ? "" : " (did you mean '" + nearest + "'?)";
 }
 
 } // namespace apps

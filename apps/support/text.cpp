@@ -39,6 +39,12 @@ bool IsControl(std::string_view character) {
     return first < 0x20 || first == 0x7F || (first == 0xC2 && Byte(character, 1) < 0xA0);
 }
 
+std::size_t Characters(std::string_view text) {
+    std::size_t characters = 0;
+    ForEachCharacter(text, [&](std::string_view, bool) { ++characters; });
+    return characters;
+}
+
 std::string Printable(std::string_view text) {
     std::string printable;
     ForEachCharacter(text, [&](std::string_view character, bool valid) {

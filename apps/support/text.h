@@ -23,6 +23,8 @@ void ForEachCharacter(std::string_view text, Visitor&& visit) {
     }
 }
 
+/// How many characters the text shows.
+std::size_t Characters(std::string_view text);
 /// The text made fit for a terminal, a log and a line: control characters become \xNN.
 std::string Printable(std::string_view text);
 bool HasControl(std::string_view text);

@@ -37,7 +37,7 @@ protected:
         EXPECT_EQ(CodeOf(m_handler.Advance(kLongEnough)), ZRErrors::e_General_NoError);
     }
 
-    CommandHandler m_handler{kImager, kClient};
+    CommandHandler m_handler{kImager};
 };
 
 TEST_F(CommandHandlerTest, AJobGoesThroughItsStates) {
@@ -157,15 +157,19 @@ TEST_F(CommandHandlerTest, ThePlateIsReportedAsItWasToldUntilItIsGone) {
     EXPECT_EQ(Tell(MakeStatusCommand()).at(0).message.qualifier, "");
 }
 
-TEST_F(CommandHandlerTest, EveryTextThatIsNoReplyIsAnswered) {
+TEST_F(CommandHandlerTest, TheSenderThatATextNamesIsAnsweredAndNobodyElse) {
     const std::tuple<const char*, std::uint16_t, ZRErrors::ZRErrorT> cases[] = {
-        {"", kClient, kInvalidData},
-        {"1;1;7;0", kClient, kInvalidData},
+        {"", kNobody, kInvalidData},
+        {"1;1", kNobody, kInvalidData},
+        {"1;1;0x7;0;;", kNobody, kInvalidData},
+        {"1;1;65536;0;;", kNobody, kInvalidData},
+        {"1;1;101;0", kNobody, kInvalidData},
+        {"1;1;7", kOther, kInvalidData},
         {"1;17;7;0;;", kOther, kUnimplemented},
         {"1;-1;7;0;;", kOther, kUnimplemented},
         {"9;1;7;0;;", kOther, kUnimplemented},
-        {"1;17;0;0;;", kClient, kUnimplemented},
-        {"1;17;101;0;;", kClient, kUnimplemented},
+        {"1;17;0;0;;", kNobody, kUnimplemented},
+        {"1;17;101;0;;", kNobody, kUnimplemented},
         {"1;2;7;0;width=345;", kOther, kInvalidParameter}};
     for (const auto& [packet, destination, code] : cases) {
         SCOPED_TRACE(packet);

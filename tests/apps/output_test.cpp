@@ -51,6 +51,20 @@ TEST(Output, WhatIsTooWideIsShortenedByCharactersNotBytes) {
     EXPECT_EQ(columns, (std::vector<std::size_t>{8, 8, 3, 8}));
 }
 
+TEST(Output, WhatIsWrappedLosesNothing) {
+    EXPECT_EQ(Wrapped("7  ", "one two three", " ", 3, 10), "7  one two\n   three\n");
+    EXPECT_EQ(Wrapped("", "A, Width 3.00 mm, Type", ", ", 4, 16), "A,\n    Width 3.00\n    mm, Type\n")
+        << "a field that is longer than a line goes on in the next one";
+    EXPECT_EQ(Wrapped("", "\xC3\xBC\xC3\xBC \xC3\xBC\xC3\xBC", " ", 0, 5), "\xC3\xBC\xC3\xBC \xC3\xBC\xC3\xBC\n");
+    EXPECT_EQ(Wrapped("head  ", "", " ", 2, 80), "head\n");
+    const std::string name = "e_AutoUnloader_CrossBarSafetyLimitBeforeBridge";
+    for (std::size_t columns = 0; columns < 100; ++columns) {
+        std::string joined = Wrapped("0xC021  ", name, " ", 4, columns);
+        std::erase_if(joined, [](char c) { return c == ' ' || c == '\n'; });
+        EXPECT_EQ(joined, "0xC021" + name) << columns;
+    }
+}
+
 TEST(Suggestion, NamesTheNearestWordOrNone) {
     const std::vector<std::string> words = {"status", "send", "receive", "watch"};
     for (const char* typed : {"staus", "STATUS", "stauts", "sttatus", "setatus"}) {

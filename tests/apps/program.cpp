@@ -114,15 +114,37 @@ bool Holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-void SuspendProcess(DWORD processId) {
 #ifdef _WIN32
-    using Suspend = LONG(WINAPI*)(HANDLE);
-    const auto suspend = reinterpret_cast<Suspend>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll"), "NtSuspendProcess")));
-    suspend(UniqueHandle(::OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, processId)).Get());
-#else
-    ::kill(static_cast<pid_t>(processId), SIGSTOP);
-#endif
+
+namespace {
+
+void CallSystem(const char* function, DWORD processId) {
+    using Function = LONG(WINAPI*)(HANDLE);
+    const auto call =
+        reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll"), function)));
+    call(UniqueHandle(::OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, processId)).Get());
 }
+
+} // namespace
+
+void SuspendProcess(DWORD processId) {
+    CallSystem("NtSuspendProcess", processId);
+}
+
+void ResumeProcess(DWORD processId) {
+    CallSystem("NtResumeProcess", processId);
+}
+
+#else
+
+void SuspendProcess(DWORD processId) {
+    ::kill(static_cast<pid_t>(processId), SIGSTOP);
+}
+
+void ResumeProcess(DWORD processId) {
+    ::kill(static_cast<pid_t>(processId), SIGCONT);
+}
+
+#endif
 
 } // namespace apps::test

@@ -67,5 +67,7 @@ bool Holds(const std::string& text, const std::string& part);
 
 /// Lets a process hang: it neither runs nor ends.
 void SuspendProcess(DWORD processId);
+/// Lets it go on.
+void ResumeProcess(DWORD processId);
 
 } // namespace apps::test

@@ -104,7 +104,7 @@ TEST_P(ThreadsTest, AHangingImagerNamesTheCulpritAndEndsInOrder) {
     };
     EXPECT_EQ(numberBehind(R"("culprit":)"), numberBehind(R"("name":"sender","id":)"));
     const auto answer = [](const char* command) {
-        return Ended({"channel", "send", "--to", "101", "--wait", "20", command}).Output();
+        return Ended({"channel", "send", "--to", "101", "--wait", "20", command}, 1).Output();
     };
     EXPECT_PRED2(Holds, answer("1;1;110;0;;"), "2;1;101;20487;;the lock 'engine' is held by thread ");
     if (lock == "engine" || !imager.Interrupt()) {
@@ -130,7 +130,8 @@ TEST_F(ThreadsProgramTest, AnImagerThatIsWellIsShownAsATreeAndOneThatIsSilentIsT
     EXPECT_LT(sender, tree.find("\n  receiver  thread ")) << tree;
     EXPECT_LT(sender, tree.find("\n  engine  thread ")) << tree;
     EXPECT_PRED2(Holds, tree, "\nnothing hangs: ");
-    EXPECT_PRED2(Holds, Ended({"imager", "threads", "--id", "300"}, 3).Errors(), "'imager --id 300' starts one");
+    EXPECT_PRED2(Holds, Ended({"imager", "threads", "--id", "300"}, 3).Errors(),
+                 "'bench imager start --id 300' starts one");
     SuspendProcess(imager.Id());
     const Ended silent({"imager", "threads", "--timeout", "0.2"}, 4);
     EXPECT_PRED2(Holds, silent.Errors(), "imager 101 gave no answer within 200 ms: ");

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # words_test.sh PREFIX SAMPLES: the installed manual pages name the commands and options that the programs' help names
-# and no others, every help has examples and exit codes, and the shells complete the words.
+# and no others, every help has examples and exit codes and speaks of no file that is not installed, and the shells
+# complete the words.
 set -euo pipefail
 PATH=$1/bin:$PATH
 data=$1/share
@@ -16,6 +17,7 @@ from_help() {
     local help words word
     help=$("$@" --help)
     grep -q '^Examples:$' <<<"$help" && grep -q '^Exit codes: 0 ' <<<"$help" || echo "$* lacks examples or exit codes"
+    ! grep -E '(samples|build)/' <<<"$help" || echo "$* names files that are not installed"
     sed -nE "s/^  (--[a-z-]+)( [A-Z]+)?.*/$* \1\2/p" <<<"$help"
     words=$(sed -nE '/^Subcommands:/,/^$/s/^  ([a-z]+) .*/\1/p' <<<"$help")
     [ -n "$words" ] || sed -n 's/^Usage: //p' <<<"$help"
@@ -54,11 +56,13 @@ for shell in "${shells[@]}"; do
     while IFS='|' read -r line words; do
         equal "$shell, '$line'" "$words" "$("in_$shell" "$line")"
     done <<'END'
-bench |cfg channel convert error guid history image imager ini log plate plates prefs
+bench |cfg channel convert error guid help history image imager ini log plate plates prefs watch
 bench ch|channel
-bench imager |threads
+bench imager |expose load start status stop threads unload
+bench help ch|channel
+bench help guid |check new
 bench guid |check new
-bench --verbose channel |doctor receive send status watch
+bench --verbose channel |doctor purge receive send status watch who
 bench channel doctor --|--help --json --repair --verbose --version
 bench channel receive --timeout |
 bench image --speed 10 news|newspaper.job
